@@ -1,0 +1,279 @@
+#include "db/database.h"
+
+#include <algorithm>
+
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+#include "db/records/linetype_table_record.h"
+#include "db/records/simple_records.h"
+#include "db/records/text_style_table_record.h"
+
+namespace vela::db {
+
+Database::Database(Empty) {}
+
+Database::Database() { createDefaultContents(); }
+
+Database::~Database() {
+    for (DatabaseReactor* r : std::vector<DatabaseReactor*>(reactors_)) r->goodbye(this);
+    undo_.clear();
+    handles_.forEach([](DbObject* o) { delete o; });
+}
+
+void Database::createDefaultContents() {
+    layerTable_ = addTable(std::make_unique<LayerTable>());
+    linetypeTable_ = addTable(std::make_unique<LinetypeTable>());
+    textStyleTable_ = addTable(std::make_unique<TextStyleTable>());
+    dimStyleTable_ = addTable(std::make_unique<DimStyleTable>());
+    blockTable_ = addTable(std::make_unique<BlockTable>());
+    viewportTable_ = addTable(std::make_unique<ViewportTable>());
+    viewTable_ = addTable(std::make_unique<ViewTable>());
+    ucsTable_ = addTable(std::make_unique<UcsTable>());
+    regAppTable_ = addTable(std::make_unique<RegAppTable>());
+
+    addDefaultRecord(linetypeTable_, std::make_unique<LinetypeTableRecord>("ByBlock"));
+    addDefaultRecord(linetypeTable_, std::make_unique<LinetypeTableRecord>("ByLayer"));
+    auto continuous = std::make_unique<LinetypeTableRecord>("Continuous");
+    continuous->setComments("Solid line");
+    const ObjectId continuousId = addDefaultRecord(linetypeTable_, std::move(continuous));
+
+    auto zero = std::make_unique<LayerTableRecord>("0");
+    zero->setLinetypeId(continuousId);
+    currentLayer_ = addDefaultRecord(layerTable_, std::move(zero));
+    currentLinetype_ = linetypeByLayerId();
+
+    addDefaultRecord(textStyleTable_, std::make_unique<TextStyleTableRecord>("Standard"));
+    addDefaultRecord(dimStyleTable_, std::make_unique<DimStyleTableRecord>("Standard"));
+    addDefaultRecord(regAppTable_, std::make_unique<RegAppTableRecord>("ACAD"));
+    addDefaultRecord(viewportTable_, std::make_unique<ViewportTableRecord>("*Active"));
+    addDefaultRecord(blockTable_, std::make_unique<BlockTableRecord>(BlockTableRecord::kModelSpace));
+    addDefaultRecord(blockTable_, std::make_unique<BlockTableRecord>(BlockTableRecord::kPaperSpace));
+}
+
+ObjectId Database::addTable(std::unique_ptr<SymbolTable> table) {
+    ObjectId id;
+    addObject(std::move(table), ObjectId(), &id);
+    return id;
+}
+
+ObjectId Database::addDefaultRecord(ObjectId table, std::unique_ptr<SymbolTableRecord> record) {
+    ObjectId id;
+    addRecord(table, std::move(record), &id, Handle(), true);
+    return id;
+}
+
+void Database::setTableIds(ObjectId layers, ObjectId linetypes, ObjectId textStyles, ObjectId dimStyles,
+                           ObjectId blocks, ObjectId viewports, ObjectId views, ObjectId ucs, ObjectId regApps) {
+    layerTable_ = layers, linetypeTable_ = linetypes, textStyleTable_ = textStyles, dimStyleTable_ = dimStyles;
+    blockTable_ = blocks, viewportTable_ = viewports, viewTable_ = views, ucsTable_ = ucs, regAppTable_ = regApps;
+}
+
+// ---- Handles and ids ----------------------------------------------------------------------------------------
+
+ObjectId Database::getObjectId(Handle handle, bool includeErased) const {
+    DbObject* o = handles_.find(handle.value());
+    if (!o || (o->isErased() && !includeErased)) return ObjectId();
+    return ObjectId(o);
+}
+
+void Database::raiseHandseed(Handle seed) { nextHandle_ = std::max(nextHandle_, seed.value()); }
+
+ErrorStatus Database::registerObject(DbObject* object, DbObject* owner, Handle handle) {
+    if (object->database_) return ErrorStatus::AlreadyInDb;
+    std::uint64_t h = handle.value();
+    if (h == 0) {
+        // Handles are never reused: skip any taken by objects read from a file above the seed.
+        while (handles_.find(nextHandle_)) ++nextHandle_;
+        h = nextHandle_++;
+    } else if (handles_.find(h)) {
+        return ErrorStatus::DuplicateRecordName;
+    }
+    if (h >= nextHandle_) nextHandle_ = h + 1;
+    object->database_ = this;
+    object->handle_ = Handle(h);
+    if (owner) object->owner_ = owner;
+    handles_.insert(h, object);
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Database::addObject(std::unique_ptr<DbObject> object, ObjectId owner, ObjectId* id, Handle handle) {
+    if (!object) return ErrorStatus::InvalidInput;
+    DbObject* raw = object.get();
+    if (ErrorStatus es = registerObject(raw, owner.peek(), handle); es != ErrorStatus::Ok) return es;
+    object.release();
+    if (undo_.isRecording()) undo_.recordAppend(raw);
+    fireAppended(raw);
+    if (id) *id = ObjectId(raw);
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Database::appendEntity(ObjectId block, std::unique_ptr<Entity> entity, ObjectId* id, Handle handle) {
+    if (!entity) return ErrorStatus::InvalidInput;
+    auto* btr = objectCast<BlockTableRecord>(block.peek());
+    if (!btr || btr->database() != this) return ErrorStatus::NotThatKindOfClass;
+    if (btr->isErased()) return ErrorStatus::WasErased;
+    if (entity->layerId().isNull()) entity->layer_ = layerZeroId();
+    if (entity->linetypeId().isNull()) entity->linetype_ = linetypeByLayerId();
+    Entity* raw = entity.get();
+    if (ErrorStatus es = registerObject(raw, btr, handle); es != ErrorStatus::Ok) return es;
+    entity.release();
+    btr->entities_.push_back(raw);
+    if (undo_.isRecording()) undo_.recordAppend(raw);
+    if (!reactors_.empty()) fireAppended(raw);
+    if (id) *id = ObjectId(raw);
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Database::addRecord(ObjectId tableId, std::unique_ptr<SymbolTableRecord> record, ObjectId* id,
+                                Handle handle, bool fromFile) {
+    if (!record) return ErrorStatus::InvalidInput;
+    auto* table = objectCast<SymbolTable>(tableId.peek());
+    if (!table || table->database() != this) return ErrorStatus::NotThatKindOfClass;
+    if (!record->isKindOf(table->recordClass())) return ErrorStatus::NotThatKindOfClass;
+    if (record->name().empty() || (!fromFile && !isValidSymbolName(record->name())))
+        return ErrorStatus::InvalidSymbolTableName;
+    if (table->has(record->name())) return ErrorStatus::DuplicateRecordName;
+    SymbolTableRecord* raw = record.get();
+    if (ErrorStatus es = registerObject(raw, table, handle); es != ErrorStatus::Ok) return es;
+    record.release();
+    table->appendRecord(raw);
+    if (undo_.isRecording()) undo_.recordAppend(raw);
+    fireAppended(raw);
+    if (id) *id = ObjectId(raw);
+    return ErrorStatus::Ok;
+}
+
+// ---- Tables -------------------------------------------------------------------------------------------------
+
+SymbolTable* Database::layerTable() const { return objectCast<SymbolTable>(layerTable_.peek()); }
+SymbolTable* Database::linetypeTable() const { return objectCast<SymbolTable>(linetypeTable_.peek()); }
+SymbolTable* Database::textStyleTable() const { return objectCast<SymbolTable>(textStyleTable_.peek()); }
+SymbolTable* Database::dimStyleTable() const { return objectCast<SymbolTable>(dimStyleTable_.peek()); }
+SymbolTable* Database::blockTable() const { return objectCast<SymbolTable>(blockTable_.peek()); }
+
+namespace {
+ObjectId recordIn(const SymbolTable* table, std::string_view name) {
+    return table ? table->getAt(name) : ObjectId();
+}
+}  // namespace
+
+ObjectId Database::modelSpaceId() const { return recordIn(blockTable(), BlockTableRecord::kModelSpace); }
+ObjectId Database::paperSpaceId() const { return recordIn(blockTable(), BlockTableRecord::kPaperSpace); }
+ObjectId Database::layerZeroId() const { return recordIn(layerTable(), "0"); }
+ObjectId Database::linetypeByLayerId() const { return recordIn(linetypeTable(), "ByLayer"); }
+ObjectId Database::linetypeByBlockId() const { return recordIn(linetypeTable(), "ByBlock"); }
+ObjectId Database::linetypeContinuousId() const { return recordIn(linetypeTable(), "Continuous"); }
+
+// ---- Current defaults ---------------------------------------------------------------------------------------
+
+ObjectId Database::currentLayer() const { return currentLayer_.isValid() ? currentLayer_ : layerZeroId(); }
+
+ErrorStatus Database::setCurrentLayer(ObjectId layer) {
+    auto* rec = objectCast<LayerTableRecord>(layer.peek());
+    if (!rec || rec->database() != this) return ErrorStatus::NotThatKindOfClass;
+    if (rec->isErased()) return ErrorStatus::WasErased;
+    currentLayer_ = layer;
+    return ErrorStatus::Ok;
+}
+
+ObjectId Database::currentLinetype() const {
+    return currentLinetype_.isValid() ? currentLinetype_ : linetypeByLayerId();
+}
+
+ErrorStatus Database::setCurrentLinetype(ObjectId linetype) {
+    auto* rec = objectCast<LinetypeTableRecord>(linetype.peek());
+    if (!rec || rec->database() != this) return ErrorStatus::NotThatKindOfClass;
+    if (rec->isErased()) return ErrorStatus::WasErased;
+    currentLinetype_ = linetype;
+    return ErrorStatus::Ok;
+}
+
+// ---- Reactors -----------------------------------------------------------------------------------------------
+
+void Database::addReactor(DatabaseReactor* reactor) {
+    if (reactor && std::find(reactors_.begin(), reactors_.end(), reactor) == reactors_.end())
+        reactors_.push_back(reactor);
+}
+
+void Database::removeReactor(DatabaseReactor* reactor) {
+    reactors_.erase(std::remove(reactors_.begin(), reactors_.end(), reactor), reactors_.end());
+}
+
+// A reactor may remove itself (or others) while being notified, so each loop walks a copy when there is more
+// than nothing to walk.
+#define VELA_DB_FIRE(call)                                                         \
+    if (reactors_.empty()) return;                                                 \
+    const std::vector<DatabaseReactor*> reactors(reactors_);                       \
+    for (DatabaseReactor* r : reactors)                                            \
+        if (std::find(reactors_.begin(), reactors_.end(), r) != reactors_.end()) r->call;
+
+void Database::fireAppended(const DbObject* o) const { VELA_DB_FIRE(objectAppended(this, o)) }
+void Database::fireOpenedForModify(const DbObject* o) const { VELA_DB_FIRE(objectOpenedForModify(this, o)) }
+void Database::fireModified(const DbObject* o) const { VELA_DB_FIRE(objectModified(this, o)) }
+void Database::fireErased(const DbObject* o, bool erased) const { VELA_DB_FIRE(objectErased(this, o, erased)) }
+
+#undef VELA_DB_FIRE
+
+// ---- Change protocol ----------------------------------------------------------------------------------------
+
+void Database::objectWillChange(DbObject* object, bool contents, bool firstInOpen) {
+    if (contents && undo_.isRecording()) undo_.recordModify(object);
+    if (firstInOpen) fireOpenedForModify(object);
+}
+
+void Database::objectClosedAfterChange(DbObject* object) { fireModified(object); }
+
+void Database::setErasedFlag(DbObject* object, bool erased, bool record) {
+    const bool previous = object->isErased();
+    if (previous == erased) return;
+    if (record && undo_.isRecording()) undo_.recordEraseFlag(object, previous);
+    if (erased)
+        object->flags_ |= DbObject::kErased;
+    else
+        object->flags_ &= static_cast<std::uint8_t>(~DbObject::kErased);
+    if (auto* table = objectCast<SymbolTable>(object->owner_)) table->invalidateIndex();
+    fireErased(object, erased);
+}
+
+void Database::contentsRestored(DbObject* object) {
+    if (auto* table = objectCast<SymbolTable>(object->owner_)) table->invalidateIndex();
+}
+
+// ---- Services -----------------------------------------------------------------------------------------------
+
+void Database::generateLayerUsageData() {
+    SymbolTable* layers = layerTable();
+    SymbolTable* blocks = blockTable();
+    if (!layers || !blocks) return;
+    layers->forEachRecord([](SymbolTableRecord* r) { static_cast<LayerTableRecord*>(r)->inUse_ = false; });
+    blocks->forEachRecord([](SymbolTableRecord* r) {
+        static_cast<BlockTableRecord*>(r)->forEachEntity([](Entity* e) {
+            if (auto* layer = objectCast<LayerTableRecord>(e->layerId().peek())) layer->inUse_ = true;
+        });
+    });
+    if (auto* zero = objectCast<LayerTableRecord>(layerZeroId().peek())) zero->inUse_ = true;
+    if (auto* current = objectCast<LayerTableRecord>(currentLayer().peek())) current->inUse_ = true;
+}
+
+ErrorStatus Database::deepCloneObjects(const std::vector<ObjectId>& ids, ObjectId owner, IdMapping& mapping) {
+    auto* target = objectCast<BlockTableRecord>(owner.peek());
+    if (!target || target->database() != this) return ErrorStatus::NotThatKindOfClass;
+    if (target->isErased()) return ErrorStatus::WasErased;
+    for (const ObjectId& id : ids) {
+        const auto* source = objectCast<Entity>(id.peek());
+        if (!source || source->isErased() || source->database() != this || mapping.count(id)) continue;
+        std::unique_ptr<DbObject> copy = source->clone();
+        // The copy is a new object: it shares no extension dictionary or reactor links with its source.
+        if (copy->extras_) {
+            copy->extras_->extensionDictionary = ObjectId();
+            copy->extras_->persistentReactors.clear();
+        }
+        std::unique_ptr<Entity> entity(static_cast<Entity*>(copy.release()));
+        ObjectId cloneId;
+        if (ErrorStatus es = appendEntity(owner, std::move(entity), &cloneId); es != ErrorStatus::Ok) return es;
+        mapping.emplace(id, cloneId);
+    }
+    return ErrorStatus::Ok;
+}
+
+}  // namespace vela::db

@@ -1,0 +1,180 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "db/color.h"
+#include "db/database_reactor.h"
+#include "db/entity.h"
+#include "db/handle_map.h"
+#include "db/lineweight.h"
+#include "db/object_ref.h"
+#include "db/symbol_table.h"
+#include "db/transparency.h"
+#include "db/undo_manager.h"
+
+namespace vela::db {
+
+class BlockTableRecord;
+class LayerTableRecord;
+struct LinetypeDefinition;
+
+enum class MeasurementSystem { Imperial = 0, Metric = 1 };
+
+/// Source to clone mapping filled by Database::deepCloneObjects.
+using IdMapping = std::unordered_map<ObjectId, ObjectId>;
+
+/// A drawing: every object of it, keyed by handle, with the symbol tables, the current defaults, the
+/// notification list and undo.
+class Database {
+public:
+    /// A new drawing with layer "0", linetypes ByBlock, ByLayer and Continuous, text and dimension style
+    /// "Standard", the application id "ACAD", the active viewport, model space and one paper space.
+    Database();
+    /// An empty database with no records at all, for readers that build a drawing from a file.
+    struct Empty {};
+    explicit Database(Empty);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    // ---- Handles and ids ----------------------------------------------------------------------------------
+    /// The live object with this handle; null for unknown handles and, unless asked, for erased objects.
+    ObjectId getObjectId(Handle handle, bool includeErased = false) const;
+    /// The handle the next new object will get.
+    Handle handseed() const { return Handle(nextHandle_); }
+    /// Raises the next handle to at least `seed` (never lowers it: handles are never reused).
+    void raiseHandseed(Handle seed);
+    std::size_t objectCount() const { return handles_.size(); }
+
+    /// Adds a free object to the database under `owner`. With a non-null `handle` (from a file) the object gets
+    /// that handle when it is free; otherwise the next one. Fires "appended" and records the append for undo.
+    ErrorStatus addObject(std::unique_ptr<DbObject> object, ObjectId owner, ObjectId* id = nullptr,
+                          Handle handle = Handle());
+    /// Appends a free entity to a block table record (model space, a layout, a block definition). An entity
+    /// without a layer or linetype gets layer "0" and linetype ByLayer.
+    ErrorStatus appendEntity(ObjectId block, std::unique_ptr<Entity> entity, ObjectId* id = nullptr,
+                             Handle handle = Handle());
+    /// Adds a record to a symbol table. The name must be valid for users' records (see isValidSymbolName) unless
+    /// `fromFile`, and unused (DuplicateRecordName).
+    ErrorStatus addRecord(ObjectId table, std::unique_ptr<SymbolTableRecord> record, ObjectId* id = nullptr,
+                          Handle handle = Handle(), bool fromFile = false);
+
+    /// Calls f(DbObject*) for every object, live or erased.
+    template <class F>
+    void forEachObject(F&& f) const {
+        handles_.forEach(f);
+    }
+
+    // ---- Tables -------------------------------------------------------------------------------------------
+    ObjectId layerTableId() const { return layerTable_; }
+    ObjectId linetypeTableId() const { return linetypeTable_; }
+    ObjectId textStyleTableId() const { return textStyleTable_; }
+    ObjectId dimStyleTableId() const { return dimStyleTable_; }
+    ObjectId blockTableId() const { return blockTable_; }
+    ObjectId viewportTableId() const { return viewportTable_; }
+    ObjectId viewTableId() const { return viewTable_; }
+    ObjectId ucsTableId() const { return ucsTable_; }
+    ObjectId regAppTableId() const { return regAppTable_; }
+    SymbolTable* layerTable() const;
+    SymbolTable* linetypeTable() const;
+    SymbolTable* textStyleTable() const;
+    SymbolTable* dimStyleTable() const;
+    SymbolTable* blockTable() const;
+
+    ObjectId modelSpaceId() const;
+    ObjectId paperSpaceId() const;
+    ObjectId layerZeroId() const;
+    ObjectId linetypeByLayerId() const;
+    ObjectId linetypeByBlockId() const;
+    ObjectId linetypeContinuousId() const;
+
+    /// Registers the tables of a database built from a file (Database(Empty)); each must already be added.
+    void setTableIds(ObjectId layers, ObjectId linetypes, ObjectId textStyles, ObjectId dimStyles,
+                     ObjectId blocks, ObjectId viewports, ObjectId views, ObjectId ucs, ObjectId regApps);
+
+    // ---- Current defaults ---------------------------------------------------------------------------------
+    ObjectId currentLayer() const;
+    ErrorStatus setCurrentLayer(ObjectId layer);
+    Color currentColor() const { return currentColor_; }
+    void setCurrentColor(Color c) { currentColor_ = c; }
+    ObjectId currentLinetype() const;
+    ErrorStatus setCurrentLinetype(ObjectId linetype);
+    LineWeight currentLineWeight() const { return currentLineWeight_; }
+    void setCurrentLineWeight(LineWeight w) { currentLineWeight_ = w; }
+    double currentLinetypeScale() const { return currentLinetypeScale_; }
+    void setCurrentLinetypeScale(double s) { currentLinetypeScale_ = s; }
+    Transparency currentTransparency() const { return currentTransparency_; }
+    void setCurrentTransparency(Transparency t) { currentTransparency_ = t; }
+    /// The global linetype scale ($LTSCALE).
+    double linetypeScale() const { return globalLinetypeScale_; }
+    void setLinetypeScale(double s) { globalLinetypeScale_ = s; }
+    MeasurementSystem measurement() const { return measurement_; }
+    void setMeasurement(MeasurementSystem m) { measurement_ = m; }
+
+    // ---- Reactors -----------------------------------------------------------------------------------------
+    void addReactor(DatabaseReactor* reactor);
+    void removeReactor(DatabaseReactor* reactor);
+
+    // ---- Undo ---------------------------------------------------------------------------------------------
+    UndoManager& undoManager() { return undo_; }
+    const UndoManager& undoManager() const { return undo_; }
+
+    // ---- Services -----------------------------------------------------------------------------------------
+    /// Marks every layer in use or not: in use when a live entity in any block (layouts and definitions) lies on
+    /// it. Layer "0" and the current layer count as in use, as drawing programs treat them.
+    void generateLayerUsageData();
+    /// Clones entities into the block table record `owner`, each with a new handle. References among the cloned
+    /// objects are not re-pointed (entities reference tables, which are shared). Ids that are null, erased or not
+    /// entities are skipped; an id listed twice is cloned once.
+    ErrorStatus deepCloneObjects(const std::vector<ObjectId>& ids, ObjectId owner, IdMapping& mapping);
+    /// Adds the linetype `name` from a definition (as read from a .lin file). DuplicateRecordName when the
+    /// drawing has it already.
+    ErrorStatus addLinetype(const LinetypeDefinition& definition, ObjectId* id = nullptr);
+    /// Loads linetype `name` (case-insensitive) from the .lin file `path`. FileNotFound, KeyNotFound when the file
+    /// has no such linetype, DuplicateRecordName when the drawing has it already.
+    ErrorStatus loadLinetype(std::string_view name, const std::filesystem::path& path, ObjectId* id = nullptr);
+
+private:
+    friend class UndoManager;
+    friend class DbObject;
+    friend ErrorStatus detail::openImpl(DbObject*, const RxClass*, OpenMode, OpenOptions);
+    friend void detail::closeImpl(DbObject*, OpenMode);
+
+    void createDefaultContents();
+    ObjectId addTable(std::unique_ptr<SymbolTable> table);
+    ObjectId addDefaultRecord(ObjectId table, std::unique_ptr<SymbolTableRecord> record);
+    ErrorStatus registerObject(DbObject* object, DbObject* owner, Handle handle);
+
+    // Change protocol, driven by DbObject and the undo manager.
+    void objectWillChange(DbObject* object, bool contents, bool firstInOpen);
+    void objectClosedAfterChange(DbObject* object);
+    void setErasedFlag(DbObject* object, bool erased, bool record);
+    void contentsRestored(DbObject* object);
+
+    void fireAppended(const DbObject* o) const;
+    void fireOpenedForModify(const DbObject* o) const;
+    void fireModified(const DbObject* o) const;
+    void fireErased(const DbObject* o, bool erased) const;
+
+    HandleMap handles_;
+    std::uint64_t nextHandle_ = 1;
+    std::vector<DatabaseReactor*> reactors_;
+    UndoManager undo_{*this};
+
+    ObjectId layerTable_, linetypeTable_, textStyleTable_, dimStyleTable_, blockTable_, viewportTable_,
+        viewTable_, ucsTable_, regAppTable_;
+    ObjectId currentLayer_, currentLinetype_;
+    Color currentColor_ = Color::byLayer();
+    LineWeight currentLineWeight_ = LineWeight::ByLayer;
+    double currentLinetypeScale_ = 1.0;
+    double globalLinetypeScale_ = 1.0;
+    Transparency currentTransparency_ = Transparency::byLayer();
+    MeasurementSystem measurement_ = MeasurementSystem::Metric;
+};
+
+}  // namespace vela::db

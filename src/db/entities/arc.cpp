@@ -1,0 +1,62 @@
+#include "db/entities/arc.h"
+
+#include <cmath>
+
+#include "db/geometry/plane.h"
+
+namespace vela::db {
+
+VELA_DB_DEFINE_CLASS(Arc, "AcDbArc", "ARC", Curve)
+
+Arc::Arc(const Point3d& center, double radius, double startAngle, double endAngle)
+    : center_(center), radius_(radius), startAngle_(normalizeAngle(startAngle)), endAngle_(normalizeAngle(endAngle)) {}
+
+ErrorStatus Arc::setRadius(double r) {
+    if (!std::isfinite(r) || r <= 0.0) return ErrorStatus::InvalidInput;
+    assertWriteEnabled();
+    radius_ = r;
+    return ErrorStatus::Ok;
+}
+
+void Arc::setStartAngle(double a) { assertWriteEnabled(), startAngle_ = normalizeAngle(a); }
+void Arc::setEndAngle(double a) { assertWriteEnabled(), endAngle_ = normalizeAngle(a); }
+
+double Arc::totalAngle() const { return sweepAngle(startAngle_, endAngle_); }
+
+Point3d Arc::pointAtAngle(double a) const {
+    return center_ + (ocsXAxis(normal_) * std::cos(a) + ocsYAxis(normal_) * std::sin(a)) * radius_;
+}
+
+ErrorStatus Arc::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    const Vector3d u = ocsXAxis(normal_) * radius_, v = ocsYAxis(normal_) * radius_;
+    addEllipticArcExtents(extents, center_, u, v, startAngle_, endAngle_);
+    if (thickness_ != 0.0) {
+        Extents3d top;
+        addEllipticArcExtents(top, center_ + normal_.normalized() * thickness_, u, v, startAngle_, endAngle_);
+        extents.addExtents(top);
+    }
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Arc::transformBy(const Matrix3d& m) {
+    if (ErrorStatus es = checkUniformTransform(m); es != ErrorStatus::Ok) return es;
+    const Point3d start = m.apply(startPoint()), end = m.apply(endPoint());
+    const Vector3d n = m.apply(normal_).normalized();
+    const Point3d c = m.apply(center_);
+    const Vector3d ds = wcsToOcs(start - c, n), de = wcsToOcs(end - c, n);
+    assertWriteEnabled();
+    const double s = m.scaleFactor();
+    center_ = c;
+    radius_ *= s;
+    thickness_ *= s;
+    normal_ = n;
+    // A reflection reverses the direction of travel, so the transformed end becomes the start.
+    const bool reflected = m.determinant() < 0;
+    const double a0 = normalizeAngle(std::atan2(ds.y, ds.x)), a1 = normalizeAngle(std::atan2(de.y, de.x));
+    startAngle_ = reflected ? a1 : a0;
+    endAngle_ = reflected ? a0 : a1;
+    return ErrorStatus::Ok;
+}
+
+}  // namespace vela::db

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "db/entities/curve.h"
+
+namespace vela::db {
+
+class Circle : public Curve {
+    VELA_DB_DECLARE_CLASS(Circle)
+public:
+    Circle() = default;
+    Circle(const Point3d& center, double radius) : center_(center), radius_(radius) {}
+
+    /// Center in world coordinates.
+    const Point3d& center() const { return center_; }
+    void setCenter(const Point3d& p) { assertWriteEnabled(), center_ = p; }
+    double radius() const { return radius_; }
+    /// InvalidInput for a radius that is not a positive finite number.
+    ErrorStatus setRadius(double r);
+    double thickness() const { return thickness_; }
+    void setThickness(double t) { assertWriteEnabled(), thickness_ = t; }
+    const Vector3d& normal() const { return normal_; }
+    void setNormal(const Vector3d& n) { assertWriteEnabled(), normal_ = n.normalized(); }
+    double diameter() const { return 2 * radius_; }
+    double circumference() const;
+    double area() const;
+
+    ErrorStatus getGeomExtents(Extents3d& extents) const override;
+    ErrorStatus transformBy(const Matrix3d& transform) override;
+
+private:
+    Point3d center_;
+    double radius_ = 1.0;
+    double thickness_ = 0.0;
+    Vector3d normal_ = Vector3d::zAxis();
+};
+
+}  // namespace vela::db

@@ -1,0 +1,60 @@
+#include "db/entities/mtext.h"
+
+#include <cmath>
+
+#include "db/entities/text.h"
+#include "db/geometry/plane.h"
+#include "db/text_metrics.h"
+
+namespace vela::db {
+
+VELA_DB_DEFINE_CLASS(MText, "AcDbMText", "MTEXT", Entity)
+
+ErrorStatus MText::setTextHeight(double h) {
+    if (!std::isfinite(h) || h <= 0.0) return ErrorStatus::InvalidInput;
+    assertWriteEnabled();
+    height_ = h;
+    return ErrorStatus::Ok;
+}
+
+double MText::rotation() const {
+    const Vector3d local = wcsToOcs(direction_, normal_);
+    return normalizeAngle(std::atan2(local.y, local.x));
+}
+
+void MText::setRotation(double angle) {
+    assertWriteEnabled();
+    direction_ = ocsXAxis(normal_) * std::cos(angle) + ocsYAxis(normal_) * std::sin(angle);
+}
+
+ErrorStatus MText::getGeomExtents(Extents3d& extents) const {
+    const MTextLayout layout = measureMText(contents_);
+    const double w = width_ > 0.0 ? width_ : static_cast<double>(layout.longestLine) * height_ * Text::kCharacterWidth;
+    // Lines are spaced 5/3 of the height apart, the usual default for multi-line text.
+    const double h = height_ + (static_cast<double>(layout.lines) - 1.0) * height_ * (5.0 / 3.0) * lineSpacing_;
+    const int a = static_cast<int>(attachment_) - 1;
+    const double x0 = -w * ((a % 3) / 2.0);
+    const double y0 = -h * (1.0 - (a / 3) / 2.0);
+    const Vector3d dx = direction_.normalized();
+    const Vector3d dy = normal_.normalized().cross(dx);
+    extents = Extents3d();
+    for (double x : {x0, x0 + w})
+        for (double y : {y0, y0 + h}) extents.addPoint(location_ + dx * x + dy * y);
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus MText::transformBy(const Matrix3d& m) {
+    if (ErrorStatus es = checkUniformTransform(m); es != ErrorStatus::Ok) return es;
+    assertWriteEnabled();
+    const double s = m.scaleFactor();
+    location_ = m.apply(location_);
+    direction_ = m.apply(direction_).normalized();
+    normal_ = m.apply(normal_).normalized();
+    // Multi-line text has no mirrored form: the frame is rebuilt from the images of normal and direction, so
+    // under a reflection the text moves and turns but stays readable.
+    height_ *= s;
+    width_ *= s;
+    return ErrorStatus::Ok;
+}
+
+}  // namespace vela::db

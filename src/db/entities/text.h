@@ -1,0 +1,72 @@
+#pragma once
+
+#include <string>
+
+#include "db/entity.h"
+
+namespace vela::db {
+
+/// A single line of text.
+class Text : public Entity {
+    VELA_DB_DECLARE_CLASS(Text)
+public:
+    enum class HorizontalMode : std::int16_t { Left = 0, Center = 1, Right = 2, Aligned = 3, Middle = 4, Fit = 5 };
+    enum class VerticalMode : std::int16_t { Baseline = 0, Bottom = 1, Middle = 2, Top = 3 };
+
+    Text() = default;
+    Text(const Point3d& position, std::string_view text, double height)
+        : position_(position), text_(text), height_(height) {}
+
+    /// Insertion point in world coordinates.
+    const Point3d& position() const { return position_; }
+    void setPosition(const Point3d& p) { assertWriteEnabled(), position_ = p; }
+    /// Second alignment point, used unless the text is left/baseline aligned.
+    const Point3d& alignmentPoint() const { return alignmentPoint_; }
+    void setAlignmentPoint(const Point3d& p) { assertWriteEnabled(), alignmentPoint_ = p; }
+    const std::string& textString() const { return text_; }
+    void setTextString(std::string_view s) { assertWriteEnabled(), text_ = std::string(s); }
+    double height() const { return height_; }
+    ErrorStatus setHeight(double h);
+    double rotation() const { return rotation_; }
+    void setRotation(double r) { assertWriteEnabled(), rotation_ = r; }
+    double widthFactor() const { return widthFactor_; }
+    void setWidthFactor(double w) { assertWriteEnabled(), widthFactor_ = w; }
+    double oblique() const { return oblique_; }
+    void setOblique(double o) { assertWriteEnabled(), oblique_ = o; }
+    ObjectId textStyle() const { return style_; }
+    void setTextStyle(ObjectId s) { assertWriteEnabled(), style_ = s; }
+    HorizontalMode horizontalMode() const { return hmode_; }
+    void setHorizontalMode(HorizontalMode m) { assertWriteEnabled(), hmode_ = m; }
+    VerticalMode verticalMode() const { return vmode_; }
+    void setVerticalMode(VerticalMode m) { assertWriteEnabled(), vmode_ = m; }
+    /// 2 = backwards (mirrored in X), 4 = upside down.
+    std::int16_t generationFlags() const { return generation_; }
+    void setGenerationFlags(std::int16_t f) { assertWriteEnabled(), generation_ = f; }
+    double thickness() const { return thickness_; }
+    void setThickness(double t) { assertWriteEnabled(), thickness_ = t; }
+    const Vector3d& normal() const { return normal_; }
+    void setNormal(const Vector3d& n) { assertWriteEnabled(), normal_ = n.normalized(); }
+
+    /// Estimated box: without font metrics each character is taken as `kCharacterWidth` times the height wide.
+    ErrorStatus getGeomExtents(Extents3d& extents) const override;
+    ErrorStatus transformBy(const Matrix3d& transform) override;
+
+    static constexpr double kCharacterWidth = 0.6;
+
+private:
+    Point3d position_;
+    Point3d alignmentPoint_;
+    std::string text_;
+    double height_ = 1.0;
+    double rotation_ = 0.0;
+    double widthFactor_ = 1.0;
+    double oblique_ = 0.0;
+    double thickness_ = 0.0;
+    ObjectId style_;
+    Vector3d normal_ = Vector3d::zAxis();
+    HorizontalMode hmode_ = HorizontalMode::Left;
+    VerticalMode vmode_ = VerticalMode::Baseline;
+    std::int16_t generation_ = 0;
+};
+
+}  // namespace vela::db

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <string>
+
+#include "db/color.h"
+#include "db/geometry/extents.h"
+#include "db/geometry/matrix.h"
+#include "db/lineweight.h"
+#include "db/object.h"
+#include "db/transparency.h"
+
+namespace vela::db {
+
+/// A graphical object with the properties every entity shares.
+class Entity : public DbObject {
+    VELA_DB_DECLARE_ABSTRACT_CLASS(Entity)
+public:
+    ObjectId layerId() const { return layer_; }
+    void setLayerId(ObjectId layer) { assertWriteEnabled(), layer_ = layer; }
+    /// The layer's name, or empty when the entity has no layer yet.
+    std::string layer() const;
+    /// Sets the layer by name; KeyNotFound when the entity's database has no such layer.
+    ErrorStatus setLayer(std::string_view name);
+
+    Color color() const { return color_; }
+    void setColor(Color c) { assertWriteEnabled(), color_ = c; }
+    ObjectId linetypeId() const { return linetype_; }
+    void setLinetypeId(ObjectId linetype) { assertWriteEnabled(), linetype_ = linetype; }
+    std::string linetype() const;
+    ErrorStatus setLinetype(std::string_view name);
+    LineWeight lineWeight() const { return lineWeight_; }
+    void setLineWeight(LineWeight w) { assertWriteEnabled(), lineWeight_ = w; }
+    double linetypeScale() const { return linetypeScale_; }
+    void setLinetypeScale(double s) { assertWriteEnabled(), linetypeScale_ = s; }
+    Transparency transparency() const { return transparency_; }
+    void setTransparency(Transparency t) { assertWriteEnabled(), transparency_ = t; }
+    bool isVisible() const { return visible_; }
+    void setVisibility(bool v) { assertWriteEnabled(), visible_ = v; }
+
+    /// The block (model space, a layout or a block definition) that owns the entity.
+    ObjectId blockId() const { return ownerId(); }
+
+    /// Applies the database's current layer, color, linetype, lineweight and linetype scale. With a null
+    /// database, the entity's own database is used.
+    void setDatabaseDefaults(const Database* database = nullptr);
+
+    /// The exact axis-aligned box of the entity's geometry; InvalidInput when it has none (an empty polyline).
+    virtual ErrorStatus getGeomExtents(Extents3d& extents) const = 0;
+    /// Transforms the geometry. A transformation the type cannot take (non-uniform scaling of a circle, for
+    /// example) is refused with an error and leaves the entity unchanged.
+    virtual ErrorStatus transformBy(const Matrix3d& transform) = 0;
+
+protected:
+    Entity() = default;
+
+private:
+    friend class Database;
+    ObjectId layer_;
+    ObjectId linetype_;
+    double linetypeScale_ = 1.0;
+    Color color_;
+    Transparency transparency_;
+    LineWeight lineWeight_ = LineWeight::ByLayer;
+    bool visible_ = true;
+};
+
+}  // namespace vela::db

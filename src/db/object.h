@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "db/error_status.h"
+#include "db/handle.h"
+#include "db/object_extras.h"
+#include "db/object_id.h"
+#include "db/rx_class.h"
+
+namespace vela::db {
+
+class Database;
+
+enum class OpenMode : std::uint8_t { ForRead, ForWrite };
+
+struct OpenOptions {
+    bool openErased = false;
+    bool openOnLockedLayer = false;
+};
+
+class DbObject;
+namespace detail {
+ErrorStatus openImpl(DbObject* object, const RxClass* cls, OpenMode mode, OpenOptions options);
+void closeImpl(DbObject* object, OpenMode mode);
+}  // namespace detail
+
+/// The base of everything stored in a drawing database.
+///
+/// An object outside a database is free: it can be changed at will. Once added it belongs to the database, which
+/// gives it a handle; from then on it is changed only while open for write, so that the database can record the
+/// state before the change for undo and tell its reactors. The first change in an open fires "opened for modify",
+/// closing a changed object fires "modified".
+class DbObject {
+public:
+    virtual ~DbObject() = default;
+
+    static const RxClass* desc();
+    virtual const RxClass* isA() const = 0;
+    bool isKindOf(const RxClass* cls) const { return isA()->isDerivedFrom(cls); }
+
+    /// A free copy of this object: same contents and owner, no database, no handle.
+    virtual std::unique_ptr<DbObject> clone() const = 0;
+
+    Database* database() const { return database_; }
+    ObjectId objectId() const { return database_ ? ObjectId(const_cast<DbObject*>(this)) : ObjectId(); }
+    Handle handle() const { return handle_; }
+    ObjectId ownerId() const { return ObjectId(owner_); }
+    void setOwnerId(ObjectId owner);
+
+    bool isErased() const { return (flags_ & kErased) != 0; }
+    /// Erases (true) or un-erases (false) the object; it must be open for write.
+    ErrorStatus erase(bool erasing = true);
+
+    bool isReadEnabled() const { return database_ == nullptr || openCount_ > 0; }
+    bool isWriteEnabled() const { return database_ == nullptr || writeCount_ > 0; }
+    /// Called by every setter before it changes anything. Throws DbError(NotOpenForWrite) when the object is in a
+    /// database but not open for write.
+    void assertWriteEnabled();
+
+    const ObjectExtras* extras() const { return extras_.get(); }
+    ObjectExtras& editExtras();
+
+protected:
+    DbObject() = default;
+    /// Copies contents (owner and extras) but not identity: the copy is free.
+    DbObject(const DbObject& other);
+    /// Assigns contents but keeps identity (database, handle, flags, open state).
+    DbObject& operator=(const DbObject& other);
+    /// Replaces this object's contents with those of `other` (same class); used by undo.
+    virtual void copyContentsFrom(const DbObject& other) = 0;
+
+private:
+    friend class Database;
+    friend class UndoManager;
+    friend ErrorStatus detail::openImpl(DbObject*, const RxClass*, OpenMode, OpenOptions);
+    friend void detail::closeImpl(DbObject*, OpenMode);
+
+    void prepareChange(bool contents);
+
+    static constexpr std::uint8_t kErased = 1;
+    static constexpr std::uint8_t kChangedInOpen = 2;
+
+    Database* database_ = nullptr;
+    Handle handle_;
+    DbObject* owner_ = nullptr;
+    std::unique_ptr<ObjectExtras> extras_;
+    std::uint32_t undoMark_ = 0;  // serial of the undo group that last recorded this object's state
+    std::uint16_t openCount_ = 0;
+    std::uint8_t writeCount_ = 0;
+    std::uint8_t flags_ = 0;
+};
+
+/// The object as a T when it is one, else null.
+template <class T>
+T* objectCast(DbObject* object) {
+    return object && object->isKindOf(T::desc()) ? static_cast<T*>(object) : nullptr;
+}
+template <class T>
+const T* objectCast(const DbObject* object) {
+    return object && object->isKindOf(T::desc()) ? static_cast<const T*>(object) : nullptr;
+}
+
+}  // namespace vela::db

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <vector>
+
+#include "db/entity.h"
+#include "db/geometry/vector.h"
+#include "db/symbol_table.h"
+
+namespace vela::db {
+
+/// A block definition, or a layout's space (model space, paper space). It owns its entities, kept in the order
+/// they were appended; erased entities stay in the list (for undo) and are skipped by iteration.
+class BlockTableRecord : public SymbolTableRecord {
+    VELA_DB_DECLARE_CLASS(BlockTableRecord)
+public:
+    static constexpr std::string_view kModelSpace = "*Model_Space";
+    static constexpr std::string_view kPaperSpace = "*Paper_Space";
+
+    BlockTableRecord() = default;
+    explicit BlockTableRecord(std::string_view name) { name_ = std::string(name); }
+
+    const Point3d& origin() const { return origin_; }
+    void setOrigin(const Point3d& p) { assertWriteEnabled(), origin_ = p; }
+    const std::string& comments() const { return comments_; }
+    void setComments(std::string_view c) { assertWriteEnabled(), comments_ = std::string(c); }
+    /// Path of the external drawing this block comes from; empty for ordinary blocks.
+    const std::string& pathName() const { return pathName_; }
+    void setPathName(std::string_view p) { assertWriteEnabled(), pathName_ = std::string(p); }
+
+    /// Model space and paper spaces ("*Model_Space", "*Paper_Space", "*Paper_Space0", ...).
+    bool isLayout() const;
+    bool isModelSpace() const { return namesEqual(name_, kModelSpace); }
+    bool isAnonymous() const { return flags_ & 1; }
+    bool isFromExternalReference() const { return (flags_ & 4) != 0 || !pathName_.empty(); }
+
+    /// Ids of live entities in drawing order.
+    std::vector<ObjectId> entityIds() const;
+    /// Calls f(Entity*) for each live entity, in drawing order, without opening it: for read-only scans.
+    template <class F>
+    void forEachEntity(F&& f) const {
+        for (DbObject* e : entities_)
+            if (!e->isErased()) f(static_cast<Entity*>(e));
+    }
+    std::size_t entityCount() const;
+    /// Number of entries including erased ones; a cheap upper bound.
+    std::size_t entitySlotCount() const { return entities_.size(); }
+
+    /// Handles of the BLOCK and ENDBLK records a DXF file gives this definition; kept so a round trip keeps them.
+    Handle blockBeginHandle() const { return blockBegin_; }
+    Handle blockEndHandle() const { return blockEnd_; }
+    void setBlockBeginEndHandles(Handle begin, Handle end) { blockBegin_ = begin, blockEnd_ = end; }
+    /// The layout object a space belongs to (a kept object of the drawing), or null.
+    ObjectId layoutId() const { return layout_; }
+    void setLayoutId(ObjectId id) { assertWriteEnabled(), layout_ = id; }
+
+    // The list of owned entities is not part of the undoable contents: appending is undone by erasing, so the
+    // list only ever grows and a copy for undo never has to duplicate it.
+    BlockTableRecord(const BlockTableRecord& other)
+        : SymbolTableRecord(other),
+          origin_(other.origin_),
+          comments_(other.comments_),
+          pathName_(other.pathName_),
+          layout_(other.layout_) {}
+    BlockTableRecord& operator=(const BlockTableRecord& other) {
+        SymbolTableRecord::operator=(other);
+        origin_ = other.origin_, comments_ = other.comments_, pathName_ = other.pathName_;
+        layout_ = other.layout_;
+        return *this;
+    }
+
+private:
+    friend class Database;
+    Point3d origin_;
+    std::string comments_;
+    std::string pathName_;
+    ObjectId layout_;
+    Handle blockBegin_, blockEnd_;
+    std::vector<DbObject*> entities_;
+};
+
+}  // namespace vela::db

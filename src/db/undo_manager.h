@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vela::db {
+
+class Database;
+class DbObject;
+
+/// Undo for one database, in groups: a command opens a group, every change inside it is recorded, and undo or
+/// redo replays a whole group. A group that recorded nothing is dropped, so read-only commands leave no step.
+///
+/// What is recorded: the state of an object before its first change in the group (a copy, swapped back and forth
+/// by undo and redo), appends (undone by erasing) and erase-flag changes. Objects appended in the group are not
+/// copied on change: undoing the append hides them, whatever their contents.
+class UndoManager {
+public:
+    explicit UndoManager(Database& db) : db_(db) {}
+    UndoManager(const UndoManager&) = delete;
+    UndoManager& operator=(const UndoManager&) = delete;
+
+    /// Opens a group; nested calls join the outermost group.
+    void beginGroup(std::string name = {});
+    /// Closes the group opened by the matching beginGroup. A group without changes is dropped; a group with
+    /// changes becomes the newest undo step and clears the redo steps.
+    void endGroup();
+    /// Rolls back every change of the outermost open group and drops it (for a command that failed halfway).
+    void abortGroup();
+    bool isGroupOpen() const { return depth_ > 0; }
+    /// True while a group is open and changes are being recorded.
+    bool isRecording() const { return depth_ > 0 && !replaying_; }
+
+    bool canUndo() const { return !undoStack_.empty(); }
+    bool canRedo() const { return !redoStack_.empty(); }
+    std::size_t undoCount() const { return undoStack_.size(); }
+    std::size_t redoCount() const { return redoStack_.size(); }
+    /// Undoes up to `steps` groups; returns how many were undone. Refused (0) while a group is open.
+    std::size_t undo(std::size_t steps = 1);
+    std::size_t redo(std::size_t steps = 1);
+    /// Forgets all steps (after loading a file, for example).
+    void clear();
+    const std::string& undoName() const;
+
+private:
+    friend class Database;
+
+    struct Record {
+        enum class Kind : std::uint8_t { Modified, Appended, EraseFlag };
+        Kind kind;
+        bool erased = false;  // EraseFlag: the flag before the change
+        DbObject* object = nullptr;
+        std::unique_ptr<DbObject> otherState;  // Modified: the state to swap in
+    };
+    struct Group {
+        std::string name;
+        std::vector<Record> records;
+    };
+
+    // Called by the database as changes happen.
+    void recordModify(DbObject* object);
+    void recordAppend(DbObject* object);
+    void recordEraseFlag(DbObject* object, bool previous);
+
+    void replay(Group& group, bool backwards);
+
+    Database& db_;
+    int depth_ = 0;
+    bool replaying_ = false;
+    std::uint32_t serial_ = 0;
+    Group current_;
+    std::vector<Group> undoStack_;
+    std::vector<Group> redoStack_;
+};
+
+}  // namespace vela::db

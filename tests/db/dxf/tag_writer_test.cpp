@@ -1,0 +1,121 @@
+#include "db/dxf/tag_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "binary_dxf_builder.h"
+#include "db/dxf/tag_reader.h"
+
+namespace vela::db::dxf {
+namespace {
+
+TEST(TagWriter, WritesTheLayoutAutoCadReads) {
+    std::string out;
+    TagWriter w(out);
+    w.writeString(0, "SECTION");
+    w.writeInt(70, -5);
+    w.writeDouble(40, 1.0);
+    w.writeDouble(40, 0.1);
+    w.writeDouble(40, 1e20);
+    w.writeDouble(40, -0.0);
+    w.writeHandle(5, 0x1F);
+    w.writeHandle(330, 0);
+    w.writeBool(290, true);
+    w.writeInt(1071, 2147483647);
+    EXPECT_EQ(out,
+              "  0\nSECTION\n 70\n-5\n 40\n1.0\n 40\n0.1\n 40\n1e+20\n 40\n-0.0\n  5\n1F\n330\n0\n290\n1\n"
+              "1071\n2147483647\n");
+    EXPECT_EQ(w.repairedValues(), 0u);
+}
+
+TEST(TagWriter, RepairsValuesThatWouldBreakTheFile) {
+    std::string out;
+    TagWriter w(out, LineEnding::CrLf);
+    w.writeString(1, "two\r\nlines\n");
+    w.writeDouble(10, std::numeric_limits<double>::quiet_NaN());
+    w.writeDouble(20, -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(out, "  1\r\ntwo  lines \r\n 10\r\n0.0\r\n 20\r\n0.0\r\n");
+    EXPECT_EQ(w.repairedValues(), 3u);
+}
+
+TEST(TagWriter, RoundTripsThroughTheReader) {
+    std::mt19937_64 rng(42);
+    std::vector<double> doubles = {
+        0.0, -0.0, 1.0, 0.1, 1.0 / 3.0, 1e-300, 5e-324, 1.7976931348623157e308, 123456789012345680.0};
+    while (doubles.size() < 2000) {
+        const double d = std::bit_cast<double>(rng());
+        if (std::isfinite(d)) doubles.push_back(d);
+    }
+    std::vector<std::uint8_t> blob(300);
+    for (std::size_t i = 0; i < blob.size(); ++i) blob[i] = static_cast<std::uint8_t>(i * 7);
+
+    for (const LineEnding eol : {LineEnding::Lf, LineEnding::CrLf}) {
+        std::string out;
+        TagWriter w(out, eol);
+        w.writeString(1, "  leading blanks kept");
+        w.writePoint(10, Point3d(1.5, -2.25, 3.0));
+        w.writePoint(11, Point2d(4.0, 5.0));
+        for (double d : doubles) w.writeDouble(40, d);
+        w.writeInt(160, INT64_MIN);
+        w.writeHandle(5, UINT64_MAX);
+        w.writeBinary(310, blob);
+
+        TagReader r(out);
+        Tag t;
+        ASSERT_TRUE(r.next(t));
+        EXPECT_TRUE(t.is(1, "  leading blanks kept"));
+        for (const auto& [code, value] :
+             std::vector<std::pair<int, double>>{{10, 1.5}, {20, -2.25}, {30, 3.0}, {11, 4.0}, {21, 5.0}}) {
+            ASSERT_TRUE(r.next(t));
+            EXPECT_EQ(t.code, code);
+            EXPECT_EQ(t.toDouble(), value);
+        }
+        for (double d : doubles) {
+            ASSERT_TRUE(r.next(t));
+            const auto back = t.toDouble();
+            ASSERT_TRUE(back) << t.value;
+            EXPECT_EQ(std::bit_cast<std::uint64_t>(*back), std::bit_cast<std::uint64_t>(d)) << t.value;
+            EXPECT_NE(t.value.find_first_of(".e"), std::string_view::npos) << t.value;
+        }
+        ASSERT_TRUE(r.next(t));
+        EXPECT_EQ(t.toInt64(), INT64_MIN);
+        ASSERT_TRUE(r.next(t));
+        EXPECT_EQ(t.toHandle(), UINT64_MAX);
+        std::vector<std::uint8_t> back;
+        int chunks = 0;
+        while (r.next(t)) {
+            EXPECT_EQ(t.code, 310);
+            EXPECT_LE(t.value.size(), 2 * TagWriter::kBinaryChunkBytes);
+            ASSERT_TRUE(t.appendBinary(back));
+            ++chunks;
+        }
+        EXPECT_FALSE(r.failed());
+        EXPECT_EQ(chunks, 3);
+        EXPECT_EQ(back, blob);
+    }
+}
+
+TEST(TagWriter, CopiesBinaryDxfTagsToAscii) {
+    BinaryDxf f;
+    f.str(0, "LINE").str(5, "A1").num(10, 0.5).num<std::int16_t>(70, -7).num<std::int32_t>(90, 100000);
+    f.num<std::uint8_t>(290, 1).num<std::int64_t>(160, 1LL << 40);
+    f.code(310).raw(2).raw('\xAB').raw('\xCD');
+
+    std::string out;
+    TagWriter w(out);
+    TagReader binary(f.data);
+    Tag t;
+    while (binary.next(t)) w.writeTag(t);
+    ASSERT_FALSE(binary.failed());
+    EXPECT_EQ(out,
+              "  0\nLINE\n  5\nA1\n 10\n0.5\n 70\n-7\n 90\n100000\n290\n1\n160\n1099511627776\n310\nABCD\n");
+}
+
+}  // namespace
+}  // namespace vela::db::dxf
