@@ -12,7 +12,7 @@ namespace vela::db {
 
 Database::Database(Empty) {}
 
-Database::Database() { createDefaultContents(); }
+Database::Database() { addMissingFramework(); }
 
 Database::~Database() {
     for (DatabaseReactor* r : std::vector<DatabaseReactor*>(reactors_)) r->goodbye(this);
@@ -20,34 +20,52 @@ Database::~Database() {
     handles_.forEach([](DbObject* o) { delete o; });
 }
 
-void Database::createDefaultContents() {
-    layerTable_ = addTable(std::make_unique<LayerTable>());
-    linetypeTable_ = addTable(std::make_unique<LinetypeTable>());
-    textStyleTable_ = addTable(std::make_unique<TextStyleTable>());
-    dimStyleTable_ = addTable(std::make_unique<DimStyleTable>());
-    blockTable_ = addTable(std::make_unique<BlockTable>());
-    viewportTable_ = addTable(std::make_unique<ViewportTable>());
-    viewTable_ = addTable(std::make_unique<ViewTable>());
-    ucsTable_ = addTable(std::make_unique<UcsTable>());
-    regAppTable_ = addTable(std::make_unique<RegAppTable>());
+void Database::addMissingFramework() {
+    auto table = [&](ObjectId& id, auto make) {
+        if (!objectCast<SymbolTable>(id.peek())) id = addTable(make());
+    };
+    table(layerTable_, [] { return std::make_unique<LayerTable>(); });
+    table(linetypeTable_, [] { return std::make_unique<LinetypeTable>(); });
+    table(textStyleTable_, [] { return std::make_unique<TextStyleTable>(); });
+    table(dimStyleTable_, [] { return std::make_unique<DimStyleTable>(); });
+    table(blockTable_, [] { return std::make_unique<BlockTable>(); });
+    table(viewportTable_, [] { return std::make_unique<ViewportTable>(); });
+    table(viewTable_, [] { return std::make_unique<ViewTable>(); });
+    table(ucsTable_, [] { return std::make_unique<UcsTable>(); });
+    table(regAppTable_, [] { return std::make_unique<RegAppTable>(); });
 
-    addDefaultRecord(linetypeTable_, std::make_unique<LinetypeTableRecord>("ByBlock"));
-    addDefaultRecord(linetypeTable_, std::make_unique<LinetypeTableRecord>("ByLayer"));
-    auto continuous = std::make_unique<LinetypeTableRecord>("Continuous");
-    continuous->setComments("Solid line");
-    const ObjectId continuousId = addDefaultRecord(linetypeTable_, std::move(continuous));
+    auto record = [&](ObjectId tableId, std::string_view name, auto make) {
+        auto* t = objectCast<SymbolTable>(tableId.peek());
+        const ObjectId found = t->getAt(name);
+        return found.isNull() ? addDefaultRecord(tableId, make()) : found;
+    };
+    record(linetypeTable_, "ByBlock", [] { return std::make_unique<LinetypeTableRecord>("ByBlock"); });
+    record(linetypeTable_, "ByLayer", [] { return std::make_unique<LinetypeTableRecord>("ByLayer"); });
+    const ObjectId continuous = record(linetypeTable_, "Continuous", [] {
+        auto lt = std::make_unique<LinetypeTableRecord>("Continuous");
+        lt->setComments("Solid line");
+        return lt;
+    });
+    record(layerTable_, "0", [&] {
+        auto zero = std::make_unique<LayerTableRecord>("0");
+        zero->setLinetypeId(continuous);
+        return zero;
+    });
+    record(textStyleTable_, "Standard", [] { return std::make_unique<TextStyleTableRecord>("Standard"); });
+    record(dimStyleTable_, "Standard", [] { return std::make_unique<DimStyleTableRecord>("Standard"); });
+    record(regAppTable_, "ACAD", [] { return std::make_unique<RegAppTableRecord>("ACAD"); });
+    record(viewportTable_, "*Active", [] { return std::make_unique<ViewportTableRecord>("*Active"); });
+    record(blockTable_, BlockTableRecord::kModelSpace,
+           [] { return std::make_unique<BlockTableRecord>(BlockTableRecord::kModelSpace); });
+    record(blockTable_, BlockTableRecord::kPaperSpace,
+           [] { return std::make_unique<BlockTableRecord>(BlockTableRecord::kPaperSpace); });
+    if (!currentLayer_.isValid()) currentLayer_ = layerZeroId();
+    if (!currentLinetype_.isValid()) currentLinetype_ = linetypeByLayerId();
+}
 
-    auto zero = std::make_unique<LayerTableRecord>("0");
-    zero->setLinetypeId(continuousId);
-    currentLayer_ = addDefaultRecord(layerTable_, std::move(zero));
-    currentLinetype_ = linetypeByLayerId();
-
-    addDefaultRecord(textStyleTable_, std::make_unique<TextStyleTableRecord>("Standard"));
-    addDefaultRecord(dimStyleTable_, std::make_unique<DimStyleTableRecord>("Standard"));
-    addDefaultRecord(regAppTable_, std::make_unique<RegAppTableRecord>("ACAD"));
-    addDefaultRecord(viewportTable_, std::make_unique<ViewportTableRecord>("*Active"));
-    addDefaultRecord(blockTable_, std::make_unique<BlockTableRecord>(BlockTableRecord::kModelSpace));
-    addDefaultRecord(blockTable_, std::make_unique<BlockTableRecord>(BlockTableRecord::kPaperSpace));
+Handle Database::allocateHandle() {
+    while (handles_.find(nextHandle_)) ++nextHandle_;
+    return Handle(nextHandle_++);
 }
 
 ObjectId Database::addTable(std::unique_ptr<SymbolTable> table) {

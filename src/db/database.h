@@ -10,6 +10,7 @@
 #include "db/color.h"
 #include "db/database_reactor.h"
 #include "db/entity.h"
+#include "db/file_data.h"
 #include "db/handle_map.h"
 #include "db/lineweight.h"
 #include "db/object_ref.h"
@@ -50,6 +51,9 @@ public:
     /// Raises the next handle to at least `seed` (never lowers it: handles are never reused).
     void raiseHandseed(Handle seed);
     std::size_t objectCount() const { return handles_.size(); }
+    /// Takes the next handle for something that is not an object of ours but needs a handle in a file (the
+    /// BLOCK and ENDBLK records of a block definition).
+    Handle allocateHandle();
 
     /// Adds a free object to the database under `owner`. With a non-null `handle` (from a file) the object gets
     /// that handle when it is free; otherwise the next one. Fires "appended" and records the append for undo.
@@ -124,6 +128,14 @@ public:
     UndoManager& undoManager() { return undo_; }
     const UndoManager& undoManager() const { return undo_; }
 
+    // ---- File data ----------------------------------------------------------------------------------------
+    FileData& fileData() { return fileData_; }
+    const FileData& fileData() const { return fileData_; }
+    /// Adds whatever a drawing needs and lacks: the nine tables, layer "0", linetypes ByBlock, ByLayer and
+    /// Continuous, text and dimension style "Standard", application id "ACAD", model space and a paper space.
+    /// A new drawing is made this way; a reader calls it after a file that left something out.
+    void addMissingFramework();
+
     // ---- Services -----------------------------------------------------------------------------------------
     /// Marks every layer in use or not: in use when a live entity in any block (layouts and definitions) lies on
     /// it. Layer "0" and the current layer count as in use, as drawing programs treat them.
@@ -145,7 +157,6 @@ private:
     friend ErrorStatus detail::openImpl(DbObject*, const RxClass*, OpenMode, OpenOptions);
     friend void detail::closeImpl(DbObject*, OpenMode);
 
-    void createDefaultContents();
     ObjectId addTable(std::unique_ptr<SymbolTable> table);
     ObjectId addDefaultRecord(ObjectId table, std::unique_ptr<SymbolTableRecord> record);
     ErrorStatus registerObject(DbObject* object, DbObject* owner, Handle handle);
@@ -175,6 +186,7 @@ private:
     double globalLinetypeScale_ = 1.0;
     Transparency currentTransparency_ = Transparency::byLayer();
     MeasurementSystem measurement_ = MeasurementSystem::Metric;
+    FileData fileData_;
 };
 
 }  // namespace vela::db

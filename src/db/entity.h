@@ -52,6 +52,9 @@ public:
 
 protected:
     Entity() = default;
+    /// The groups every entity shares, declared once for reading and writing (entity_dxf.h).
+    template <class Io, class Self>
+    static void entityFields(Io& io, Self& self);
 
 private:
     friend class Database;

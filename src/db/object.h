@@ -12,6 +12,8 @@
 namespace vela::db {
 
 class Database;
+class DxfInput;
+class DxfOutput;
 
 enum class OpenMode : std::uint8_t { ForRead, ForWrite };
 
@@ -42,6 +44,12 @@ public:
 
     /// A free copy of this object: same contents and owner, no database, no handle.
     virtual std::unique_ptr<DbObject> clone() const = 0;
+
+    /// Writes the object's own DXF groups (its subclass sections, without the record's type, handle and owner,
+    /// which the file structure gives) through the declaration of its class.
+    virtual void dxfOutFields(DxfOutput& out) const = 0;
+    /// Reads the object's own groups; groups it does not model are kept and written back.
+    virtual void dxfInFields(DxfInput& in) = 0;
 
     Database* database() const { return database_; }
     ObjectId objectId() const { return database_ ? ObjectId(const_cast<DbObject*>(this)) : ObjectId(); }

@@ -31,6 +31,8 @@ private:
 };
 
 class DbObject;
+class DxfInput;
+class DxfOutput;
 
 /// Declares the run-time class, the copy used for undo and cloning, and content assignment for a concrete class.
 #define VELA_DB_DECLARE_CLASS(ClassName)                                               \
@@ -40,11 +42,17 @@ public:                                                                         
     std::unique_ptr<::vela::db::DbObject> clone() const override {                    \
         return std::make_unique<ClassName>(*this);                                    \
     }                                                                                 \
+    void dxfOutFields(::vela::db::DxfOutput& out) const override;                     \
+    void dxfInFields(::vela::db::DxfInput& in) override;                              \
                                                                                       \
 protected:                                                                            \
     void copyContentsFrom(const ::vela::db::DbObject& other) override {               \
         *this = static_cast<const ClassName&>(other);                                 \
     }                                                                                 \
+                                                                                      \
+private:                                                                              \
+    template <class Io, class Self>                                                   \
+    static void dxfFields(Io& io, Self& self);                                        \
                                                                                       \
 public:
 
@@ -60,3 +68,16 @@ public:                                           \
     }
 
 }  // namespace vela::db
+
+/// Defines the DXF reading and writing of a class from its one declaration, ClassName::dxfFields.
+#define VELA_DB_DEFINE_DXF(ClassName)                                                  \
+    void ClassName::dxfOutFields(::vela::db::DxfOutput& out) const {                  \
+        ::vela::db::DxfWriteIo io(out, extras());                                     \
+        dxfFields(io, *this);                                                          \
+        io.end();                                                                      \
+    }                                                                                  \
+    void ClassName::dxfInFields(::vela::db::DxfInput& in) {                           \
+        ::vela::db::DxfReadIo io(in);                                                  \
+        dxfFields(io, *this);                                                          \
+        in.finish();                                                                   \
+    }

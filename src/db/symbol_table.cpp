@@ -1,6 +1,7 @@
 #include "db/symbol_table.h"
 
 #include "db/database.h"
+#include "db/dxf/dxf_io.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "db/records/linetype_table_record.h"
@@ -12,9 +13,17 @@ namespace vela::db {
 VELA_DB_DEFINE_CLASS(SymbolTableRecord, "AcDbSymbolTableRecord", "", DbObject)
 VELA_DB_DEFINE_CLASS(SymbolTable, "AcDbSymbolTable", "TABLE", DbObject)
 
+// A table's own groups: its marker and the record count (written from the live records).
 #define VELA_DB_DEFINE_TABLE(TableName, RecordName, ClassName)                 \
     VELA_DB_DEFINE_CLASS(TableName, ClassName, "TABLE", SymbolTable)           \
-    const RxClass* TableName::recordClass() const { return RecordName::desc(); }
+    const RxClass* TableName::recordClass() const { return RecordName::desc(); } \
+    template <class Io, class Self>                                            \
+    void TableName::dxfFields(Io& io, Self& self) {                            \
+        io.subclass("AcDbSymbolTable");                                        \
+        std::int16_t count = static_cast<std::int16_t>(self.size());           \
+        io.i16(70, count);                                                     \
+    }                                                                          \
+    VELA_DB_DEFINE_DXF(TableName)
 
 VELA_DB_DEFINE_TABLE(LayerTable, LayerTableRecord, "AcDbLayerTable")
 VELA_DB_DEFINE_TABLE(LinetypeTable, LinetypeTableRecord, "AcDbLinetypeTable")

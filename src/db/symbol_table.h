@@ -33,6 +33,10 @@ public:
 
 protected:
     SymbolTableRecord() = default;
+    /// The groups every record shares: its markers, name and (unless the type uses 70 otherwise) flags.
+    template <class Io, class Self>
+    static void recordFields(Io& io, Self& self, const char* subclassName, bool withFlags);
+
     std::string name_;
     std::int16_t flags_ = 0;
 };

@@ -12,8 +12,9 @@ public:
     Arc() = default;
     Arc(const Point3d& center, double radius, double startAngle, double endAngle);
 
-    const Point3d& center() const { return center_; }
-    void setCenter(const Point3d& p) { assertWriteEnabled(), center_ = p; }
+    /// Center in world coordinates.
+    Point3d center() const;
+    void setCenter(const Point3d& p);
     double radius() const { return radius_; }
     ErrorStatus setRadius(double r);
     double startAngle() const { return startAngle_; }
@@ -23,7 +24,8 @@ public:
     double thickness() const { return thickness_; }
     void setThickness(double t) { assertWriteEnabled(), thickness_ = t; }
     const Vector3d& normal() const { return normal_; }
-    void setNormal(const Vector3d& n) { assertWriteEnabled(), normal_ = n.normalized(); }
+    /// Tilts the arc's plane about its center.
+    void setNormal(const Vector3d& n);
 
     Point3d pointAtAngle(double angle) const;
     Point3d startPoint() const { return pointAtAngle(startAngle_); }
@@ -36,6 +38,7 @@ public:
     ErrorStatus transformBy(const Matrix3d& transform) override;
 
 private:
+    // Kept in the object coordinate system, as files hold it, so that reading and writing are exact.
     Point3d center_;
     double radius_ = 1.0;
     double startAngle_ = 0.0;

@@ -1,5 +1,7 @@
 #include "db/entities/block_reference.h"
 
+#include "db/entity_dxf.h"
+#include <algorithm>
 #include <cmath>
 
 #include "db/geometry/plane.h"
@@ -9,9 +11,57 @@ namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(BlockReference, "AcDbBlockReference", "INSERT", Entity)
 
+template <class Io, class Self>
+void BlockReference::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    const bool array = self.columns_ > 1 || self.rows_ > 1;
+    if constexpr (Io::kReading) {
+        io.subclass("AcDbBlockReference");
+        if (!io.input().has(2)) io.subclass("AcDbMInsertBlock");
+    } else {
+        io.subclass(array ? "AcDbMInsertBlock" : "AcDbBlockReference");
+    }
+    if constexpr (Io::kReading) {
+        bool follow = false;
+        io.boolean(66, follow);
+        self.hasAttributes_ = follow;
+    } else if (!self.attributes_.empty()) {
+        io.i16(66, 1);
+    }
+    io.symbol(2, self.block_, TableKind::Block);
+    io.point(10, self.position_);
+    io.real(41, self.scale_.x, 1.0);
+    io.real(42, self.scale_.y, 1.0);
+    io.real(43, self.scale_.z, 1.0);
+    io.angle(50, self.rotation_, 0.0);
+    io.i16(70, self.columns_, std::int16_t(1));
+    io.i16(71, self.rows_, std::int16_t(1));
+    io.real(44, self.columnSpacing_, 0.0);
+    io.real(45, self.rowSpacing_, 0.0);
+    io.vec(210, self.normal_, Vector3d::zAxis());
+    if constexpr (Io::kReading) self.normal_ = self.normal_.normalized();
+}
+
+VELA_DB_DEFINE_DXF(BlockReference)
+
 std::string BlockReference::blockName() const {
     if (auto* btr = objectCast<BlockTableRecord>(block_.peek())) return btr->name();
     return {};
+}
+
+Point3d BlockReference::position() const { return ocsToWcs(position_, normal_); }
+
+void BlockReference::setPosition(const Point3d& p) {
+    assertWriteEnabled();
+    position_ = wcsToOcs(p, normal_);
+}
+
+void BlockReference::setNormal(const Vector3d& n) {
+    if (n.isZero()) return;
+    assertWriteEnabled();
+    const Point3d p = position();
+    normal_ = n.normalized();
+    position_ = wcsToOcs(p, normal_);
 }
 
 ErrorStatus BlockReference::setScaleFactors(const Vector3d& s) {
@@ -36,19 +86,27 @@ Matrix3d BlockReference::blockTransform() const {
     const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_), n = normal_.normalized();
     // Plane frame: object coordinates to world, through the normal's arbitrary axes.
     Matrix3d frame({{{ax.x, ay.x, n.x, 0}, {ax.y, ay.y, n.y, 0}, {ax.z, ay.z, n.z, 0}, {0, 0, 0, 1}}});
-    return Matrix3d::translation(position_.asVector()) * frame * Matrix3d::rotation(rotation_) *
+    return Matrix3d::translation(position().asVector()) * frame * Matrix3d::rotation(rotation_) *
            Matrix3d::scaling(scale_) * Matrix3d::translation(-origin.asVector());
 }
 
-ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& outer, int depth) const {
+ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& outer, ExtentsWalk& walk) const {
     auto* btr = objectCast<BlockTableRecord>(block_.peek());
-    if (!btr || depth > kMaxNesting) return ErrorStatus::InvalidInput;
+    if (!btr) return ErrorStatus::InvalidInput;
     const Matrix3d m = outer * blockTransform();
+    const bool expand = walk.budget > 0 && walk.chain.size() < static_cast<std::size_t>(kMaxNesting) &&
+                        std::find(walk.chain.begin(), walk.chain.end(), btr) == walk.chain.end();
+    if (!expand) {
+        extents = Extents3d(outer.apply(position()), outer.apply(position()));
+        return ErrorStatus::Ok;
+    }
+    walk.chain.push_back(btr);
     Extents3d box;
     btr->forEachEntity([&](const Entity* e) {
+        if (walk.budget > 0) --walk.budget;
         if (auto* nested = objectCast<BlockReference>(e)) {
             Extents3d inner;
-            if (nested->extentsAtDepth(inner, m, depth + 1) == ErrorStatus::Ok) box.addExtents(inner);
+            if (nested->extentsAtDepth(inner, m, walk) == ErrorStatus::Ok) box.addExtents(inner);
             return;
         }
         std::unique_ptr<DbObject> copy = e->clone();
@@ -65,6 +123,7 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
             for (double y : {lo.y, hi.y})
                 for (double z : {lo.z, hi.z}) box.addPoint(m.apply(Point3d(x, y, z)));
     });
+    walk.chain.pop_back();
     if (!box.isValid()) return ErrorStatus::InvalidInput;
     // An array insertion repeats the box along the rotated rows and columns.
     if (columns_ > 1 || rows_ > 1) {
@@ -83,9 +142,10 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
 }
 
 ErrorStatus BlockReference::getGeomExtents(Extents3d& extents) const {
-    return extentsAtDepth(extents, Matrix3d::identity(), 0);
+    ExtentsWalk walk;
+    walk.budget = kExtentsBudget;
+    return extentsAtDepth(extents, Matrix3d::identity(), walk);
 }
-
 ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     if (!m.isAffine()) return ErrorStatus::CannotTransform;
     const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
@@ -110,8 +170,9 @@ ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     const Vector3d n = c3 / sz;
     const Vector3d qx = wcsToOcs(c1 / sx, n);
     assertWriteEnabled();
-    position_ = m.apply(position_);
+    const Point3d moved = m.apply(position());
     normal_ = n.normalized();
+    position_ = wcsToOcs(moved, normal_);
     rotation_ = normalizeAngle(std::atan2(qx.y, qx.x));
     scale_ = {sx, sy, sz};
     columnSpacing_ *= m.apply(dirX).length();

@@ -1,5 +1,6 @@
 #include "db/entities/ellipse.h"
 
+#include "db/entity_dxf.h"
 #include <cmath>
 
 #include "db/geometry/plane.h"
@@ -17,6 +18,24 @@ void normalizeParams(double& start, double& end) {
     if (full && start == 0.0) end = Ellipse::kFullTurn;
 }
 }  // namespace
+
+template <class Io, class Self>
+void Ellipse::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbEllipse");
+    io.point(10, self.center_);
+    io.vec(11, self.majorAxis_);
+    io.vec(210, self.normal_, Vector3d::zAxis());
+    io.real(40, self.radiusRatio_);
+    io.real(41, self.startParam_);
+    io.real(42, self.endParam_);
+    if constexpr (Io::kReading) {
+        self.normal_ = self.normal_.normalized();
+        normalizeParams(self.startParam_, self.endParam_);
+    }
+}
+
+VELA_DB_DEFINE_DXF(Ellipse)
 
 ErrorStatus Ellipse::set(const Point3d& center, const Vector3d& normal, const Vector3d& majorAxis, double ratio,
                          double startParam, double endParam) {

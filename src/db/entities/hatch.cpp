@@ -2,7 +2,9 @@
 
 #include <cmath>
 
+#include "db/database.h"
 #include "db/entities/spline.h"
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 #include "db/geometry/plane_map.h"
 #include "db/symbol_table.h"
@@ -10,6 +12,265 @@
 namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(Hatch, "AcDbHatch", "HATCH", Entity)
+
+namespace {
+
+// Clockwise arc and ellipse edges store their angles negated (as 360 - angle); our edges hold the geometric
+// angles of their start and end, turning either way.
+double edgeAngleFromFile(double degrees, bool ccw) {
+    return normalizeAngle((ccw ? degrees : -degrees) * (kPi / 180.0));
+}
+double edgeAngleToFile(double radians, bool ccw) {
+    double d = DxfWriteIo::toDegrees(normalizeAngle(ccw ? radians : -radians));
+    return d;
+}
+
+void readEdge(DxfInput& in, HatchEdge& e) {
+    std::int16_t type = 1;
+    in.takeInt16(72, type);
+    e.type = static_cast<HatchEdge::Type>(type);
+    std::int16_t flag = 1;
+    switch (e.type) {
+        case HatchEdge::Type::Line:
+            in.takePoint2d(10, e.start);
+            in.takePoint2d(11, e.end);
+            break;
+        case HatchEdge::Type::CircularArc:
+        case HatchEdge::Type::EllipticArc: {
+            in.takePoint2d(10, e.center);
+            if (e.type == HatchEdge::Type::EllipticArc) in.takePoint2d(11, e.majorAxis);
+            in.takeDouble(40, e.type == HatchEdge::Type::CircularArc ? e.radius : e.ratio);
+            double s = 0, t = 360;
+            in.takeDouble(50, s);
+            in.takeDouble(51, t);
+            in.takeInt16(73, flag);
+            e.counterClockwise = flag != 0;
+            e.startAngle = edgeAngleFromFile(s, e.counterClockwise);
+            e.endAngle = edgeAngleFromFile(t, e.counterClockwise);
+            // A full circle keeps its full sweep.
+            if (std::abs(t - s) >= 360.0 - 1e-9) e.endAngle = e.startAngle + kTwoPi;
+            break;
+        }
+        case HatchEdge::Type::Spline: {
+            std::int32_t degree = 3, knots = 0, points = 0, fits = 0;
+            std::int16_t rational = 0, periodic = 0;
+            in.takeInt32(94, degree);
+            in.takeInt16(73, rational);
+            in.takeInt16(74, periodic);
+            in.takeInt32(95, knots);
+            in.takeInt32(96, points);
+            e.degree = degree, e.rational = rational != 0, e.periodic = periodic != 0;
+            double v;
+            while (in.takeDouble(40, v)) e.knots.push_back(v);
+            Point2d p;
+            while (in.takePoint2d(10, p)) {
+                e.controlPoints.push_back(p);
+                if (in.takeDouble(42, v)) e.weights.push_back(v);
+            }
+            if (in.takeInt32(97, fits))
+                while (in.takePoint2d(11, p)) e.fitPoints.push_back(p);
+            in.takePoint2d(12, e.startTangent);
+            in.takePoint2d(13, e.endTangent);
+            break;
+        }
+        default:
+            e.type = HatchEdge::Type::Line;
+            break;
+    }
+}
+
+void writeEdge(DxfOutput& out, const HatchEdge& e) {
+    out.writeInt16(72, static_cast<std::int16_t>(e.type));
+    switch (e.type) {
+        case HatchEdge::Type::Line:
+            out.writePoint2d(10, e.start);
+            out.writePoint2d(11, e.end);
+            break;
+        case HatchEdge::Type::CircularArc:
+        case HatchEdge::Type::EllipticArc: {
+            out.writePoint2d(10, e.center);
+            if (e.type == HatchEdge::Type::EllipticArc) out.writePoint2d(11, e.majorAxis);
+            out.writeDouble(40, e.type == HatchEdge::Type::CircularArc ? e.radius : e.ratio);
+            const bool full = std::abs(e.endAngle - e.startAngle) >= kTwoPi - 1e-12;
+            const double s = edgeAngleToFile(e.startAngle, e.counterClockwise);
+            out.writeDouble(50, s);
+            out.writeDouble(51, full ? s + 360.0 : edgeAngleToFile(e.endAngle, e.counterClockwise));
+            out.writeInt16(73, e.counterClockwise ? 1 : 0);
+            break;
+        }
+        case HatchEdge::Type::Spline:
+            out.writeInt32(94, e.degree);
+            out.writeInt16(73, e.rational ? 1 : 0);
+            out.writeInt16(74, e.periodic ? 1 : 0);
+            out.writeInt32(95, static_cast<std::int32_t>(e.knots.size()));
+            out.writeInt32(96, static_cast<std::int32_t>(e.controlPoints.size()));
+            for (double k : e.knots) out.writeDouble(40, k);
+            for (std::size_t i = 0; i < e.controlPoints.size(); ++i) {
+                out.writePoint2d(10, e.controlPoints[i]);
+                if (e.rational && i < e.weights.size()) out.writeDouble(42, e.weights[i]);
+            }
+            out.writeInt32(97, static_cast<std::int32_t>(e.fitPoints.size()));
+            for (const Point2d& p : e.fitPoints) out.writePoint2d(11, p);
+            if (!e.fitPoints.empty()) {
+                out.writePoint2d(12, e.startTangent);
+                out.writePoint2d(13, e.endTangent);
+            }
+            break;
+    }
+}
+
+}  // namespace
+
+template <class Io, class Self>
+void Hatch::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbHatch");
+    if constexpr (Io::kReading) {
+        DxfInput& in = io.input();
+        Point3d elevation;
+        in.readPoint3d(10, elevation);
+        self.elevation_ = elevation.z;
+        in.readVector3d(210, self.normal_);
+        self.normal_ = self.normal_.normalized();
+        in.readString(2, self.patternName_);
+        in.readBool(70, self.solid_);
+        in.readBool(71, self.associative_);
+        std::int32_t loopCount = 0;
+        in.readInt32(91, loopCount);
+        in.seek(92);
+        self.loops_.clear();
+        for (std::int32_t i = 0; i < loopCount; ++i) {
+            HatchLoop loop;
+            if (!in.takeInt32(92, loop.flags)) break;
+            if (loop.isPolyline()) {
+                std::int16_t hasBulge = 0, closed = 1;
+                std::int32_t count = 0;
+                in.takeInt16(72, hasBulge);
+                in.takeInt16(73, closed);
+                in.takeInt32(93, count);
+                loop.closed = closed != 0;
+                Point2d p;
+                while (in.takePoint2d(10, p)) {
+                    HatchLoop::Vertex v{p, 0.0};
+                    in.takeDouble(42, v.bulge);
+                    loop.vertices.push_back(v);
+                }
+            } else {
+                std::int32_t edges = 0;
+                in.takeInt32(93, edges);
+                for (std::int32_t k = 0; k < edges && in.peek() && in.peek()->code == 72; ++k) {
+                    HatchEdge e;
+                    readEdge(in, e);
+                    loop.edges.push_back(std::move(e));
+                }
+            }
+            std::int32_t sources = 0;
+            if (in.takeInt32(97, sources)) {
+                for (std::int32_t k = 0; k < sources; ++k) {
+                    const DxfInput::Group* g = in.take(330);
+                    if (!g) break;
+                    if (auto h = Handle::fromText(g->value); h && in.database()) {
+                        loop.sourceObjects.push_back(ObjectId());
+                        const std::size_t index = loop.sourceObjects.size() - 1, loopIndex = self.loops_.size();
+                        Database* db = in.database();
+                        Self* target = &self;
+                        in.afterLoading([db, target, loopIndex, index, h] {
+                            if (loopIndex < target->loops_.size() &&
+                                index < target->loops_[loopIndex].sourceObjects.size())
+                                target->loops_[loopIndex].sourceObjects[index] = db->getObjectId(*h, true);
+                        });
+                    }
+                }
+            }
+            self.loops_.push_back(std::move(loop));
+        }
+        std::int16_t style = 0, type = 1;
+        in.readInt16(75, style);
+        in.readInt16(76, type);
+        self.style_ = static_cast<Style>(style >= 0 && style <= 2 ? style : 0);
+        self.patternType_ = static_cast<PatternType>(type >= 0 && type <= 2 ? type : 1);
+        double angle = 0;
+        if (in.readDouble(52, angle)) self.patternAngle_ = angle * (kPi / 180.0);
+        in.readDouble(41, self.patternScale_);
+        in.readBool(77, self.patternDouble_);
+        std::int16_t lineCount = 0;
+        in.readInt16(78, lineCount);
+        in.seek(53);
+        self.patternLines_.clear();
+        for (std::int16_t i = 0; i < lineCount; ++i) {
+            HatchPatternLine line;
+            double a = 0;
+            if (!in.takeDouble(53, a)) break;
+            line.angle = a * (kPi / 180.0);
+            in.takeDouble(43, line.base.x);
+            in.takeDouble(44, line.base.y);
+            in.takeDouble(45, line.offset.x);
+            in.takeDouble(46, line.offset.y);
+            std::int16_t dashes = 0;
+            in.takeInt16(79, dashes);
+            double d;
+            for (std::int16_t k = 0; k < dashes && in.takeDouble(49, d); ++k) line.dashes.push_back(d);
+            self.patternLines_.push_back(std::move(line));
+        }
+        std::int32_t seeds = 0;
+        in.readInt32(98, seeds);
+        in.seek(10);
+        self.seedPoints_.clear();
+        Point2d p;
+        for (std::int32_t i = 0; i < seeds && in.takePoint2d(10, p); ++i) self.seedPoints_.push_back(p);
+    } else {
+        DxfOutput& out = io.output();
+        out.writePoint3d(10, Point3d(0, 0, self.elevation_));
+        out.writeVector3d(210, self.normal_);
+        out.writeString(2, self.patternName_);
+        out.writeInt16(70, self.solid_ ? 1 : 0);
+        out.writeInt16(71, self.associative_ ? 1 : 0);
+        out.writeInt32(91, static_cast<std::int32_t>(self.loops_.size()));
+        for (const HatchLoop& loop : self.loops_) {
+            out.writeInt32(92, loop.flags);
+            if (loop.isPolyline()) {
+                bool bulges = false;
+                for (const auto& v : loop.vertices) bulges = bulges || v.bulge != 0.0;
+                out.writeInt16(72, bulges ? 1 : 0);
+                out.writeInt16(73, loop.closed ? 1 : 0);
+                out.writeInt32(93, static_cast<std::int32_t>(loop.vertices.size()));
+                for (const auto& v : loop.vertices) {
+                    out.writePoint2d(10, v.point);
+                    if (bulges) out.writeDouble(42, v.bulge);
+                }
+            } else {
+                out.writeInt32(93, static_cast<std::int32_t>(loop.edges.size()));
+                for (const HatchEdge& e : loop.edges) writeEdge(out, e);
+            }
+            std::int32_t sources = 0;
+            for (ObjectId id : loop.sourceObjects) sources += id.isNull() ? 0 : 1;
+            out.writeInt32(97, sources);
+            for (ObjectId id : loop.sourceObjects)
+                if (!id.isNull()) out.writeObjectId(330, id);
+        }
+        out.writeInt16(75, static_cast<std::int16_t>(self.style_));
+        out.writeInt16(76, static_cast<std::int16_t>(self.patternType_));
+        if (!self.solid_) {
+            out.writeDouble(52, DxfWriteIo::toDegrees(self.patternAngle_));
+            out.writeDouble(41, self.patternScale_);
+            out.writeInt16(77, self.patternDouble_ ? 1 : 0);
+            out.writeInt16(78, static_cast<std::int16_t>(self.patternLines_.size()));
+            for (const HatchPatternLine& line : self.patternLines_) {
+                out.writeDouble(53, DxfWriteIo::toDegrees(line.angle));
+                out.writeDouble(43, line.base.x);
+                out.writeDouble(44, line.base.y);
+                out.writeDouble(45, line.offset.x);
+                out.writeDouble(46, line.offset.y);
+                out.writeInt16(79, static_cast<std::int16_t>(line.dashes.size()));
+                for (double d : line.dashes) out.writeDouble(49, d);
+            }
+        }
+        out.writeInt32(98, static_cast<std::int32_t>(self.seedPoints_.size()));
+        for (const Point2d& p : self.seedPoints_) out.writePoint2d(10, p);
+    }
+}
+
+VELA_DB_DEFINE_DXF(Hatch)
 
 namespace {
 

@@ -1,10 +1,23 @@
 #include "db/entities/line.h"
 
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 
 namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(Line, "AcDbLine", "LINE", Curve)
+
+template <class Io, class Self>
+void Line::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbLine");
+    io.real(39, self.thickness_, 0.0);
+    io.point(10, self.start_);
+    io.point(11, self.end_);
+    io.vec(210, self.normal_, Vector3d::zAxis());
+}
+
+VELA_DB_DEFINE_DXF(Line)
 
 ErrorStatus Line::getGeomExtents(Extents3d& extents) const {
     extents = Extents3d(start_, end_);

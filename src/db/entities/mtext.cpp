@@ -1,5 +1,7 @@
 #include "db/entities/mtext.h"
 
+#include "db/database.h"
+#include "db/entity_dxf.h"
 #include <cmath>
 
 #include "db/entities/text.h"
@@ -9,6 +11,59 @@
 namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(MText, "AcDbMText", "MTEXT", Entity)
+
+template <class Io, class Self>
+void MText::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbMText");
+    io.point(10, self.location_);
+    io.real(40, self.height_);
+    io.real(41, self.width_);
+    std::int16_t attachment = static_cast<std::int16_t>(self.attachment_);
+    io.i16(71, attachment);
+    io.i16(72, self.flow_);
+    if constexpr (Io::kReading) {
+        self.attachment_ = static_cast<Attachment>(attachment >= 1 && attachment <= 9 ? attachment : 1);
+        // Contents come in chunks: any number of 3 groups, then the last part in a 1 group.
+        DxfInput& in = io.input();
+        std::string contents, part;
+        in.seek(3);
+        while (in.takeString(3, part)) contents += part;
+        if (in.readString(1, part)) contents += part;
+        self.contents_ = std::move(contents);
+    } else {
+        // Long contents are split into 250-byte chunks, never inside a UTF-8 character.
+        std::string_view rest = self.contents_;
+        while (rest.size() > 250) {
+            std::size_t cut = 250;
+            while (cut > 0 && (static_cast<unsigned char>(rest[cut]) & 0xC0) == 0x80) --cut;
+            io.output().writeString(3, rest.substr(0, cut));
+            rest.remove_prefix(cut);
+        }
+        io.output().writeString(1, rest);
+    }
+    io.symbol(7, self.style_, TableKind::TextStyle, "Standard");
+    io.vec(210, self.normal_, Vector3d::zAxis());
+    io.vec(11, self.direction_);
+    if constexpr (Io::kReading) {
+        // Some writers give a rotation angle instead of a direction vector.
+        double rotation = 0.0;
+        if (!io.input().has(11) && io.input().readDouble(50, rotation)) {
+            const double a = rotation * (kPi / 180.0);
+            io.input().afterReading([&self, a] {
+                self.direction_ = ocsXAxis(self.normal_) * std::cos(a) + ocsYAxis(self.normal_) * std::sin(a);
+            });
+        }
+        if (self.style_.isNull() && io.input().database())
+            self.style_ = io.input().database()->textStyleTable()->getAt("Standard");
+        self.normal_ = self.normal_.normalized();
+        if (self.direction_.isZero()) self.direction_ = Vector3d::xAxis();
+    }
+    io.i16(73, self.lineSpacingStyle_, std::int16_t(1));
+    io.real(44, self.lineSpacing_, 1.0);
+}
+
+VELA_DB_DEFINE_DXF(MText)
 
 ErrorStatus MText::setTextHeight(double h) {
     if (!std::isfinite(h) || h <= 0.0) return ErrorStatus::InvalidInput;

@@ -1,11 +1,60 @@
 #include "db/entities/spline.h"
 
+#include "db/entity_dxf.h"
 #include <algorithm>
 #include <cmath>
 
 namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(Spline, "AcDbSpline", "SPLINE", Curve)
+
+template <class Io, class Self>
+void Spline::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbSpline");
+    io.vec(210, self.normal_, Vector3d());
+    io.i16(70, self.flags_);
+    std::int16_t degree = static_cast<std::int16_t>(self.degree_);
+    io.i16(71, degree);
+    if constexpr (Io::kReading) {
+        self.degree_ = degree;
+        DxfInput& in = io.input();
+        in.readDouble(42, self.knotTolerance_);
+        in.readDouble(43, self.controlPointTolerance_);
+        in.readDouble(44, self.fitTolerance_);
+        in.readVector3d(12, self.startTangent_);
+        in.readVector3d(13, self.endTangent_);
+        double v;
+        Point3d p;
+        self.knots_.clear(), self.weights_.clear(), self.controlPoints_.clear(), self.fitPoints_.clear();
+        in.seek(40);
+        while (in.takeDouble(40, v)) self.knots_.push_back(v);
+        in.seek(41);
+        while (in.takeDouble(41, v)) self.weights_.push_back(v);
+        in.seek(10);
+        while (in.takePoint3d(10, p)) self.controlPoints_.push_back(p);
+        in.seek(11);
+        while (in.takePoint3d(11, p)) self.fitPoints_.push_back(p);
+        // Counts (72-74) are implied by the lists; they are read so they are not kept twice.
+        std::int16_t count = 0;
+        in.readInt16(72, count), in.readInt16(73, count), in.readInt16(74, count);
+    } else {
+        io.i16(72, static_cast<std::int16_t>(self.knots_.size()));
+        io.i16(73, static_cast<std::int16_t>(self.controlPoints_.size()));
+        io.i16(74, static_cast<std::int16_t>(self.fitPoints_.size()));
+        io.real(42, self.knotTolerance_);
+        io.real(43, self.controlPointTolerance_);
+        if (!self.fitPoints_.empty()) io.real(44, self.fitTolerance_);
+        if (!self.startTangent_.isZero(0.0)) io.vec(12, self.startTangent_);
+        if (!self.endTangent_.isZero(0.0)) io.vec(13, self.endTangent_);
+        for (double k : self.knots_) io.real(40, k);
+        for (double w : self.weights_) io.real(41, w);
+        for (const Point3d& p : self.controlPoints_) io.point(10, p);
+        for (const Point3d& p : self.fitPoints_) io.point(11, p);
+    }
+}
+
+VELA_DB_DEFINE_DXF(Spline)
 
 ErrorStatus Spline::setNurbsData(int degree, std::vector<Point3d> points, std::vector<double> knots,
                                  std::vector<double> weights, bool periodic) {

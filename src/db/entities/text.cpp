@@ -1,5 +1,7 @@
 #include "db/entities/text.h"
 
+#include "db/database.h"
+#include "db/entity_dxf.h"
 #include <cmath>
 
 #include "db/geometry/plane.h"
@@ -8,6 +10,62 @@
 namespace vela::db {
 
 VELA_DB_DEFINE_CLASS(Text, "AcDbText", "TEXT", Entity)
+
+template <class Io, class Self>
+void Text::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbText");
+    io.real(39, self.thickness_, 0.0);
+    io.point(10, self.position_);
+    io.real(40, self.height_);
+    io.str(1, self.text_);
+    io.angle(50, self.rotation_, 0.0);
+    io.real(41, self.widthFactor_, 1.0);
+    io.angle(51, self.oblique_, 0.0);
+    io.symbol(7, self.style_, TableKind::TextStyle, "Standard");
+    io.i16(71, self.generation_, std::int16_t(0));
+    std::int16_t h = static_cast<std::int16_t>(self.hmode_), v = static_cast<std::int16_t>(self.vmode_);
+    io.i16(72, h, std::int16_t(0));
+    // The second alignment point is meaningful (and written) only for texts that are not left/baseline.
+    if constexpr (Io::kReading) {
+        io.point(11, self.alignmentPoint_);
+    } else if (h != 0 || v != 0) {
+        io.point(11, self.alignmentPoint_);
+    }
+    io.vec(210, self.normal_, Vector3d::zAxis());
+    io.subclass("AcDbText", 1);
+    io.i16(73, v, std::int16_t(0));
+    if constexpr (Io::kReading) {
+        self.hmode_ = static_cast<HorizontalMode>(h >= 0 && h <= 5 ? h : 0);
+        self.vmode_ = static_cast<VerticalMode>(v >= 0 && v <= 3 ? v : 0);
+        if (self.style_.isNull() && io.input().database())
+            self.style_ = io.input().database()->textStyleTable()->getAt("Standard");
+    }
+}
+
+VELA_DB_DEFINE_DXF(Text)
+
+Point3d Text::position() const { return ocsToWcs(position_, normal_); }
+Point3d Text::alignmentPoint() const { return ocsToWcs(alignmentPoint_, normal_); }
+
+void Text::setPosition(const Point3d& p) {
+    assertWriteEnabled();
+    position_ = wcsToOcs(p, normal_);
+}
+
+void Text::setAlignmentPoint(const Point3d& p) {
+    assertWriteEnabled();
+    alignmentPoint_ = wcsToOcs(p, normal_);
+}
+
+void Text::setNormal(const Vector3d& n) {
+    if (n.isZero()) return;
+    assertWriteEnabled();
+    const Point3d p = position(), a = alignmentPoint();
+    normal_ = n.normalized();
+    position_ = wcsToOcs(p, normal_);
+    alignmentPoint_ = wcsToOcs(a, normal_);
+}
 
 ErrorStatus Text::setHeight(double h) {
     if (!std::isfinite(h) || h <= 0.0) return ErrorStatus::InvalidInput;
@@ -35,13 +93,13 @@ ErrorStatus Text::getGeomExtents(Extents3d& extents) const {
     }
     const bool aligned = hmode_ != HorizontalMode::Left || vmode_ != VerticalMode::Baseline;
     const Point3d origin = aligned && hmode_ != HorizontalMode::Aligned && hmode_ != HorizontalMode::Fit
-                               ? alignmentPoint_
-                               : position_;
+                               ? alignmentPoint()
+                               : position();
     const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
     const Vector3d dx = ax * std::cos(rotation_) + ay * std::sin(rotation_);
     const Vector3d dy = ay * std::cos(rotation_) - ax * std::sin(rotation_);
     const double w = (hmode_ == HorizontalMode::Aligned || hmode_ == HorizontalMode::Fit)
-                         ? alignmentPoint_.distanceTo(position_)
+                         ? alignmentPoint_.distanceTo(position_)  // both in one plane: distances agree
                          : width;
     extents = Extents3d();
     for (double x : {x0, x0 + w})
@@ -57,11 +115,12 @@ ErrorStatus Text::transformBy(const Matrix3d& m) {
     const Vector3d local = wcsToOcs(dir, n);
     assertWriteEnabled();
     const double s = m.scaleFactor();
-    position_ = m.apply(position_);
-    alignmentPoint_ = m.apply(alignmentPoint_);
+    const Point3d p = m.apply(position()), a = m.apply(alignmentPoint());
     height_ *= s;
     thickness_ *= s;
     normal_ = n;
+    position_ = wcsToOcs(p, n);
+    alignmentPoint_ = wcsToOcs(a, n);
     rotation_ = normalizeAngle(std::atan2(local.y, local.x));
     // A reflection turns the text into its mirror image, which drawings express as "backwards".
     if (m.determinant() < 0) generation_ = static_cast<std::int16_t>(generation_ ^ 2);

@@ -18,11 +18,11 @@ public:
         : position_(position), text_(text), height_(height) {}
 
     /// Insertion point in world coordinates.
-    const Point3d& position() const { return position_; }
-    void setPosition(const Point3d& p) { assertWriteEnabled(), position_ = p; }
-    /// Second alignment point, used unless the text is left/baseline aligned.
-    const Point3d& alignmentPoint() const { return alignmentPoint_; }
-    void setAlignmentPoint(const Point3d& p) { assertWriteEnabled(), alignmentPoint_ = p; }
+    Point3d position() const;
+    void setPosition(const Point3d& p);
+    /// Second alignment point in world coordinates, used unless the text is left/baseline aligned.
+    Point3d alignmentPoint() const;
+    void setAlignmentPoint(const Point3d& p);
     const std::string& textString() const { return text_; }
     void setTextString(std::string_view s) { assertWriteEnabled(), text_ = std::string(s); }
     double height() const { return height_; }
@@ -45,7 +45,8 @@ public:
     double thickness() const { return thickness_; }
     void setThickness(double t) { assertWriteEnabled(), thickness_ = t; }
     const Vector3d& normal() const { return normal_; }
-    void setNormal(const Vector3d& n) { assertWriteEnabled(), normal_ = n.normalized(); }
+    /// Tilts the text's plane; its points stay where they are.
+    void setNormal(const Vector3d& n);
 
     /// Estimated box: without font metrics each character is taken as `kCharacterWidth` times the height wide.
     ErrorStatus getGeomExtents(Extents3d& extents) const override;
@@ -54,6 +55,7 @@ public:
     static constexpr double kCharacterWidth = 0.6;
 
 private:
+    // Points are kept in the object coordinate system, as files hold them, so reading and writing are exact.
     Point3d position_;
     Point3d alignmentPoint_;
     std::string text_;

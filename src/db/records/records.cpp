@@ -37,3 +37,152 @@ std::size_t BlockTableRecord::entityCount() const {
 }
 
 }  // namespace vela::db
+
+// ---- DXF declarations -----------------------------------------------------------------------------------------
+
+#include "db/database.h"
+#include "db/dxf/dxf_io.h"
+
+namespace vela::db {
+
+template <class Io, class Self>
+void SymbolTableRecord::recordFields(Io& io, Self& self, const char* subclassName, bool withFlags) {
+    io.subclass("AcDbSymbolTableRecord");
+    io.subclass(subclassName);
+    io.str(2, self.name_);
+    if (withFlags) io.i16(70, self.flags_);
+}
+
+template <class Io, class Self>
+void LayerTableRecord::dxfFields(Io& io, Self& self) {
+    recordFields(io, self, "AcDbLayerTableRecord", true);
+    if constexpr (Io::kReading) {
+        std::int16_t index = 7;
+        io.i16(62, index);
+        self.off_ = index < 0;
+        self.color_ = Color::fromDxfIndex(index);
+        if (self.color_.isByLayer() || self.color_.isByBlock()) self.color_ = Color::fromIndex(7);
+        std::int32_t rgb = -1;
+        io.i32(420, rgb);
+        if (rgb >= 0) self.color_ = Color::fromRgb(std::uint8_t(rgb >> 16), std::uint8_t(rgb >> 8), std::uint8_t(rgb));
+        std::int16_t lw = -3;
+        io.i16(370, lw);
+        self.lineWeight_ = static_cast<LineWeight>(lw);
+    } else {
+        const int index = self.color_.nearestColorIndex();
+        io.i16(62, static_cast<std::int16_t>(self.off_ ? -index : index));
+        if (self.color_.isByColor()) io.i32(420, static_cast<std::int32_t>(self.color_.rgb()));
+    }
+    io.symbol(6, self.linetype_, TableKind::Linetype);
+    if constexpr (Io::kReading) {
+        if (self.linetype_.isNull() && io.input().database())
+            self.linetype_ = io.input().database()->linetypeContinuousId();
+    } else {
+        if (self.linetype_.isNull()) io.str(6, std::string("Continuous"));
+    }
+    io.boolean(290, self.plottable_);
+    if constexpr (!Io::kReading) io.i16(370, static_cast<std::int16_t>(self.lineWeight_));
+}
+
+template <class Io, class Self>
+void LinetypeTableRecord::dxfFields(Io& io, Self& self) {
+    recordFields(io, self, "AcDbLinetypeTableRecord", true);
+    io.str(3, self.comments_);
+    std::int16_t alignment = 65;  // 'A'
+    io.i16(72, alignment);
+    if constexpr (Io::kReading) {
+        DxfInput& in = io.input();
+        std::int16_t count = 0;
+        in.readInt16(73, count);
+        in.readDouble(40, self.patternLength_);
+        in.seek(49);
+        self.dashes_.clear();
+        double length = 0;
+        while (in.takeDouble(49, length)) {
+            LinetypeDash d;
+            d.length = length;
+            std::int16_t type = 0;
+            in.takeInt16(74, type);
+            d.absoluteRotation = (type & 1) != 0;
+            if (type != 0) {
+                in.takeInt16(75, d.shapeNumber);
+                if (const DxfInput::Group* g = in.take(340)) {
+                    if (auto h = Handle::fromText(g->value); h && in.database()) {
+                        const std::size_t index = self.dashes_.size();
+                        Database* db = in.database();
+                        Self* target = &self;
+                        in.afterLoading([db, target, index, h] {
+                            if (index < target->dashes_.size())
+                                target->dashes_[index].textStyle = db->getObjectId(*h, true);
+                        });
+                    }
+                }
+                in.takeDouble(46, d.scale);
+                double rotation = 0;
+                if (in.takeDouble(50, rotation)) d.rotation = rotation * (kPi / 180.0);
+                in.takeDouble(44, d.offset.x);
+                in.takeDouble(45, d.offset.y);
+                if (type & 2) in.takeString(9, d.text);
+            }
+            self.dashes_.push_back(std::move(d));
+        }
+    } else {
+        io.i16(73, static_cast<std::int16_t>(self.dashes_.size()));
+        io.real(40, self.patternLength_);
+        for (const LinetypeDash& d : self.dashes_) {
+            io.real(49, d.length);
+            const bool text = !d.text.empty();
+            const bool shape = !text && !d.textStyle.isNull();
+            const std::int16_t type =
+                static_cast<std::int16_t>((d.absoluteRotation ? 1 : 0) | (text ? 2 : 0) | (shape ? 4 : 0));
+            io.i16(74, type);
+            if (type == 0) continue;
+            io.i16(75, d.shapeNumber);
+            io.id(340, d.textStyle);
+            io.real(46, d.scale);
+            io.angle(50, d.rotation);
+            io.real(44, d.offset.x);
+            io.real(45, d.offset.y);
+            if (text) io.str(9, d.text);
+        }
+    }
+}
+
+template <class Io, class Self>
+void TextStyleTableRecord::dxfFields(Io& io, Self& self) {
+    recordFields(io, self, "AcDbTextStyleTableRecord", true);
+    io.real(40, self.textSize_);
+    io.real(41, self.xScale_);
+    io.angle(50, self.obliquingAngle_);
+    io.i16(71, self.generationFlags_);
+    io.real(42, self.priorSize_);
+    io.str(3, self.fileName_);
+    io.str(4, self.bigFontFileName_);
+}
+
+template <class Io, class Self>
+void BlockTableRecord::dxfFields(Io& io, Self& self) {
+    // The table entry's 70 is the insertion units, not the block's flags (those are on the BLOCK record).
+    recordFields(io, self, "AcDbBlockTableRecord", false);
+    io.id(340, self.layout_);
+}
+
+#define VELA_DB_SIMPLE_RECORD_DXF(ClassName, Subclass)            \
+    template <class Io, class Self>                               \
+    void ClassName::dxfFields(Io& io, Self& self) {               \
+        recordFields(io, self, Subclass, true);                   \
+    }                                                             \
+    VELA_DB_DEFINE_DXF(ClassName)
+
+VELA_DB_SIMPLE_RECORD_DXF(DimStyleTableRecord, "AcDbDimStyleTableRecord")
+VELA_DB_SIMPLE_RECORD_DXF(ViewportTableRecord, "AcDbViewportTableRecord")
+VELA_DB_SIMPLE_RECORD_DXF(ViewTableRecord, "AcDbViewTableRecord")
+VELA_DB_SIMPLE_RECORD_DXF(UcsTableRecord, "AcDbUCSTableRecord")
+VELA_DB_SIMPLE_RECORD_DXF(RegAppTableRecord, "AcDbRegAppTableRecord")
+
+VELA_DB_DEFINE_DXF(LayerTableRecord)
+VELA_DB_DEFINE_DXF(LinetypeTableRecord)
+VELA_DB_DEFINE_DXF(TextStyleTableRecord)
+VELA_DB_DEFINE_DXF(BlockTableRecord)
+
+}  // namespace vela::db

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vela::cli {
+
+/// Each sub-command takes its arguments (after the sub-command's name) and returns the process exit code.
+int infoCommand(const std::vector<std::string>& args);
+int convertCommand(const std::vector<std::string>& args);
+
+/// A progress bar on standard error for loads of large files; silent for small ones and when stderr is no
+/// terminal (then one line per tenth).
+class ProgressBar {
+public:
+    explicit ProgressBar(std::string label) : label_(std::move(label)) {}
+    void update(std::size_t done, std::size_t total);
+    void finish();
+
+private:
+    std::string label_;
+    int lastShown_ = -1;
+    bool shown_ = false;
+};
+
+}  // namespace vela::cli

@@ -1,0 +1,85 @@
+// vela-assist info DRAWING: what a drawing holds, at a glance.
+#include <cstdio>
+#include <map>
+
+#include "cli.h"
+#include "db/dxf/dxf_reader.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+
+namespace vela::cli {
+
+namespace {
+
+std::string typeName(const db::Entity& e) {
+    if (auto* raw = db::objectCast<db::RawEntity>(&e)) return raw->dxfName();
+    return e.isA()->dxfName();
+}
+
+std::string colorText(db::Color c) {
+    if (c.isByColor())
+        return "rgb(" + std::to_string(c.red()) + "," + std::to_string(c.green()) + "," + std::to_string(c.blue()) + ")";
+    return std::to_string(c.colorIndex());
+}
+
+}  // namespace
+
+int infoCommand(const std::vector<std::string>& args) {
+    if (args.size() != 1) {
+        std::fputs("usage: vela-assist info DRAWING\n", stderr);
+        return 2;
+    }
+    ProgressBar bar("loading");
+    db::DxfReadResult read =
+        db::readDxfFile(args[0], [&](std::size_t done, std::size_t total) { bar.update(done, total); });
+    bar.finish();
+    if (!read.database) {
+        std::fprintf(stderr, "vela-assist: %s: %s\n", args[0].c_str(), read.error->text().c_str());
+        return 1;
+    }
+    for (const std::string& w : read.warnings) std::fprintf(stderr, "warning: %s\n", w.c_str());
+    db::Database& db = *read.database;
+
+    std::map<std::string, std::size_t> perType;
+    std::size_t model = 0, paper = 0, inBlocks = 0, blocks = 0;
+    db::Extents3d extents;
+    db.blockTable()->forEachRecord([&](db::SymbolTableRecord* r) {
+        auto* btr = static_cast<db::BlockTableRecord*>(r);
+        const bool isModel = btr->isModelSpace(), isLayout = btr->isLayout();
+        if (!isLayout) ++blocks;
+        btr->forEachEntity([&](db::Entity* e) {
+            ++perType[typeName(*e)];
+            (isModel ? model : isLayout ? paper : inBlocks) += 1;
+            db::Extents3d box;
+            if (isModel && e->getGeomExtents(box) == db::ErrorStatus::Ok) extents.addExtents(box);
+        });
+    });
+
+    const std::string version = db.fileData().version.empty() ? "unknown" : db.fileData().version;
+    std::printf("Drawing:  %s\n", args[0].c_str());
+    std::printf("Format:   DXF %s, %s units\n", version.c_str(),
+                db.measurement() == db::MeasurementSystem::Metric ? "metric" : "imperial");
+    std::printf("Objects:  %zu (next handle %s)\n", db.objectCount(), db.handseed().toText().c_str());
+    std::printf("Entities: %zu in model space, %zu in paper space, %zu in %zu block definitions\n", model, paper,
+                inBlocks, blocks);
+    for (const auto& [type, count] : perType) std::printf("  %-14s %zu\n", type.c_str(), count);
+
+    std::printf("Layers:   %zu\n", db.layerTable()->size());
+    db.generateLayerUsageData();
+    db.layerTable()->forEachRecord([&](db::SymbolTableRecord* r) {
+        auto* layer = static_cast<db::LayerTableRecord*>(r);
+        auto* lt = db::objectCast<db::SymbolTableRecord>(layer->linetypeId().peek());
+        std::printf("  %-20s color %-14s %-12s%s%s%s%s\n", layer->name().c_str(), colorText(layer->color()).c_str(),
+                    lt ? lt->name().c_str() : "?", layer->isOff() ? " off" : "", layer->isFrozen() ? " frozen" : "",
+                    layer->isLocked() ? " locked" : "", layer->isInUse() ? "" : " (unused)");
+    });
+    if (extents.isValid())
+        std::printf("Extents:  (%g, %g, %g) - (%g, %g, %g)\n", extents.minPoint().x, extents.minPoint().y,
+                    extents.minPoint().z, extents.maxPoint().x, extents.maxPoint().y, extents.maxPoint().z);
+    else
+        std::printf("Extents:  none (model space is empty)\n");
+    return 0;
+}
+
+}  // namespace vela::cli

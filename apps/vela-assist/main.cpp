@@ -1,0 +1,39 @@
+// vela-assist: the command-line front end of VELA AI Assist.
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "cli.h"
+
+namespace {
+
+void usage(std::FILE* to) {
+    std::fputs(
+        "usage: vela-assist <command> [arguments]\n"
+        "\n"
+        "commands:\n"
+        "  info DRAWING         counts per entity type, layers and extents of a DXF drawing\n"
+        "  convert IN OUT       load a DXF drawing and save it again as DXF R2018\n"
+        "  help                 this text\n",
+        to);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        usage(stderr);
+        return 2;
+    }
+    const std::string command = argv[1];
+    const std::vector<std::string> args(argv + 2, argv + argc);
+    if (command == "info") return vela::cli::infoCommand(args);
+    if (command == "convert") return vela::cli::convertCommand(args);
+    if (command == "help" || command == "--help" || command == "-h") {
+        usage(stdout);
+        return 0;
+    }
+    std::fprintf(stderr, "vela-assist: unknown command '%s'\n\n", command.c_str());
+    usage(stderr);
+    return 2;
+}

@@ -1,0 +1,301 @@
+#include "db/dxf/dxf_input.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <fast_float/fast_float.h>
+
+namespace vela::db {
+
+namespace {
+
+bool parseDouble(std::string_view text, double& out) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    if (text.empty()) return false;
+    if (text.front() == '+') text.remove_prefix(1);
+    double v = 0;
+    const auto r = fast_float::from_chars(text.data(), text.data() + text.size(), v);
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || !std::isfinite(v)) return false;
+    out = v;
+    return true;
+}
+
+bool parseInt64(std::string_view text, std::int64_t& out) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    if (text.empty()) return false;
+    if (text.front() == '+') text.remove_prefix(1);
+    std::int64_t v = 0;
+    const auto r = std::from_chars(text.data(), text.data() + text.size(), v);
+    if (r.ec == std::errc() && r.ptr == text.data() + text.size()) {
+        out = v;
+        return true;
+    }
+    // Some writers put integers in floating form ("1.0"); take them when they are whole numbers.
+    double d = 0;
+    if (parseDouble(text, d) && d == static_cast<double>(static_cast<std::int64_t>(d))) {
+        out = static_cast<std::int64_t>(d);
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void DxfInput::subclass(std::string_view name, int occurrence) {
+    bool anyMarker = false;
+    for (std::size_t i = 0; i < groups_.size(); ++i) {
+        if (groups_[i].code != 100) continue;
+        anyMarker = true;
+        if (groups_[i].value == name && occurrence-- == 0) {
+            groups_[i].used = true;
+            sectionBegin_ = i + 1;
+            std::size_t end = i + 1;
+            while (end < groups_.size() && groups_[end].code != 100) ++end;
+            sectionEnd_ = end;
+            cursor_ = sectionBegin_;
+            return;
+        }
+    }
+    if (!anyMarker) {
+        sectionBegin_ = 0, sectionEnd_ = groups_.size();
+    } else {
+        // A missing marker: an empty section, so nothing of another class is taken by mistake.
+        sectionBegin_ = sectionEnd_ = groups_.size();
+    }
+    cursor_ = sectionBegin_;
+}
+
+DxfInput::Group* DxfInput::find(int code) {
+    // With no section chosen yet, the common part before the first marker is searched.
+    if (sectionBegin_ == 0 && sectionEnd_ == 0) {
+        std::size_t end = 0;
+        while (end < groups_.size() && groups_[end].code != 100) ++end;
+        sectionEnd_ = end;
+    }
+    for (std::size_t i = sectionBegin_; i < sectionEnd_; ++i)
+        if (groups_[i].code == code && !groups_[i].used) return &groups_[i];
+    return nullptr;
+}
+
+const DxfInput::Group* DxfInput::takeAnywhere(int code) {
+    for (Group& g : groups_)
+        if (g.code == code && !g.used) {
+            g.used = true;
+            return &g;
+        }
+    return nullptr;
+}
+
+bool DxfInput::has(int code) const { return const_cast<DxfInput*>(this)->find(code) != nullptr; }
+
+void DxfInput::badValue(const Group& g, const char* expected) {
+    errors_.push_back("line " + std::to_string(g.line) + ": expected " + expected + " for group code " +
+                      std::to_string(g.code) + ", found '" + std::string(g.value.substr(0, 40)) + "'");
+}
+
+bool DxfInput::readString(int code, std::string& value) {
+    Group* g = find(code);
+    if (!g) return false;
+    g->used = true;
+    value = g->value;
+    return true;
+}
+
+bool DxfInput::readDouble(int code, double& value) {
+    Group* g = find(code);
+    if (!g) return false;
+    g->used = true;
+    if (!parseDouble(g->value, value)) {
+        badValue(*g, "a number");
+        return false;
+    }
+    return true;
+}
+
+bool DxfInput::readInt64(int code, std::int64_t& value) {
+    Group* g = find(code);
+    if (!g) return false;
+    g->used = true;
+    if (!parseInt64(g->value, value)) {
+        badValue(*g, "an integer");
+        return false;
+    }
+    return true;
+}
+
+bool DxfInput::readInt32(int code, std::int32_t& value) {
+    std::int64_t v = value;
+    if (!readInt64(code, v)) return false;
+    if (v < INT32_MIN || v > INT32_MAX) {
+        errors_.push_back("group code " + std::to_string(code) + ": value out of range");
+        return false;
+    }
+    value = static_cast<std::int32_t>(v);
+    return true;
+}
+
+bool DxfInput::readInt16(int code, std::int16_t& value) {
+    std::int64_t v = value;
+    if (!readInt64(code, v)) return false;
+    // Unsigned 16-bit values written by some programs read back as their two's complement.
+    if (v < INT16_MIN || v > UINT16_MAX) {
+        errors_.push_back("group code " + std::to_string(code) + ": value out of range");
+        return false;
+    }
+    value = static_cast<std::int16_t>(static_cast<std::uint16_t>(v));
+    return true;
+}
+
+bool DxfInput::readBool(int code, bool& value) {
+    std::int64_t v = value ? 1 : 0;
+    if (!readInt64(code, v)) return false;
+    value = v != 0;
+    return true;
+}
+
+bool DxfInput::readHandle(int code, Handle& value) {
+    Group* g = find(code);
+    if (!g) return false;
+    g->used = true;
+    std::string_view t = g->value;
+    while (!t.empty() && t.front() == ' ') t.remove_prefix(1);
+    while (!t.empty() && t.back() == ' ') t.remove_suffix(1);
+    const auto h = Handle::fromText(t);
+    if (!h) {
+        badValue(*g, "a handle");
+        return false;
+    }
+    value = *h;
+    return true;
+}
+
+bool DxfInput::readPoint3d(int code, Point3d& value) {
+    Point3d p = value;
+    if (!readDouble(code, p.x)) return false;
+    readDouble(code + 10, p.y);
+    p.z = 0.0;
+    readDouble(code + 20, p.z);
+    value = p;
+    return true;
+}
+
+bool DxfInput::readPoint2d(int code, Point2d& value) {
+    Point2d p = value;
+    if (!readDouble(code, p.x)) return false;
+    readDouble(code + 10, p.y);
+    double z = 0;
+    readDouble(code + 20, z);  // some writers add a z to 2D points; it has no place to go
+    value = p;
+    return true;
+}
+
+bool DxfInput::readVector3d(int code, Vector3d& value) {
+    Point3d p(value.x, value.y, value.z);
+    if (!readPoint3d(code, p)) return false;
+    value = {p.x, p.y, p.z};
+    return true;
+}
+
+void DxfInput::seek(int code) {
+    if (sectionBegin_ == 0 && sectionEnd_ == 0) find(code);
+    cursor_ = sectionEnd_;
+    for (std::size_t i = sectionBegin_; i < sectionEnd_; ++i)
+        if (groups_[i].code == code && !groups_[i].used) {
+            cursor_ = i;
+            return;
+        }
+}
+
+const DxfInput::Group* DxfInput::peek() const { return cursor_ < sectionEnd_ ? &groups_[cursor_] : nullptr; }
+
+const DxfInput::Group* DxfInput::take(int code) {
+    while (cursor_ < sectionEnd_ && groups_[cursor_].used) ++cursor_;
+    if (cursor_ >= sectionEnd_ || groups_[cursor_].code != code) return nullptr;
+    Group* g = &groups_[cursor_++];
+    g->used = true;
+    return g;
+}
+
+bool DxfInput::takeDouble(int code, double& value) {
+    const Group* g = take(code);
+    if (!g) return false;
+    if (!parseDouble(g->value, value)) {
+        badValue(*g, "a number");
+        return false;
+    }
+    return true;
+}
+
+bool DxfInput::takeInt32(int code, std::int32_t& value) {
+    const Group* g = take(code);
+    if (!g) return false;
+    std::int64_t v = 0;
+    if (!parseInt64(g->value, v) || v < INT32_MIN || v > INT32_MAX) {
+        badValue(*g, "an integer");
+        return false;
+    }
+    value = static_cast<std::int32_t>(v);
+    return true;
+}
+
+bool DxfInput::takeInt16(int code, std::int16_t& value) {
+    std::int32_t v = value;
+    if (!takeInt32(code, v)) return false;
+    value = static_cast<std::int16_t>(v);
+    return true;
+}
+
+bool DxfInput::takeString(int code, std::string& value) {
+    const Group* g = take(code);
+    if (!g) return false;
+    value = g->value;
+    return true;
+}
+
+bool DxfInput::takePoint2d(int code, Point2d& value) {
+    Point2d p;
+    if (!takeDouble(code, p.x)) return false;
+    takeDouble(code + 10, p.y);
+    double z = 0;
+    takeDouble(code + 20, z);
+    value = p;
+    return true;
+}
+
+bool DxfInput::takePoint3d(int code, Point3d& value) {
+    Point3d p;
+    if (!takeDouble(code, p.x)) return false;
+    takeDouble(code + 10, p.y);
+    takeDouble(code + 20, p.z);
+    value = p;
+    return true;
+}
+
+void DxfInput::finish() {
+    for (auto& step : finishers_) step();
+    finishers_.clear();
+}
+
+std::vector<DxfTag> DxfInput::unusedGroups() const {
+    std::vector<DxfTag> kept;
+    std::string currentMarker;
+    bool markerWritten = true;
+    for (const Group& g : groups_) {
+        if (g.code == 100) {
+            currentMarker = std::string(g.value);
+            markerWritten = false;
+            continue;
+        }
+        if (g.used) continue;
+        if (!markerWritten) {
+            kept.push_back({100, currentMarker});
+            markerWritten = true;
+        }
+        kept.push_back({g.code, std::string(g.value)});
+    }
+    return kept;
+}
+
+}  // namespace vela::db

@@ -1,0 +1,817 @@
+#include "db/dxf/dxf_reader.h"
+
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <set>
+
+#include "db/dxf/dxf_input.h"
+#include "db/dxf/group_code.h"
+#include "db/dxf/header_scan.h"
+#include "db/dxf/tag_reader.h"
+#include "db/dxf/text_codec.h"
+#include "db/entities/arc.h"
+#include "db/entities/block_reference.h"
+#include "db/entities/circle.h"
+#include "db/entities/ellipse.h"
+#include "db/entities/hatch.h"
+#include "db/entities/line.h"
+#include "db/entities/mtext.h"
+#include "db/entities/point.h"
+#include "db/entities/polyline.h"
+#include "db/entities/spline.h"
+#include "db/entities/text.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+#include "db/records/linetype_table_record.h"
+#include "db/records/simple_records.h"
+#include "db/records/text_style_table_record.h"
+
+namespace vela::db {
+
+namespace {
+
+using dxf::DxfError;
+using dxf::Tag;
+
+std::unique_ptr<Entity> makeEntity(std::string_view type) {
+    if (type == "LINE") return std::make_unique<Line>();
+    if (type == "CIRCLE") return std::make_unique<Circle>();
+    if (type == "ARC") return std::make_unique<Arc>();
+    if (type == "LWPOLYLINE") return std::make_unique<Polyline>();
+    if (type == "ELLIPSE") return std::make_unique<Ellipse>();
+    if (type == "POINT") return std::make_unique<PointEntity>();
+    if (type == "TEXT") return std::make_unique<Text>();
+    if (type == "MTEXT") return std::make_unique<MText>();
+    if (type == "SPLINE") return std::make_unique<Spline>();
+    if (type == "INSERT") return std::make_unique<BlockReference>();
+    if (type == "HATCH") return std::make_unique<Hatch>();
+    return std::make_unique<RawEntity>(type);
+}
+
+struct TableInfo {
+    const char* name;
+    std::unique_ptr<SymbolTable> (*makeTable)();
+    std::unique_ptr<SymbolTableRecord> (*makeRecord)();
+};
+
+const TableInfo* tableInfo(std::string_view name) {
+    static const TableInfo tables[] = {
+        {"VPORT", [] { return std::unique_ptr<SymbolTable>(new ViewportTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new ViewportTableRecord); }},
+        {"LTYPE", [] { return std::unique_ptr<SymbolTable>(new LinetypeTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new LinetypeTableRecord); }},
+        {"LAYER", [] { return std::unique_ptr<SymbolTable>(new LayerTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new LayerTableRecord); }},
+        {"STYLE", [] { return std::unique_ptr<SymbolTable>(new TextStyleTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new TextStyleTableRecord); }},
+        {"VIEW", [] { return std::unique_ptr<SymbolTable>(new ViewTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new ViewTableRecord); }},
+        {"UCS", [] { return std::unique_ptr<SymbolTable>(new UcsTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new UcsTableRecord); }},
+        {"APPID", [] { return std::unique_ptr<SymbolTable>(new RegAppTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new RegAppTableRecord); }},
+        {"DIMSTYLE", [] { return std::unique_ptr<SymbolTable>(new DimStyleTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new DimStyleTableRecord); }},
+        {"BLOCK_RECORD", [] { return std::unique_ptr<SymbolTable>(new BlockTable); },
+         [] { return std::unique_ptr<SymbolTableRecord>(new BlockTableRecord); }},
+    };
+    for (const TableInfo& t : tables)
+        if (name == t.name) return &t;
+    return nullptr;
+}
+
+/// The record-level structure of one object: handle, owner, reactor and extension-dictionary groups, and
+/// extended data, split off from the groups its declaration reads.
+struct Record {
+    std::string type;
+    std::size_t line = 0;
+    Handle handle;
+    Handle owner;
+    bool hasOwner = false;
+    std::vector<Handle> reactors;
+    Handle extensionDictionary;
+    std::vector<DxfTag> otherAppGroups;  // 102 {NAME ... } groups of other applications
+    std::vector<DxfTag> xdata;
+    std::unique_ptr<DxfInput> input;
+};
+
+class Loader {
+public:
+    Loader(std::string_view data, const LoadProgress& progress)
+        : data_(data), reader_(data), progress_(progress), db_(std::make_unique<Database>(Database::Empty{})) {
+        codePage_ = dxf::detectCodePage(data);
+    }
+
+    DxfReadResult run();
+
+private:
+    bool fail(std::size_t line, std::string message) {
+        if (!error_) error_ = DxfError{line, std::move(message), reader_.isBinary()};
+        return false;
+    }
+    bool failFromReader() {
+        if (reader_.error()) {
+            if (!error_) error_ = *reader_.error();
+        } else if (!error_) {
+            error_ = DxfError{lastLine_, "unexpected end of file", reader_.isBinary()};
+        }
+        return false;
+    }
+    bool next(Tag& tag) {
+        if (!reader_.next(tag)) return false;
+        lastLine_ = tag.line;
+        if (progress_ && reader_.position() >= nextProgress_) {
+            progress_(reader_.position(), data_.size());
+            nextProgress_ = reader_.position() + (1u << 20);
+        }
+        return true;
+    }
+    void warn(std::size_t line, const std::string& message) {
+        if (warnings_.size() < 1000)
+            warnings_.push_back((reader_.isBinary() ? "offset " : "line ") + std::to_string(line) + ": " + message);
+    }
+
+    /// The value of a tag as text, decoded to UTF-8 where it is text in another code page.
+    std::string_view text(const Tag& tag, std::string& scratch);
+    /// Reads the groups up to the next 0 group into a record (the 0 group itself is the record's type, read by
+    /// the caller). False on a reader error.
+    bool readRecord(Record& record);
+
+    bool readHeader();
+    bool readClasses();
+    bool readTables();
+    bool readTable();
+    bool readBlocks();
+    bool readEntities(ObjectId block, bool entitiesSection, const Tag* first = nullptr);
+    bool readObjects();
+    bool keepSection(const std::string& name);
+
+    /// Applies the record structure to an object and its groups through its declaration.
+    void decode(DbObject& object, Record& record);
+    void afterAdding(DbObject& object, Record& record, ErrorStatus status);
+    ObjectId addEntity(std::unique_ptr<Entity> entity, Record& record, ObjectId block);
+    /// A handle the drawing already has is replaced by a new one (files with duplicates exist).
+    void checkHandle(Record& record);
+    void readLayerTransparency(LayerTableRecord& layer);
+    void applyHeader();
+    /// Adds the tables and records the file has not given (yet). Their handles are taken above every handle in
+    /// the file, so that objects read later keep theirs.
+    void completeFramework();
+
+    std::string_view data_;
+    dxf::TagReader reader_;
+    const LoadProgress& progress_;
+    std::size_t nextProgress_ = 0;
+    std::size_t lastLine_ = 0;
+    dxf::CodePage codePage_;
+    std::unique_ptr<Database> db_;
+    std::optional<DxfError> error_;
+    std::vector<std::string> warnings_;
+    std::vector<std::function<void()>> steps_;
+    std::set<std::string> tablesSeen_;
+};
+
+std::string_view Loader::text(const Tag& tag, std::string& scratch) {
+    if (tag.storage != dxf::Storage::Text) {
+        // Binary numbers become text so that every value reads the same way.
+        char buf[64];
+        std::to_chars_result r{};
+        switch (tag.storage) {
+            case dxf::Storage::Double: {
+                double v = 0;
+                std::memcpy(&v, tag.value.data(), sizeof v);
+                r = std::to_chars(buf, buf + sizeof buf, v);
+                break;
+            }
+            case dxf::Storage::Int16: {
+                std::int16_t v = 0;
+                std::memcpy(&v, tag.value.data(), sizeof v);
+                r = std::to_chars(buf, buf + sizeof buf, v);
+                break;
+            }
+            case dxf::Storage::Int32: {
+                std::int32_t v = 0;
+                std::memcpy(&v, tag.value.data(), sizeof v);
+                r = std::to_chars(buf, buf + sizeof buf, v);
+                break;
+            }
+            case dxf::Storage::Int64: {
+                std::int64_t v = 0;
+                std::memcpy(&v, tag.value.data(), sizeof v);
+                r = std::to_chars(buf, buf + sizeof buf, v);
+                break;
+            }
+            case dxf::Storage::Byte: {
+                const int v = static_cast<unsigned char>(tag.value.empty() ? 0 : tag.value[0]);
+                r = std::to_chars(buf, buf + sizeof buf, v);
+                break;
+            }
+            case dxf::Storage::Bytes: {
+                static const char* hex = "0123456789ABCDEF";
+                scratch.clear();
+                for (unsigned char c : tag.value) scratch += hex[c >> 4], scratch += hex[c & 15];
+                return scratch;
+            }
+            default: return tag.value;
+        }
+        scratch.assign(buf, r.ptr);
+        return scratch;
+    }
+    const dxf::ValueType type = dxf::valueTypeOf(tag.code);
+    if (type != dxf::ValueType::String && type != dxf::ValueType::Comment) return tag.value;
+    // Plain ASCII without escapes reads the same in every code page.
+    bool plain = true;
+    for (char c : tag.value)
+        if (static_cast<unsigned char>(c) >= 0x80 || c == '\\') {
+            plain = false;
+            break;
+        }
+    if (plain) return tag.value;
+    scratch = dxf::decodeText(tag.value, codePage_);
+    return scratch;
+}
+
+bool Loader::readRecord(Record& record) {
+    record.input = std::make_unique<DxfInput>(db_.get());
+    DxfInput& in = *record.input;
+    Tag tag;
+    std::string scratch;
+    bool sawMarker = false;
+    bool inXData = false;
+    while (next(tag)) {
+        if (tag.code == 0) {
+            reader_.pushBack();
+            return true;
+        }
+        std::string_view value = text(tag, scratch);
+        const bool owned = value.data() == scratch.data() && !scratch.empty();
+        if (tag.code >= 1000 || inXData) {
+            inXData = true;
+            record.xdata.push_back({tag.code, std::string(value)});
+            continue;
+        }
+        if ((tag.code == 5 || (tag.code == 105 && record.type == "DIMSTYLE")) && record.handle.isNull()) {
+            if (auto h = tag.toHandle()) {
+                record.handle = Handle(*h);
+                continue;
+            }
+            warn(tag.line, "bad handle '" + tag.displayValue() + "'");
+            continue;
+        }
+        if (tag.code == 102 && !sawMarker && !value.empty() && value.front() == '{') {
+            // Application groups: reactors, the extension dictionary, or another application's data to keep.
+            const std::string name(value);
+            std::vector<DxfTag> inner;
+            bool closed = false;
+            while (next(tag)) {
+                if (tag.code == 0) {
+                    reader_.pushBack();
+                    break;
+                }
+                std::string s2;
+                std::string_view v2 = text(tag, s2);
+                if (tag.code == 102) {
+                    closed = true;
+                    break;
+                }
+                inner.push_back({tag.code, std::string(v2)});
+            }
+            if (reader_.failed()) return false;
+            if (!closed) warn(tag.line, "application group " + name + " is not closed");
+            if (name == "{ACAD_REACTORS") {
+                for (const DxfTag& t : inner)
+                    if (auto h = Handle::fromText(t.value); h && t.code == 330) record.reactors.push_back(*h);
+            } else if (name == "{ACAD_XDICTIONARY") {
+                for (const DxfTag& t : inner)
+                    if (auto h = Handle::fromText(t.value); h && t.code == 360) record.extensionDictionary = *h;
+            } else {
+                record.otherAppGroups.push_back({102, name});
+                for (DxfTag& t : inner) record.otherAppGroups.push_back(std::move(t));
+                record.otherAppGroups.push_back({102, "}"});
+            }
+            continue;
+        }
+        if (tag.code == 330 && !sawMarker && !record.hasOwner) {
+            if (auto h = tag.toHandle()) {
+                record.owner = Handle(*h);
+                record.hasOwner = true;
+                continue;
+            }
+        }
+        if (tag.code == 100) sawMarker = true;
+        if (owned)
+            in.addOwnedGroup(tag.code, std::string(value), tag.line);
+        else
+            in.addGroup(tag.code, value, tag.line);
+    }
+    if (reader_.failed()) return false;
+    // The end of the data inside a record: the file was cut short.
+    return fail(lastLine_, "unexpected end of file inside " + record.type);
+}
+
+void Loader::decode(DbObject& object, Record& record) {
+    DxfInput& in = *record.input;
+    in.setLoaderSteps(&steps_);
+    object.dxfInFields(in);
+    for (const std::string& e : in.errors()) warnings_.push_back(e);
+    std::vector<DxfTag> kept = std::move(record.otherAppGroups);
+    std::vector<DxfTag> unused = in.unusedGroups();
+    kept.insert(kept.end(), std::make_move_iterator(unused.begin()), std::make_move_iterator(unused.end()));
+    if (!kept.empty() || !record.xdata.empty() || !record.reactors.empty() || !record.extensionDictionary.isNull()) {
+        ObjectExtras& extras = object.editExtras();
+        extras.keptTags = std::move(kept);
+        extras.xdata = std::move(record.xdata);
+    }
+}
+
+void Loader::afterAdding(DbObject& object, Record& record, ErrorStatus status) {
+    if (status != ErrorStatus::Ok) return;
+    Database* db = db_.get();
+    DbObject* target = &object;
+    if (!record.reactors.empty() || !record.extensionDictionary.isNull()) {
+        std::vector<Handle> reactors = record.reactors;
+        const Handle xdict = record.extensionDictionary;
+        steps_.push_back([db, target, reactors, xdict] {
+            auto ref = openObject(target->objectId(), OpenMode::ForWrite, {.openErased = true, .openOnLockedLayer = true});
+            if (!ref) return;
+            ObjectExtras& extras = ref->editExtras();
+            for (Handle h : reactors)
+                if (ObjectId id = db->getObjectId(h, true); !id.isNull()) extras.persistentReactors.push_back(id);
+            extras.extensionDictionary = db->getObjectId(xdict, true);
+        });
+    }
+    // Owners named by handle are resolved at the end (they may come later in the file); an owner the file does
+    // not have is kept as its group so that it is written back.
+    if (record.hasOwner && object.ownerId().isNull()) {
+        const Handle owner = record.owner;
+        steps_.push_back([db, target, owner] {
+            const ObjectId id = db->getObjectId(owner, true);
+            auto ref = openObject(target->objectId(), OpenMode::ForWrite, {.openErased = true, .openOnLockedLayer = true});
+            if (!ref) return;
+            if (!id.isNull() || owner.isNull()) {
+                ref->setOwnerId(id);
+            } else {
+                auto& kept = ref->editExtras().keptTags;
+                kept.insert(kept.begin(), DxfTag{330, owner.toText()});
+            }
+        });
+    }
+}
+
+void Loader::checkHandle(Record& record) {
+    if (record.handle.isNull() || db_->getObjectId(record.handle, true).isNull()) return;
+    warn(record.line, "handle " + record.handle.toText() + " is used twice; the second " + record.type +
+                          " gets a new handle");
+    record.handle = Handle();
+}
+
+ObjectId Loader::addEntity(std::unique_ptr<Entity> entity, Record& record, ObjectId block) {
+    Entity& e = *entity;
+    decode(e, record);
+    checkHandle(record);
+    ObjectId id;
+    const ErrorStatus es = db_->appendEntity(block, std::move(entity), &id, record.handle);
+    if (es != ErrorStatus::Ok) warn(record.line, record.type + " dropped: " + errorText(es));
+    afterAdding(e, record, es);
+    return id;
+}
+
+// ---- Sections -------------------------------------------------------------------------------------------------
+
+bool Loader::readHeader() {
+    Tag tag;
+    FileData& file = db_->fileData();
+    std::string scratch;
+    while (next(tag)) {
+        if (tag.code == 0) {
+            if (tag.is(0, "ENDSEC")) return true;
+            return fail(tag.line, "expected a header variable (9) or ENDSEC, found 0 " + tag.displayValue());
+        }
+        if (tag.code == 9) {
+            file.header.push_back({std::string(tag.value), {}});
+            continue;
+        }
+        if (file.header.empty()) {
+            warn(tag.line, "a header value before any variable name is ignored");
+            continue;
+        }
+        file.header.back().groups.push_back({tag.code, std::string(text(tag, scratch))});
+    }
+    return failFromReader();
+}
+
+bool Loader::keepSection(const std::string& name) {
+    Tag tag;
+    std::string scratch;
+    FileData::Section section{name, {}};
+    while (next(tag)) {
+        if (tag.is(0, "ENDSEC")) {
+            if (name == "CLASSES")
+                db_->fileData().classes = std::move(section.groups);
+            else
+                db_->fileData().otherSections.push_back(std::move(section));
+            return true;
+        }
+        if (tag.is(0, "EOF")) return fail(tag.line, "section " + name + " has no ENDSEC");
+        section.groups.push_back({tag.code, std::string(text(tag, scratch))});
+    }
+    return failFromReader();
+}
+
+bool Loader::readTables() {
+    Tag tag;
+    while (next(tag)) {
+        if (tag.is(0, "ENDSEC")) return true;
+        if (tag.is(0, "TABLE")) {
+            if (!readTable()) return false;
+            continue;
+        }
+        return fail(tag.line, "expected TABLE or ENDSEC, found " + std::to_string(tag.code) + " " + tag.displayValue());
+    }
+    return failFromReader();
+}
+
+bool Loader::readTable() {
+    Record head;
+    head.type = "TABLE";
+    if (!readRecord(head)) return false;
+    std::string name;
+    head.input->readString(2, name);
+    const TableInfo* info = tableInfo(name);
+    Tag tag;
+    if (!info || tablesSeen_.count(name)) {
+        // A table we do not know (or a second copy of one): skip its records, keeping nothing of it.
+        warn(head.line, "table '" + name + "' is not read");
+        while (next(tag))
+            if (tag.is(0, "ENDTAB")) return true;
+        return failFromReader();
+    }
+    tablesSeen_.insert(name);
+    std::unique_ptr<SymbolTable> table = info->makeTable();
+    SymbolTable& t = *table;
+    decode(t, head);
+    checkHandle(head);
+    ObjectId tableId;
+    if (db_->addObject(std::move(table), ObjectId(), &tableId, head.handle) != ErrorStatus::Ok) {
+        warn(head.line, "table handle " + head.handle.toText() + " is used twice");
+        return fail(head.line, "duplicate handle " + head.handle.toText() + " for table " + name);
+    }
+    const ObjectId none;
+    ObjectId ids[9];
+    ids[0] = db_->layerTableId(), ids[1] = db_->linetypeTableId(), ids[2] = db_->textStyleTableId();
+    ids[3] = db_->dimStyleTableId(), ids[4] = db_->blockTableId(), ids[5] = db_->viewportTableId();
+    ids[6] = db_->viewTableId(), ids[7] = db_->ucsTableId(), ids[8] = db_->regAppTableId();
+    static const char* order[9] = {"LAYER", "LTYPE", "STYLE", "DIMSTYLE", "BLOCK_RECORD", "VPORT", "VIEW", "UCS", "APPID"};
+    for (int i = 0; i < 9; ++i)
+        if (name == order[i]) ids[i] = tableId;
+    db_->setTableIds(ids[0], ids[1], ids[2], ids[3], ids[4], ids[5], ids[6], ids[7], ids[8]);
+    (void)none;
+
+    while (next(tag)) {
+        if (tag.is(0, "ENDTAB")) return true;
+        if (tag.code != 0) return fail(tag.line, "expected a table record, found group " + std::to_string(tag.code));
+        Record record;
+        record.type = std::string(tag.value);
+        record.line = tag.line;
+        if (!readRecord(record)) return false;
+        std::unique_ptr<SymbolTableRecord> rec = info->makeRecord();
+        SymbolTableRecord& r = *rec;
+        decode(r, record);
+        if (auto* layer = objectCast<LayerTableRecord>(&r)) readLayerTransparency(*layer);
+        if (r.name().empty()) {
+            warn(record.line, record.type + " record without a name is dropped");
+            continue;
+        }
+        checkHandle(record);
+        ObjectId id;
+        ErrorStatus es = db_->addRecord(tableId, std::move(rec), &id, record.handle, true);
+        if (es == ErrorStatus::DuplicateRecordName) {
+            warn(record.line, record.type + " '" + r.name() + "' is defined twice (or its handle is taken); the copy is dropped");
+            continue;
+        }
+        afterAdding(*id.peek(), record, es);
+    }
+    return failFromReader();
+}
+
+void Loader::readLayerTransparency(LayerTableRecord& layer) {
+    if (!layer.extras()) return;
+    auto& xdata = const_cast<ObjectExtras*>(layer.extras())->xdata;
+    for (std::size_t i = 0; i < xdata.size(); ++i) {
+        if (xdata[i].code != 1001 || xdata[i].value != "AcCmTransparency") continue;
+        std::size_t end = i + 1;
+        while (end < xdata.size() && xdata[end].code != 1001) ++end;
+        for (std::size_t k = i + 1; k < end; ++k)
+            if (xdata[k].code == 1071) {
+                long long raw = 0;
+                std::from_chars(xdata[k].value.data(), xdata[k].value.data() + xdata[k].value.size(), raw);
+                layer.setTransparency(Transparency::fromRaw(static_cast<std::uint32_t>(raw)));
+            }
+        // The writer adds it back from the layer's value, so it is not kept twice.
+        xdata.erase(xdata.begin() + static_cast<std::ptrdiff_t>(i), xdata.begin() + static_cast<std::ptrdiff_t>(end));
+        return;
+    }
+}
+
+bool Loader::readBlocks() {
+    Tag tag;
+    while (next(tag)) {
+        if (tag.is(0, "ENDSEC")) return true;
+        if (!tag.is(0, "BLOCK")) return fail(tag.line, "expected BLOCK or ENDSEC, found " + tag.displayValue());
+        Record begin;
+        begin.type = "BLOCK";
+        begin.line = tag.line;
+        if (!readRecord(begin)) return false;
+        DxfInput& in = *begin.input;
+        std::string name;
+        in.subclass("AcDbBlockBegin");
+        in.readString(2, name);
+        if (name.empty()) in.readString(3, name);
+        if (name.empty()) return fail(begin.line, "BLOCK without a name");
+        ObjectId btrId = db_->blockTable() ? db_->blockTable()->getAt(name) : ObjectId();
+        if (btrId.isNull()) {
+            if (!db_->blockTable()) completeFramework();
+            auto btr = std::make_unique<BlockTableRecord>(name);
+            if (db_->addRecord(db_->blockTableId(), std::move(btr), &btrId, Handle(), true) != ErrorStatus::Ok)
+                return fail(begin.line, "block '" + name + "' cannot be added");
+        }
+        auto* btr = objectCast<BlockTableRecord>(btrId.peek());
+        std::int16_t flags = 0;
+        Point3d origin;
+        std::string path, description;
+        in.readInt16(70, flags);
+        in.readPoint3d(10, origin);
+        in.readString(1, path);
+        in.readString(4, description);
+        {
+            auto ref = openObject<BlockTableRecord>(btrId, OpenMode::ForWrite);
+            ref->setFlags(flags);
+            ref->setOrigin(origin);
+            ref->setPathName(path);
+            if (!description.empty()) ref->setComments(description);
+        }
+        Handle endHandle;
+        const Handle beginHandle = begin.handle;
+        // Entities of the block up to ENDBLK. Model space and the active paper space keep theirs in ENTITIES.
+        if (!readEntities(btrId, false)) return false;
+        if (!next(tag) || !tag.is(0, "ENDBLK")) return failFromReader();
+        Record end;
+        end.type = "ENDBLK";
+        end.line = tag.line;
+        if (!readRecord(end)) return false;
+        endHandle = end.handle;
+        // Handles of BLOCK/ENDBLK are names of things that are not objects of ours: reserve them.
+        if (!beginHandle.isNull()) db_->raiseHandseed(Handle(beginHandle.value() + 1));
+        if (!endHandle.isNull()) db_->raiseHandseed(Handle(endHandle.value() + 1));
+        btr->setBlockBeginEndHandles(beginHandle, endHandle);
+    }
+    return failFromReader();
+}
+
+bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
+    Tag tag;
+    const ObjectId modelSpace = db_->modelSpaceId();
+    const ObjectId paperSpace = db_->paperSpaceId();
+    while (next(tag)) {
+        if (tag.code != 0)
+            return fail(tag.line, "expected an entity (group 0), found group " + std::to_string(tag.code));
+        if (tag.is(0, "ENDSEC") || tag.is(0, "ENDBLK")) {
+            const bool endsHere = entitiesSection ? tag.is(0, "ENDSEC") : tag.is(0, "ENDBLK");
+            if (!endsHere) return fail(tag.line, "unexpected " + std::string(tag.value));
+            if (!entitiesSection) reader_.pushBack();
+            return true;
+        }
+        if (tag.is(0, "EOF")) return fail(tag.line, "unexpected EOF inside a section");
+        Record record;
+        record.type = std::string(tag.value);
+        record.line = tag.line;
+        if (!readRecord(record)) return false;
+
+        // The paper-space flag is written from the owner block; it is read here and not kept.
+        const DxfInput::Group* paperFlag = record.input->takeAnywhere(67);
+        const bool paper = paperFlag && paperFlag->value.find_first_of("123456789") != std::string_view::npos;
+        ObjectId owner = block;
+        if (entitiesSection) {
+            // The owner handle says which space; older files say paper space with group 67.
+            owner = paper ? paperSpace : modelSpace;
+            if (record.hasOwner) {
+                const ObjectId named = db_->getObjectId(record.owner);
+                if (objectCast<BlockTableRecord>(named.peek())) owner = named;
+            }
+        }
+        record.hasOwner = false;  // the block list is the owner; a second 330 is not needed
+        std::unique_ptr<Entity> entity = makeEntity(record.type);
+        const bool isInsert = objectCast<BlockReference>(entity.get()) != nullptr;
+        const bool isOldPolyline = record.type == "POLYLINE";
+        ObjectId id = addEntity(std::move(entity), record, owner);
+        if (id.isNull()) continue;
+
+        // Followers: ATTRIBs after an INSERT that says so, VERTEXes after a POLYLINE, up to SEQEND.
+        const bool follows = isOldPolyline ||
+                             (isInsert && static_cast<BlockReference*>(id.peek())->attributesFollow());
+        if (!follows) continue;
+        std::vector<ObjectId> followers;
+        while (next(tag)) {
+            if (tag.code != 0) return fail(tag.line, "expected an entity (group 0)");
+            const bool seqend = tag.is(0, "SEQEND");
+            if (!seqend && !tag.is(0, "ATTRIB") && !tag.is(0, "VERTEX")) {
+                warn(tag.line, record.type + " without SEQEND");
+                reader_.pushBack();
+                break;
+            }
+            Record sub;
+            sub.type = std::string(tag.value);
+            sub.line = tag.line;
+            if (!readRecord(sub)) return false;
+            sub.hasOwner = false;
+            auto raw = std::make_unique<RawEntity>(sub.type);
+            RawEntity& r = *raw;
+            decode(r, sub);
+            checkHandle(sub);
+            ObjectId subId;
+            const ErrorStatus es = db_->addObject(std::move(raw), id, &subId, sub.handle);
+            if (es == ErrorStatus::Ok) {
+                followers.push_back(subId);
+                afterAdding(*subId.peek(), sub, es);
+            } else {
+                warn(sub.line, "handle " + sub.handle.toText() + " is used twice; " + sub.type + " dropped");
+            }
+            if (seqend) break;
+        }
+        auto ref = openObject<Entity>(id, OpenMode::ForWrite, {.openOnLockedLayer = true});
+        if (auto* insert = objectCast<BlockReference>(ref.get()))
+            insert->setAttributes(std::move(followers));
+        else if (auto* rawEntity = objectCast<RawEntity>(ref.get()))
+            rawEntity->setFollowers(std::move(followers));
+    }
+    return failFromReader();
+}
+
+bool Loader::readObjects() {
+    Tag tag;
+    FileData& file = db_->fileData();
+    while (next(tag)) {
+        if (tag.is(0, "ENDSEC")) return true;
+        if (tag.code != 0) return fail(tag.line, "expected an object (group 0), found group " + std::to_string(tag.code));
+        Record record;
+        record.type = std::string(tag.value);
+        record.line = tag.line;
+        if (!readRecord(record)) return false;
+        auto object = std::make_unique<RawObject>(record.type);
+        RawObject& o = *object;
+        decode(o, record);
+        checkHandle(record);
+        ObjectId id;
+        ErrorStatus es = db_->addObject(std::move(object), ObjectId(), &id, record.handle);
+        if (es != ErrorStatus::Ok) {
+            warn(record.line, "handle " + record.handle.toText() + " is used twice; the " + record.type + " is dropped");
+            continue;
+        }
+        afterAdding(o, record, es);
+        if (file.rootDictionary.isNull()) file.rootDictionary = id;
+        file.objects.push_back(id);
+    }
+    return failFromReader();
+}
+
+void Loader::applyHeader() {
+    FileData& file = db_->fileData();
+    auto value = [&](const char* name, int code) -> const std::string* {
+        if (const FileData::HeaderVariable* v = file.find(name))
+            for (const DxfTag& t : v->groups)
+                if (t.code == code) return &t.value;
+        return nullptr;
+    };
+    auto number = [](const std::string* s, double& out) {
+        if (!s) return false;
+        std::string_view t = *s;
+        while (!t.empty() && t.front() == ' ') t.remove_prefix(1);
+        return std::from_chars(t.data(), t.data() + t.size(), out).ec == std::errc();
+    };
+    if (const std::string* v = value("$ACADVER", 1)) file.version = *v;
+    double d = 0;
+    if (number(value("$MEASUREMENT", 70), d)) db_->setMeasurement(d == 0 ? MeasurementSystem::Imperial : MeasurementSystem::Metric);
+    else if (file.version.empty() || file.version < "AC1015") db_->setMeasurement(MeasurementSystem::Imperial);
+    if (const std::string* v = value("$CLAYER", 8)) {
+        const ObjectId layer = db_->layerTable()->getAt(*v);
+        if (!layer.isNull()) db_->setCurrentLayer(layer);
+    }
+    if (const std::string* v = value("$CELTYPE", 6)) {
+        const ObjectId lt = db_->linetypeTable()->getAt(*v);
+        if (!lt.isNull()) db_->setCurrentLinetype(lt);
+    }
+    if (number(value("$CECOLOR", 62), d)) db_->setCurrentColor(Color::fromDxfIndex(static_cast<int>(d)));
+    if (number(value("$CELWEIGHT", 370), d) && isValidLineWeight(static_cast<int>(d)))
+        db_->setCurrentLineWeight(static_cast<LineWeight>(static_cast<int>(d)));
+    if (number(value("$CELTSCALE", 40), d) && d > 0) db_->setCurrentLinetypeScale(d);
+    if (number(value("$LTSCALE", 40), d) && d > 0) db_->setLinetypeScale(d);
+}
+
+void Loader::completeFramework() {
+    const std::size_t before = db_->objectCount();
+    bool complete = db_->layerTable() && db_->linetypeTable() && db_->textStyleTable() && db_->dimStyleTable() &&
+                    db_->blockTable() && !db_->modelSpaceId().isNull() && !db_->paperSpaceId().isNull() &&
+                    !db_->layerZeroId().isNull() && !db_->linetypeContinuousId().isNull() &&
+                    !db_->linetypeByLayerId().isNull() && !db_->linetypeByBlockId().isNull();
+    if (complete) {
+        db_->addMissingFramework();  // the remaining small tables
+        if (db_->objectCount() == before) return;
+    }
+    std::uint64_t highest = 0;
+    dxf::TagReader scan(data_);
+    Tag tag;
+    while (scan.next(tag))
+        if (tag.code == 5 || tag.code == 105)
+            if (auto h = tag.toHandle()) highest = std::max(highest, *h);
+    db_->raiseHandseed(Handle(highest + 1));
+    db_->addMissingFramework();
+}
+
+DxfReadResult Loader::run() {
+    DxfReadResult result;
+    Tag tag;
+    bool sawEof = false;
+    bool sawSection = false;
+    while (!error_ && next(tag)) {
+        if (tag.code == 999) continue;
+        if (tag.is(0, "EOF")) {
+            sawEof = true;
+            break;
+        }
+        if (!tag.is(0, "SECTION")) {
+            fail(tag.line, "expected SECTION or EOF, found " + std::to_string(tag.code) + " " + tag.displayValue());
+            break;
+        }
+        sawSection = true;
+        if (!next(tag)) {
+            failFromReader();
+            break;
+        }
+        if (tag.code != 2) {
+            fail(tag.line, "expected the section name (group 2), found group " + std::to_string(tag.code));
+            break;
+        }
+        const std::string name(tag.value);
+        if (name == "HEADER") {
+            readHeader();
+        } else if (name == "TABLES") {
+            readTables();
+        } else if (name == "BLOCKS") {
+            completeFramework();
+            readBlocks();
+        } else if (name == "ENTITIES") {
+            completeFramework();
+            readEntities(db_->modelSpaceId(), true);
+        } else if (name == "OBJECTS") {
+            completeFramework();
+            readObjects();
+        } else {
+            keepSection(name);
+        }
+    }
+    if (!error_ && reader_.failed()) failFromReader();
+    if (!error_ && !sawSection) fail(lastLine_, "no DXF sections found: this is not a DXF file");
+    if (!error_ && !sawEof) warn(lastLine_, "the file has no EOF marker");
+    if (error_) {
+        result.error = error_;
+        result.warnings = std::move(warnings_);
+        return result;
+    }
+    db_->addMissingFramework();
+    for (auto& step : steps_) step();
+    steps_.clear();
+    applyHeader();
+    if (progress_) progress_(data_.size(), data_.size());
+    result.database = std::move(db_);
+    result.warnings = std::move(warnings_);
+    return result;
+}
+
+}  // namespace
+
+DxfReadResult readDxf(std::string_view data, const LoadProgress& progress) {
+    Loader loader(data, progress);
+    return loader.run();
+}
+
+DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress) {
+    DxfReadResult result;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        result.error = dxf::DxfError{0, "cannot open " + path.string(), false};
+        return result;
+    }
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path, ec);
+    std::string data;
+    if (!ec) data.resize(static_cast<std::size_t>(size));
+    if (!ec && size > 0 && !file.read(data.data(), static_cast<std::streamsize>(size))) {
+        result.error = dxf::DxfError{0, "cannot read " + path.string(), false};
+        return result;
+    }
+    return readDxf(data, progress);
+}
+
+}  // namespace vela::db

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "db/database.h"
+#include "db/dxf/dxf_error.h"
+
+namespace vela::db {
+
+/// Called during loading with the bytes read so far and the total, so front ends can show progress.
+using LoadProgress = std::function<void(std::size_t done, std::size_t total)>;
+
+struct DxfReadResult {
+    /// The drawing, or null when the file could not be read; then `error` says why and where.
+    std::unique_ptr<Database> database;
+    std::optional<dxf::DxfError> error;
+    /// Problems the reader worked around (a malformed value, a duplicate handle, a dangling reference).
+    std::vector<std::string> warnings;
+};
+
+/// Reads an ASCII or binary DXF file of any version from R12 to R2018. Everything the file holds is kept:
+/// what we model becomes our objects, the rest travels as kept groups and is written back on save.
+DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress = {});
+/// The same for a file already in memory.
+DxfReadResult readDxf(std::string_view data, const LoadProgress& progress = {});
+
+}  // namespace vela::db

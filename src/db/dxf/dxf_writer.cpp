@@ -1,0 +1,327 @@
+#include "db/dxf/dxf_writer.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "db/dxf/dxf_output.h"
+#include "db/dxf/group_code.h"
+#include "db/dxf/required_objects.h"
+#include "db/dxf/tag_writer.h"
+#include "db/entities/block_reference.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+#include "db/records/simple_records.h"
+
+namespace vela::db {
+
+namespace {
+
+/// DxfOutput over the tag writer: typed values become tags, points spread over three codes.
+class FileOutput : public DxfOutput {
+public:
+    explicit FileOutput(dxf::TagWriter& w) : w_(w) {}
+    void writeString(int code, std::string_view v) override { w_.writeString(code, v); }
+    void writeBool(int code, bool v) override { w_.writeInt(code, v ? 1 : 0); }
+    void writeInt8(int code, std::int8_t v) override { w_.writeInt(code, v); }
+    void writeInt16(int code, std::int16_t v) override { w_.writeInt(code, v); }
+    void writeInt32(int code, std::int32_t v) override { w_.writeInt(code, v); }
+    void writeInt64(int code, std::int64_t v) override { w_.writeInt(code, v); }
+    void writeUInt8(int code, std::uint8_t v) override { w_.writeInt(code, v); }
+    void writeUInt16(int code, std::uint16_t v) override { w_.writeInt(code, v); }
+    void writeUInt32(int code, std::uint32_t v) override { w_.writeInt(code, v); }
+    void writeDouble(int code, double v) override { w_.writeDouble(code, v); }
+    void writePoint2d(int code, const Point2d& p) override { w_.writePoint(code, p); }
+    void writePoint3d(int code, const Point3d& p) override { w_.writePoint(code, p); }
+    void writeVector3d(int code, const Vector3d& v) override { w_.writePoint(code, Point3d(v.x, v.y, v.z)); }
+    void writeHandle(int code, Handle h) override { w_.writeHandle(code, h.value()); }
+    void writeObjectId(int code, ObjectId id) override {
+        if (!id.isNull()) w_.writeHandle(code, id.handle().value());
+    }
+    void writeBinary(int code, std::span<const std::uint8_t> v) override { w_.writeBinary(code, v); }
+    void writeRaw(int code, std::string_view text) override { w_.writeString(code, text); }
+
+private:
+    dxf::TagWriter& w_;
+};
+
+class Writer {
+public:
+    explicit Writer(Database& db, std::string& out) : db_(db), tags_(out), out_(tags_) {}
+
+    void run() {
+        addRequiredObjects(db_);
+        // The BLOCK and ENDBLK records need handles of their own; give them once and keep them.
+        db_.blockTable()->forEachRecord([&](SymbolTableRecord* r) {
+            auto* btr = static_cast<BlockTableRecord*>(r);
+            if (btr->blockBeginHandle().isNull() || btr->blockEndHandle().isNull())
+                btr->setBlockBeginEndHandles(db_.allocateHandle(), db_.allocateHandle());
+        });
+        ensureAppId("AcCmTransparency");
+        writeHeader();
+        section("CLASSES");
+        for (const DxfTag& t : db_.fileData().classes) out_.writeRaw(t.code, t.value);
+        endSection();
+        writeTables();
+        writeBlocks();
+        writeEntities();
+        writeObjects();
+        for (const FileData::Section& s : db_.fileData().otherSections) {
+            section(s.name.c_str());
+            for (const DxfTag& t : s.groups) out_.writeRaw(t.code, t.value);
+            endSection();
+        }
+        tags_.writeString(0, "EOF");
+    }
+
+private:
+    void section(const char* name) {
+        tags_.writeString(0, "SECTION");
+        tags_.writeString(2, name);
+    }
+    void endSection() { tags_.writeString(0, "ENDSEC"); }
+
+    void ensureAppId(const char* name) {
+        bool needed = false;
+        db_.layerTable()->forEachRecord([&](SymbolTableRecord* r) {
+            needed = needed || static_cast<LayerTableRecord*>(r)->transparency() != Transparency::fromAlpha(255);
+        });
+        SymbolTable* apps = objectCast<SymbolTable>(db_.regAppTableId().peek());
+        if (needed && apps && !apps->has(name))
+            db_.addRecord(db_.regAppTableId(), std::make_unique<RegAppTableRecord>(name), nullptr, Handle(), true);
+    }
+
+    void writeHeader() {
+        section("HEADER");
+        const FileData& file = db_.fileData();
+        auto name = [](ObjectId id) {
+            auto* r = objectCast<SymbolTableRecord>(id.peek());
+            return r ? r->name() : std::string();
+        };
+        // Variables we own are written from the drawing; the rest as read.
+        const std::vector<std::pair<std::string, std::vector<DxfTag>>> ours = {
+            {"$ACADVER", {{1, "AC1032"}}},
+            {"$DWGCODEPAGE", {{3, "ANSI_1252"}}},
+            {"$HANDSEED", {{5, db_.handseed().toText()}}},
+            {"$MEASUREMENT", {{70, db_.measurement() == MeasurementSystem::Metric ? "1" : "0"}}},
+            {"$CLAYER", {{8, name(db_.currentLayer())}}},
+            {"$CELTYPE", {{6, name(db_.currentLinetype())}}},
+            {"$CECOLOR", {{62, std::to_string(db_.currentColor().nearestColorIndex())}}},
+            {"$CELWEIGHT", {{370, std::to_string(static_cast<int>(db_.currentLineWeight()))}}},
+            {"$CELTSCALE", {{40, number(db_.currentLinetypeScale())}}},
+            {"$LTSCALE", {{40, number(db_.linetypeScale())}}},
+        };
+        auto write = [&](const std::string& var, const std::vector<DxfTag>& groups) {
+            tags_.writeString(9, var);
+            for (const DxfTag& t : groups) out_.writeRaw(t.code, t.value);
+        };
+        write(ours[0].first, ours[0].second);
+        std::vector<bool> done(ours.size(), false);
+        done[0] = true;
+        for (const FileData::HeaderVariable& v : file.header) {
+            bool replaced = false;
+            for (std::size_t i = 0; i < ours.size(); ++i)
+                if (v.name == ours[i].first) {
+                    if (!done[i]) write(ours[i].first, ours[i].second);
+                    done[i] = replaced = true;
+                }
+            if (!replaced) write(v.name, v.groups);
+        }
+        for (std::size_t i = 0; i < ours.size(); ++i)
+            if (!done[i]) write(ours[i].first, ours[i].second);
+        endSection();
+    }
+
+    static std::string number(double v) {
+        char buf[32];
+        auto r = std::to_chars(buf, buf + sizeof buf, v);
+        std::string s(buf, r.ptr);
+        if (s.find_first_of(".e") == std::string::npos) s += ".0";
+        return s;
+    }
+
+    /// Type, handle, application groups and owner: what every record starts with.
+    void writeRecordHead(const DbObject& o, const char* type) {
+        tags_.writeString(0, type);
+        tags_.writeHandle(std::string_view(type) == "DIMSTYLE" ? 105 : 5, o.handle().value());
+        if (const ObjectExtras* x = o.extras()) {
+            if (!x->persistentReactors.empty()) {
+                tags_.writeString(102, "{ACAD_REACTORS");
+                for (ObjectId r : x->persistentReactors)
+                    if (!r.isNull()) tags_.writeHandle(330, r.handle().value());
+                tags_.writeString(102, "}");
+            }
+            if (!x->extensionDictionary.isNull()) {
+                tags_.writeString(102, "{ACAD_XDICTIONARY");
+                tags_.writeHandle(360, x->extensionDictionary.handle().value());
+                tags_.writeString(102, "}");
+            }
+        }
+        const ObjectId owner = o.ownerId();
+        if (!owner.isNull())
+            tags_.writeHandle(330, owner.handle().value());
+        else if (std::string_view(type) == "DICTIONARY" || std::string_view(type) == "TABLE")
+            tags_.writeHandle(330, 0);
+    }
+
+    void writeXData(const DbObject& o) {
+        if (const auto* layer = objectCast<LayerTableRecord>(&o); layer && layer->transparency() != Transparency::fromAlpha(255)) {
+            tags_.writeString(1001, "AcCmTransparency");
+            tags_.writeInt(1071, static_cast<std::int32_t>(layer->transparency().raw()));
+        }
+        if (const ObjectExtras* x = o.extras())
+            for (const DxfTag& t : x->xdata) out_.writeRaw(t.code, t.value);
+    }
+
+    void writeObject(const DbObject& o, const char* type) {
+        writeRecordHead(o, type);
+        o.dxfOutFields(out_);
+        writeXData(o);
+    }
+
+    static const char* typeOf(const DbObject& o) {
+        if (auto* raw = objectCast<RawEntity>(&o)) return raw->dxfName().c_str();
+        if (auto* raw = objectCast<RawObject>(&o)) return raw->dxfName().c_str();
+        return o.isA()->dxfName();
+    }
+
+    void writeTables() {
+        section("TABLES");
+        const std::pair<ObjectId, const char*> tables[] = {
+            {db_.viewportTableId(), "VPORT"}, {db_.linetypeTableId(), "LTYPE"}, {db_.layerTableId(), "LAYER"},
+            {db_.textStyleTableId(), "STYLE"}, {db_.viewTableId(), "VIEW"}, {db_.ucsTableId(), "UCS"},
+            {db_.regAppTableId(), "APPID"}, {db_.dimStyleTableId(), "DIMSTYLE"}, {db_.blockTableId(), "BLOCK_RECORD"},
+        };
+        for (const auto& [id, name] : tables) {
+            auto* table = objectCast<SymbolTable>(id.peek());
+            if (!table) continue;
+            tags_.writeString(0, "TABLE");
+            tags_.writeString(2, name);
+            tags_.writeHandle(5, table->handle().value());
+            tags_.writeHandle(330, 0);
+            table->dxfOutFields(out_);
+            writeXData(*table);
+            table->forEachRecord([&](SymbolTableRecord* r) { writeObject(*r, name); });
+            tags_.writeString(0, "ENDTAB");
+        }
+        endSection();
+    }
+
+    void writeEntity(const Entity& e) {
+        writeObject(e, typeOf(e));
+        const std::vector<ObjectId>* followers = nullptr;
+        if (auto* insert = objectCast<BlockReference>(&e)) followers = &insert->attributes();
+        if (auto* raw = objectCast<RawEntity>(&e)) followers = &raw->followers();
+        if (!followers) return;
+        for (ObjectId f : *followers)
+            if (auto* sub = objectCast<Entity>(f.peek()); sub && !sub->isErased()) writeObject(*sub, typeOf(*sub));
+    }
+
+    void writeBlocks() {
+        section("BLOCKS");
+        db_.blockTable()->forEachRecord([&](SymbolTableRecord* r) {
+            auto* btr = static_cast<BlockTableRecord*>(r);
+            const bool paper = btr->isLayout() && !btr->isModelSpace();
+            tags_.writeString(0, "BLOCK");
+            tags_.writeHandle(5, btr->blockBeginHandle().value());
+            tags_.writeHandle(330, btr->handle().value());
+            tags_.writeString(100, "AcDbEntity");
+            if (paper) tags_.writeInt(67, 1);
+            tags_.writeString(8, "0");
+            tags_.writeString(100, "AcDbBlockBegin");
+            tags_.writeString(2, btr->name());
+            tags_.writeInt(70, btr->flags());
+            tags_.writePoint(10, btr->origin());
+            tags_.writeString(3, btr->name());
+            tags_.writeString(1, btr->pathName());
+            if (!btr->comments().empty()) tags_.writeString(4, btr->comments());
+            // Model space and the active paper space keep their entities in the ENTITIES section.
+            const bool inEntitiesSection = btr->isModelSpace() || namesEqual(btr->name(), BlockTableRecord::kPaperSpace);
+            if (!inEntitiesSection) btr->forEachEntity([&](Entity* e) { writeEntity(*e); });
+            tags_.writeString(0, "ENDBLK");
+            tags_.writeHandle(5, btr->blockEndHandle().value());
+            tags_.writeHandle(330, btr->handle().value());
+            tags_.writeString(100, "AcDbEntity");
+            if (paper) tags_.writeInt(67, 1);
+            tags_.writeString(8, "0");
+            tags_.writeString(100, "AcDbBlockEnd");
+        });
+        endSection();
+    }
+
+    void writeEntities() {
+        section("ENTITIES");
+        for (ObjectId space : {db_.modelSpaceId(), db_.paperSpaceId()})
+            if (auto* btr = objectCast<BlockTableRecord>(space.peek()))
+                btr->forEachEntity([&](Entity* e) { writeEntity(*e); });
+        endSection();
+    }
+
+    void writeObjects() {
+        section("OBJECTS");
+        for (ObjectId id : db_.fileData().objects) {
+            DbObject* o = id.peek();
+            if (!o || o->isErased()) continue;
+            writeObject(*o, typeOf(*o));
+        }
+        endSection();
+    }
+
+    Database& db_;
+    dxf::TagWriter tags_;
+    FileOutput out_;
+};
+
+}  // namespace
+
+std::string writeDxf(Database& db) {
+    std::string out;
+    out.reserve(db.objectCount() * 200);
+    Writer(db, out).run();
+    return out;
+}
+
+SaveResult saveDxfFile(Database& db, const std::filesystem::path& path) {
+    SaveResult result;
+    const std::string data = writeDxf(db);
+    const std::filesystem::path folder = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
+    std::string tmpl = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
+    const int fd = ::mkstemp(tmpl.data());
+    if (fd < 0) {
+        result.error = "cannot create a temporary file in " + folder.string();
+        return result;
+    }
+    const char* p = data.data();
+    std::size_t left = data.size();
+    bool ok = true;
+    while (left > 0) {
+        const ssize_t n = ::write(fd, p, left);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            ok = false;
+            break;
+        }
+        p += n, left -= static_cast<std::size_t>(n);
+    }
+    ok = ok && ::fsync(fd) == 0;
+    ok = (::close(fd) == 0) && ok;
+    if (!ok) {
+        ::unlink(tmpl.c_str());
+        result.error = "cannot write " + path.string();
+        return result;
+    }
+    ::chmod(tmpl.c_str(), 0644);
+    if (std::rename(tmpl.c_str(), path.c_str()) != 0) {
+        ::unlink(tmpl.c_str());
+        result.error = "cannot replace " + path.string();
+        return result;
+    }
+    result.ok = true;
+    return result;
+}
+
+}  // namespace vela::db

@@ -1,0 +1,427 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+
+#include "db/dxf/dxf_reader.h"
+#include "db/dxf/dxf_writer.h"
+#include "db/entities/arc.h"
+#include "db/entities/block_reference.h"
+#include "db/entities/circle.h"
+#include "db/entities/ellipse.h"
+#include "db/entities/hatch.h"
+#include "db/entities/line.h"
+#include "db/entities/mtext.h"
+#include "db/entities/point.h"
+#include "db/entities/polyline.h"
+#include "db/entities/spline.h"
+#include "db/entities/text.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+
+namespace vela::db {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A drawing with one entity of every modelled type, on assorted layers and with assorted properties.
+std::unique_ptr<Database> makeSample() {
+    auto db = std::make_unique<Database>();
+    ObjectId walls, hidden;
+    auto layer = std::make_unique<LayerTableRecord>("Walls");
+    layer->setColor(Color::fromRgb(200, 100, 50));
+    layer->setTransparency(Transparency::fromAlpha(128));
+    layer->setIsLocked(true);
+    db->addRecord(db->layerTableId(), std::move(layer), &walls);
+    auto off = std::make_unique<LayerTableRecord>("Hidden Stuff");
+    off->setIsOff(true);
+    off->setIsFrozen(true);
+    off->setColor(Color::fromIndex(5));
+    off->setLineWeight(LineWeight::W050);
+    db->addRecord(db->layerTableId(), std::move(off), &hidden);
+    db->setMeasurement(MeasurementSystem::Imperial);
+
+    const ObjectId ms = db->modelSpaceId();
+    auto line = std::make_unique<Line>(Point3d(0.1, 0.2, 0.3), Point3d(1e6 / 3, -2, 0));
+    line->setLayerId(walls);
+    line->setColor(Color::fromIndex(1));
+    line->setLineWeight(LineWeight::W035);
+    line->setLinetypeScale(2.5);
+    line->setTransparency(Transparency::fromAlpha(77));
+    db->appendEntity(ms, std::move(line));
+    auto circle = std::make_unique<Circle>(Point3d(5, 5, 1), 2.5);
+    circle->setNormal(Vector3d(0, 1, 1));
+    circle->setColor(Color::fromRgb(1, 2, 3));
+    db->appendEntity(ms, std::move(circle));
+    auto arc = std::make_unique<Arc>(Point3d(1, 2), 3, 0.5, 4.0);
+    arc->setLayerId(hidden);
+    db->appendEntity(ms, std::move(arc));
+    auto pl = std::make_unique<Polyline>();
+    pl->addVertexAt(0, {0, 0}, 0.5, 0.1, 0.2);
+    pl->addVertexAt(1, {10, 0});
+    pl->addVertexAt(2, {10, 10}, -1);
+    pl->setClosed(true);
+    pl->setElevation(3);
+    db->appendEntity(ms, std::move(pl));
+    auto ellipse = std::make_unique<Ellipse>();
+    ellipse->set(Point3d(3, 3), Vector3d::zAxis(), Vector3d(4, 1, 0), 0.25, 0.5, 2.5);
+    db->appendEntity(ms, std::move(ellipse));
+    db->appendEntity(ms, std::make_unique<PointEntity>(Point3d(7, 8, 9)));
+    auto text = std::make_unique<Text>(Point3d(1, 1), "Größe ±5 °C", 2.5);
+    text->setRotation(0.25);
+    text->setHorizontalMode(Text::HorizontalMode::Center);
+    text->setAlignmentPoint(Point3d(3, 1));
+    db->appendEntity(ms, std::move(text));
+    auto mtext = std::make_unique<MText>();
+    mtext->setContents(std::string("{\\fArial;Room}\\PKitchen ") + std::string(600, 'x'));
+    mtext->setLocation(Point3d(20, 20));
+    mtext->setAttachment(MText::Attachment::MiddleCenter);
+    db->appendEntity(ms, std::move(mtext));
+    auto spline = std::make_unique<Spline>();
+    spline->setNurbsData(3, {{0, 0}, {1, 2}, {3, 3}, {4, 0}}, {0, 0, 0, 0, 1, 1, 1, 1}, {1, 0.5, 2, 1});
+    db->appendEntity(ms, std::move(spline));
+
+    ObjectId block;
+    auto btr = std::make_unique<BlockTableRecord>("Chair");
+    btr->setOrigin(Point3d(1, 1));
+    db->addRecord(db->blockTableId(), std::move(btr), &block);
+    db->appendEntity(block, std::make_unique<Circle>(Point3d(1, 1), 0.5));
+    auto insert = std::make_unique<BlockReference>(Point3d(50, 60), block);
+    insert->setScaleFactors(Vector3d(2, -2, 1));
+    insert->setRotation(1.0);
+    db->appendEntity(ms, std::move(insert));
+
+    auto hatch = std::make_unique<Hatch>();
+    hatch->setPattern(Hatch::PatternType::Predefined, "ANSI31");
+    hatch->setPatternScale(2);
+    hatch->setPatternAngle(0.5);
+    hatch->setPatternLines({{0.7853981633974483, {0, 0}, {-0.1, 0.1}, {}}});
+    HatchLoop outer;
+    outer.flags = HatchLoop::kExternal | HatchLoop::kPolyline;
+    outer.vertices = {{{0, 0}, 0}, {{4, 0}, 0.5}, {{4, 4}, 0}, {{0, 4}, 0}};
+    hatch->appendLoop(outer);
+    HatchLoop edges;
+    edges.flags = 0;
+    HatchEdge a;
+    a.type = HatchEdge::Type::CircularArc;
+    a.center = {2, 2}, a.radius = 1, a.startAngle = 0.2, a.endAngle = 1.2, a.counterClockwise = false;
+    edges.edges.push_back(a);
+    HatchEdge l;
+    l.start = {1, 1}, l.end = {2, 1};
+    edges.edges.push_back(l);
+    hatch->appendLoop(edges);
+    db->appendEntity(ms, std::move(hatch));
+    db->appendEntity(db->paperSpaceId(), std::make_unique<Line>(Point3d(0, 0), Point3d(297, 210)));
+    return db;
+}
+
+std::unique_ptr<Database> reread(Database& db) {
+    const std::string text = writeDxf(db);
+    DxfReadResult r = readDxf(text);
+    EXPECT_TRUE(r.database) << (r.error ? r.error->text() : "");
+    for (const std::string& w : r.warnings) ADD_FAILURE() << "warning: " << w;
+    return std::move(r.database);
+}
+
+template <class T>
+T* entityAt(Database& db, ObjectId space, std::size_t index) {
+    auto btr = openObject<BlockTableRecord>(space, OpenMode::ForRead);
+    const auto ids = btr->entityIds();
+    return index < ids.size() ? objectCast<T>(ids[index].peek()) : nullptr;
+}
+
+TEST(DxfFile, OwnDrawingRoundTripsEveryModelledValue) {
+    auto db = makeSample();
+    auto back = reread(*db);
+    ASSERT_TRUE(back);
+    const ObjectId ms = back->modelSpaceId();
+
+    auto* walls = objectCast<LayerTableRecord>(back->layerTable()->getAt("Walls").peek());
+    ASSERT_TRUE(walls);
+    EXPECT_EQ(walls->color(), Color::fromRgb(200, 100, 50));
+    EXPECT_EQ(walls->transparency(), Transparency::fromAlpha(128));
+    EXPECT_TRUE(walls->isLocked());
+    auto* hidden = objectCast<LayerTableRecord>(back->layerTable()->getAt("hidden stuff").peek());
+    ASSERT_TRUE(hidden);
+    EXPECT_TRUE(hidden->isOff());
+    EXPECT_TRUE(hidden->isFrozen());
+    EXPECT_EQ(hidden->color(), Color::fromIndex(5));
+    EXPECT_EQ(hidden->lineWeight(), LineWeight::W050);
+    EXPECT_EQ(back->measurement(), MeasurementSystem::Imperial);
+
+    auto* line = entityAt<Line>(*back, ms, 0);
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->layer(), "Walls");
+    EXPECT_EQ(line->startPoint(), Point3d(0.1, 0.2, 0.3)) << "doubles are written so they read back exactly";
+    EXPECT_EQ(line->endPoint(), Point3d(1e6 / 3, -2, 0));
+    EXPECT_EQ(line->color(), Color::fromIndex(1));
+    EXPECT_EQ(line->lineWeight(), LineWeight::W035);
+    EXPECT_EQ(line->linetypeScale(), 2.5);
+    EXPECT_EQ(line->transparency(), Transparency::fromAlpha(77));
+
+    auto* circle = entityAt<Circle>(*back, ms, 1);
+    ASSERT_TRUE(circle);
+    EXPECT_TRUE(circle->center().isEqualTo({5, 5, 1}, 1e-12)) << "world center survives the trip through OCS";
+    EXPECT_TRUE(circle->normal().isEqualTo(Vector3d(0, 1, 1).normalized(), 1e-12));
+    EXPECT_EQ(circle->color(), Color::fromRgb(1, 2, 3));
+
+    auto* arc = entityAt<Arc>(*back, ms, 2);
+    ASSERT_TRUE(arc);
+    EXPECT_NEAR(arc->startAngle(), 0.5, 1e-12);
+    EXPECT_NEAR(arc->endAngle(), 4.0, 1e-12);
+
+    auto* pl = entityAt<Polyline>(*back, ms, 3);
+    ASSERT_TRUE(pl);
+    ASSERT_EQ(pl->numVerts(), 3u);
+    EXPECT_TRUE(pl->isClosed());
+    EXPECT_EQ(pl->vertices()[0].bulge, 0.5);
+    EXPECT_EQ(pl->vertices()[0].startWidth, 0.1);
+    EXPECT_EQ(pl->vertices()[0].endWidth, 0.2);
+    EXPECT_EQ(pl->vertices()[2].bulge, -1);
+    EXPECT_EQ(pl->elevation(), 3);
+
+    auto* ellipse = entityAt<Ellipse>(*back, ms, 4);
+    ASSERT_TRUE(ellipse);
+    EXPECT_EQ(ellipse->majorAxis(), Vector3d(4, 1, 0));
+    EXPECT_EQ(ellipse->radiusRatio(), 0.25);
+    EXPECT_EQ(ellipse->startParam(), 0.5);
+    EXPECT_EQ(ellipse->endParam(), 2.5);
+
+    auto* text = entityAt<Text>(*back, ms, 6);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->textString(), "Größe ±5 °C");
+    EXPECT_EQ(text->horizontalMode(), Text::HorizontalMode::Center);
+    EXPECT_TRUE(text->alignmentPoint().isEqualTo({3, 1}));
+    EXPECT_NEAR(text->rotation(), 0.25, 1e-12);
+
+    auto* mtext = entityAt<MText>(*back, ms, 7);
+    ASSERT_TRUE(mtext);
+    EXPECT_EQ(mtext->contents(), std::string("{\\fArial;Room}\\PKitchen ") + std::string(600, 'x'))
+        << "long contents are split into chunks and joined again";
+    EXPECT_EQ(mtext->attachment(), MText::Attachment::MiddleCenter);
+
+    auto* spline = entityAt<Spline>(*back, ms, 8);
+    ASSERT_TRUE(spline);
+    EXPECT_EQ(spline->knots().size(), 8u);
+    EXPECT_EQ(spline->weights(), (std::vector<double>{1, 0.5, 2, 1}));
+    EXPECT_EQ(spline->controlPoints()[1], Point3d(1, 2));
+
+    auto* insert = entityAt<BlockReference>(*back, ms, 9);
+    ASSERT_TRUE(insert);
+    EXPECT_EQ(insert->blockName(), "Chair");
+    EXPECT_EQ(insert->scaleFactors(), Vector3d(2, -2, 1));
+    EXPECT_NEAR(insert->rotation(), 1.0, 1e-12);
+    auto* chair = objectCast<BlockTableRecord>(insert->blockTableRecord().peek());
+    ASSERT_TRUE(chair);
+    EXPECT_EQ(chair->origin(), Point3d(1, 1));
+    EXPECT_EQ(chair->entityCount(), 1u);
+
+    auto* hatch = entityAt<Hatch>(*back, ms, 10);
+    ASSERT_TRUE(hatch);
+    EXPECT_EQ(hatch->patternName(), "ANSI31");
+    EXPECT_FALSE(hatch->isSolidFill());
+    ASSERT_EQ(hatch->numLoops(), 2u);
+    EXPECT_EQ(hatch->loops()[0].vertices[1].bulge, 0.5);
+    ASSERT_EQ(hatch->loops()[1].edges.size(), 2u);
+    const HatchEdge& edge = hatch->loops()[1].edges[0];
+    EXPECT_FALSE(edge.counterClockwise);
+    EXPECT_NEAR(edge.startAngle, 0.2, 1e-12) << "clockwise edges keep their geometric angles";
+    EXPECT_NEAR(edge.endAngle, 1.2, 1e-12);
+    EXPECT_NEAR(hatch->patternAngle(), 0.5, 1e-12);
+
+    EXPECT_EQ(openObject<BlockTableRecord>(back->paperSpaceId(), OpenMode::ForRead)->entityCount(), 1u)
+        << "paper-space entities come back in paper space";
+}
+
+TEST(DxfFile, HandlesAreKeptAndSavingTwiceGivesTheSameText) {
+    auto db = makeSample();
+    const std::string first = writeDxf(*db);
+    DxfReadResult r = readDxf(first);
+    ASSERT_TRUE(r.database);
+    db->forEachObject([&](DbObject* o) {
+        if (o->isErased()) return;
+        const ObjectId twin = r.database->getObjectId(o->handle());
+        ASSERT_FALSE(twin.isNull()) << o->isA()->name() << " " << o->handle().toText();
+        EXPECT_STREQ(twin.peek()->isA()->name(), o->isA()->name());
+    });
+    const std::string second = writeDxf(*r.database);
+    if (second != first) {
+        std::size_t at = 0;
+        while (at < first.size() && at < second.size() && first[at] == second[at]) ++at;
+        ADD_FAILURE() << "saves differ at byte " << at << ":\n" << first.substr(at > 80 ? at - 80 : 0, 200)
+                      << "\n----\n" << second.substr(at > 80 ? at - 80 : 0, 200);
+    }
+    EXPECT_GE(r.database->handseed(), db->handseed()) << "new handles continue above every handle read";
+}
+
+TEST(DxfFile, UnknownObjectsAndGroupsTravelUnchanged) {
+    const std::string dxf =
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nDIMENSION\n5\nA1\n100\nAcDbEntity\n8\nDims\n62\n3\n100\nAcDbDimension\n2\n*D1\n10\n1.5\n20\n2.5\n30\n0.0\n"
+        "70\n33\n1\nhello\n1001\nACAD\n1000\nsome xdata\n1040\n3.25\n"
+        "0\nLINE\n5\nA2\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
+        "999\nunknown group in a known type\n1071\n7\n"
+        "0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(dxf);
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* dim = objectCast<RawEntity>(r.database->getObjectId(Handle(0xA1)).peek());
+    ASSERT_TRUE(dim);
+    EXPECT_EQ(dim->dxfName(), "DIMENSION");
+    EXPECT_EQ(dim->layer(), "Dims") << "unknown entities still have their common properties";
+    EXPECT_EQ(dim->color(), Color::fromIndex(3));
+    Extents3d box;
+    EXPECT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
+
+    const std::string saved = writeDxf(*r.database);
+    DxfReadResult again = readDxf(saved);
+    ASSERT_TRUE(again.database);
+    auto* dim2 = objectCast<RawEntity>(again.database->getObjectId(Handle(0xA1)).peek());
+    ASSERT_TRUE(dim2);
+    EXPECT_EQ(dim2->extras()->keptTags, dim->extras()->keptTags);
+    ASSERT_EQ(dim2->extras()->xdata.size(), 3u);
+    EXPECT_EQ(dim2->extras()->xdata[1].value, "some xdata");
+    EXPECT_NE(saved.find("*D1"), std::string::npos);
+    EXPECT_NE(saved.find("unknown group in a known type"), std::string::npos);
+    EXPECT_TRUE(again.database->layerTable()->has("Dims")) << "a layer used but not defined is created";
+}
+
+struct BadInput {
+    const char* name;
+    std::string text;
+    const char* expected;  // part of the error text, with the line where it applies
+};
+
+TEST(DxfFile, MalformedInputIsAnErrorWithItsLineNeverACrash) {
+    const std::string head = "0\nSECTION\n2\nENTITIES\n";
+    const std::vector<BadInput> cases = {
+        {"empty", "", "not a DXF file"},
+        {"not dxf", "hello world\nthis is text\n", "line 1"},
+        {"truncated in entity", head + "0\nLINE\n5\nA\n10\n1.0\n20", "group code 20"},
+        {"truncated after code", head + "0\nLINE\n8\n", "line"},
+        {"no section name", "0\nSECTION\n5\nX\n", "line 3: expected the section name"},
+        {"bad group code", head + "0\nLINE\nabc\n1\n", "line 7"},
+        {"code out of range", head + "0\nLINE\n99999999\n1\n", "line 7"},
+        {"missing ENDSEC", head + "0\nLINE\n8\n0\n0\nEOF\n", "unexpected EOF"},
+        {"stray group", "0\nSECTION\n2\nENTITIES\n8\nlayer\n", "line 5: expected an entity"},
+        {"header before name", "0\nSECTION\n2\nHEADER\n0\nLINE\n", "line 5"},
+        {"block without name", "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n8\n0\n0\nENDBLK\n0\nENDSEC\n0\nEOF\n", "BLOCK without a name"},
+    };
+    for (const BadInput& c : cases) {
+        DxfReadResult r = readDxf(c.text);
+        EXPECT_FALSE(r.database) << c.name;
+        ASSERT_TRUE(r.error.has_value()) << c.name;
+        EXPECT_NE(r.error->text().find(c.expected), std::string::npos) << c.name << ": " << r.error->text();
+    }
+}
+
+TEST(DxfFile, BadValuesAndHugeCountsAreReportedAndSurvived) {
+    const std::string dxf =
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nLINE\n5\n10\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\nnot-a-number\n20\n0\n11\n1\n21\n1\n"
+        "0\nLWPOLYLINE\n5\n11\n100\nAcDbEntity\n8\n0\n100\nAcDbPolyline\n90\n2147483647\n70\n0\n10\n1\n20\n2\n"
+        "0\nHATCH\n5\n12\n100\nAcDbEntity\n8\n0\n100\nAcDbHatch\n10\n0\n20\n0\n30\n0\n2\nSOLID\n70\n1\n91\n"
+        "2000000000\n92\n2\n72\n0\n73\n1\n93\n999999999\n10\n0\n20\n0\n0\nLINE\n5\n10\n8\n0\n"
+        "0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(dxf);
+    ASSERT_TRUE(r.database) << r.error->text();
+    ASSERT_FALSE(r.warnings.empty());
+    EXPECT_NE(r.warnings[0].find("line 15"), std::string::npos) << r.warnings[0];
+    auto* pl = objectCast<Polyline>(r.database->getObjectId(Handle(0x11)).peek());
+    ASSERT_TRUE(pl);
+    EXPECT_EQ(pl->numVerts(), 1u) << "a count is a claim, not a reason to allocate";
+    auto* hatch = objectCast<Hatch>(r.database->getObjectId(Handle(0x12)).peek());
+    ASSERT_TRUE(hatch);
+    EXPECT_EQ(hatch->numLoops(), 1u);
+    bool duplicateWarned = false;
+    for (const std::string& w : r.warnings) duplicateWarned = duplicateWarned || w.find("used twice") != std::string::npos;
+    EXPECT_TRUE(duplicateWarned);
+    EXPECT_EQ(openObject<BlockTableRecord>(r.database->modelSpaceId(), OpenMode::ForRead)->entityCount(), 4u);
+}
+
+TEST(DxfFile, BlockCyclesLoadAndMeasureWithoutHanging) {
+    // Block A holds two references to B, B two to A: a cycle that also branches.
+    const std::string dxf =
+        "0\nSECTION\n2\nBLOCKS\n"
+        "0\nBLOCK\n8\n0\n2\nA\n70\n0\n10\n0\n20\n0\n30\n0\n"
+        "0\nINSERT\n8\n0\n2\nB\n10\n1\n20\n0\n30\n0\n0\nINSERT\n8\n0\n2\nB\n10\n2\n20\n0\n30\n0\n0\nENDBLK\n8\n0\n"
+        "0\nBLOCK\n8\n0\n2\nB\n70\n0\n10\n0\n20\n0\n30\n0\n"
+        "0\nLINE\n8\n0\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
+        "0\nINSERT\n8\n0\n2\nA\n10\n0\n20\n5\n30\n0\n0\nINSERT\n8\n0\n2\nA\n10\n0\n20\n6\n30\n0\n0\nENDBLK\n8\n0\n"
+        "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n0\nINSERT\n8\n0\n2\nA\n10\n0\n20\n0\n30\n0\n0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(dxf);
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* insert = entityAt<BlockReference>(*r.database, r.database->modelSpaceId(), 0);
+    ASSERT_TRUE(insert);
+    Extents3d box;
+    EXPECT_EQ(insert->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.contains(Point3d(2, 1))) << "the line of B inserted at (1,0) and (2,0)";
+    EXPECT_EQ(writeDxf(*r.database).empty(), false);
+}
+
+TEST(DxfFile, OlderFilesAndCodePagesDecodeToUtf8) {
+    const std::string r12 =
+        "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1009\n9\n$DWGCODEPAGE\n3\nANSI_1252\n0\nENDSEC\n"
+        "0\nSECTION\n2\nTABLES\n0\nTABLE\n2\nLAYER\n70\n1\n0\nLAYER\n2\nW\xe4nde\n70\n0\n62\n-3\n6\nCONTINUOUS\n"
+        "0\nENDTAB\n0\nENDSEC\n"
+        "0\nSECTION\n2\nENTITIES\n0\nTEXT\n8\nW\xe4nde\n10\n1\n20\n2\n30\n0\n40\n2.5\n1\n\xd8 20 \\U+2205\n"
+        "0\nLINE\n8\n0\n67\n1\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(r12);
+    ASSERT_TRUE(r.database) << r.error->text();
+    EXPECT_EQ(r.database->measurement(), MeasurementSystem::Imperial);
+    const ObjectId layerId = r.database->layerTable()->getAt("Wände");
+    ASSERT_FALSE(layerId.isNull());
+    auto* layer = objectCast<LayerTableRecord>(layerId.peek());
+    EXPECT_TRUE(layer->isOff());
+    EXPECT_EQ(layer->color(), Color::fromIndex(3));
+    auto* text = entityAt<Text>(*r.database, r.database->modelSpaceId(), 0);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->textString(), "Ø 20 ∅");
+    EXPECT_EQ(text->layerId(), layerId);
+    EXPECT_EQ(openObject<BlockTableRecord>(r.database->paperSpaceId(), OpenMode::ForRead)->entityCount(), 1u);
+    // Saved as R2018 in UTF-8, it reads back the same.
+    DxfReadResult again = readDxf(writeDxf(*r.database));
+    ASSERT_TRUE(again.database);
+    EXPECT_FALSE(again.database->layerTable()->getAt("Wände").isNull());
+}
+
+TEST(DxfFile, ProgressIsReportedUpToTheWholeFile) {
+    auto db = std::make_unique<Database>();
+    for (int i = 0; i < 30000; ++i)
+        db->appendEntity(db->modelSpaceId(), std::make_unique<Line>(Point3d(i, 0), Point3d(i, 1)));
+    const std::string text = writeDxf(*db);
+    std::vector<std::size_t> seen;
+    DxfReadResult r = readDxf(text, [&](std::size_t done, std::size_t total) {
+        EXPECT_EQ(total, text.size());
+        seen.push_back(done);
+    });
+    ASSERT_TRUE(r.database);
+    ASSERT_GE(seen.size(), 2u);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_EQ(seen.back(), text.size());
+}
+
+TEST(DxfFile, SavingIsAtomic) {
+    const fs::path dir = fs::temp_directory_path() / ("vela_save_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    const fs::path target = dir / "drawing.dxf";
+    {
+        std::ofstream(target) << "old contents";
+    }
+    auto db = makeSample();
+    SaveResult bad = saveDxfFile(*db, dir / "missing-folder" / "x.dxf");
+    EXPECT_FALSE(bad.ok);
+    EXPECT_FALSE(bad.error.empty());
+    SaveResult ok = saveDxfFile(*db, target);
+    ASSERT_TRUE(ok.ok) << ok.error;
+    DxfReadResult r = readDxfFile(target);
+    EXPECT_TRUE(r.database);
+    std::size_t files = 0;
+    for (const auto& entry : fs::directory_iterator(dir)) files += entry.is_regular_file() ? 1 : 0;
+    EXPECT_EQ(files, 1u) << "no temporary file is left behind";
+    fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace vela::db
