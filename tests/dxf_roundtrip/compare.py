@@ -357,8 +357,9 @@ def compare_entities(diff: Differences, doc_a, doc_b, core_only: bool) -> int:
             compare_entity(diff, e, other, core_only)
         # Draw order without a SORTENTSTABLE is the order in the file.
         order_a = [e.dxf.handle for e in items]
-        order_b = [e.dxf.handle for e in cb.get(key, []) if e.dxf.handle in set(order_a)]
-        if sorted(order_a) == sorted(order_b) and order_a != order_b:
+        known = set(order_a)
+        order_b = [e.dxf.handle for e in cb.get(key, []) if e.dxf.handle in known]
+        if len(order_a) == len(order_b) and order_a != order_b:
             diff.add(key, "entity order changed")
     handles_a = {e.dxf.handle for items in ca.values() for e in items}
     for key, items in cb.items():

@@ -32,7 +32,8 @@ class DxfWriteIo {
 public:
     static constexpr bool kReading = false;
 
-    DxfWriteIo(DxfOutput& out, const ObjectExtras* extras) : out_(out), extras_(extras) { flushKept(""); }
+    // Kept groups of the part before any marker go out when the first section starts (or at the end).
+    DxfWriteIo(DxfOutput& out, const ObjectExtras* extras) : out_(out), extras_(extras) {}
 
     DxfOutput& output() { return out_; }
     void subclass(const char* name, int /*occurrence*/ = 0) {

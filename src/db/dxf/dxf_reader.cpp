@@ -170,6 +170,7 @@ private:
     std::optional<DxfError> error_;
     std::vector<std::string> warnings_;
     std::vector<std::function<void()>> steps_;
+    std::vector<std::function<void()>> pending_;  // the steps of the object being read
     std::set<std::string> tablesSeen_;
 };
 
@@ -234,6 +235,10 @@ std::string_view Loader::text(const Tag& tag, std::string& scratch) {
 }
 
 bool Loader::readRecord(Record& record) {
+    // A record's type names its class; one that could not be written back as read is no type at all.
+    bool printable = !record.type.empty() && record.type.size() <= 64;
+    for (unsigned char c : record.type) printable = printable && c > 0x20 && c < 0x7F;
+    if (!printable) return fail(record.line, "expected a record type, found '" + record.type.substr(0, 40) + "'");
     record.input = std::make_unique<DxfInput>(db_.get());
     DxfInput& in = *record.input;
     Tag tag;
@@ -313,7 +318,9 @@ bool Loader::readRecord(Record& record) {
 
 void Loader::decode(DbObject& object, Record& record) {
     DxfInput& in = *record.input;
-    in.setLoaderSteps(&steps_);
+    // Steps that resolve references later point into the object: they are kept only once it is in the drawing.
+    pending_.clear();
+    in.setLoaderSteps(&pending_);
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
@@ -327,7 +334,12 @@ void Loader::decode(DbObject& object, Record& record) {
 }
 
 void Loader::afterAdding(DbObject& object, Record& record, ErrorStatus status) {
-    if (status != ErrorStatus::Ok) return;
+    if (status != ErrorStatus::Ok) {
+        pending_.clear();
+        return;
+    }
+    for (auto& step : pending_) steps_.push_back(std::move(step));
+    pending_.clear();
     Database* db = db_.get();
     DbObject* target = &object;
     if (!record.reactors.empty() || !record.extensionDictionary.isNull()) {
@@ -436,6 +448,7 @@ bool Loader::readTables() {
 bool Loader::readTable() {
     Record head;
     head.type = "TABLE";
+    head.line = lastLine_;
     if (!readRecord(head)) return false;
     std::string name;
     head.input->readString(2, name);
@@ -454,10 +467,10 @@ bool Loader::readTable() {
     decode(t, head);
     checkHandle(head);
     ObjectId tableId;
-    if (db_->addObject(std::move(table), ObjectId(), &tableId, head.handle) != ErrorStatus::Ok) {
-        warn(head.line, "table handle " + head.handle.toText() + " is used twice");
-        return fail(head.line, "duplicate handle " + head.handle.toText() + " for table " + name);
-    }
+    const ErrorStatus added = db_->addObject(std::move(table), ObjectId(), &tableId, head.handle);
+    if (added != ErrorStatus::Ok) return fail(head.line, "table " + name + " cannot be added: " + errorText(added));
+    head.hasOwner = false;  // tables belong to the drawing itself
+    afterAdding(*tableId.peek(), head, added);
     const ObjectId none;
     ObjectId ids[9];
     ids[0] = db_->layerTableId(), ids[1] = db_->linetypeTableId(), ids[2] = db_->textStyleTableId();
@@ -486,9 +499,11 @@ bool Loader::readTable() {
         }
         checkHandle(record);
         ObjectId id;
-        ErrorStatus es = db_->addRecord(tableId, std::move(rec), &id, record.handle, true);
-        if (es == ErrorStatus::DuplicateRecordName) {
-            warn(record.line, record.type + " '" + r.name() + "' is defined twice (or its handle is taken); the copy is dropped");
+        const std::string name = r.name();
+        const ErrorStatus es = db_->addRecord(tableId, std::move(rec), &id, record.handle, true);
+        if (es != ErrorStatus::Ok) {
+            warn(record.line, record.type + " '" + name + "' is dropped: " +
+                                  (es == ErrorStatus::DuplicateRecordName ? "the name is defined twice" : errorText(es)));
             continue;
         }
         afterAdding(*id.peek(), record, es);
@@ -632,12 +647,11 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             checkHandle(sub);
             ObjectId subId;
             const ErrorStatus es = db_->addObject(std::move(raw), id, &subId, sub.handle);
-            if (es == ErrorStatus::Ok) {
+            afterAdding(r, sub, es);
+            if (es == ErrorStatus::Ok)
                 followers.push_back(subId);
-                afterAdding(*subId.peek(), sub, es);
-            } else {
-                warn(sub.line, "handle " + sub.handle.toText() + " is used twice; " + sub.type + " dropped");
-            }
+            else
+                warn(sub.line, sub.type + " dropped: " + errorText(es));
             if (seqend) break;
         }
         auto ref = openObject<Entity>(id, OpenMode::ForWrite, {.openOnLockedLayer = true});
@@ -666,7 +680,8 @@ bool Loader::readObjects() {
         ObjectId id;
         ErrorStatus es = db_->addObject(std::move(object), ObjectId(), &id, record.handle);
         if (es != ErrorStatus::Ok) {
-            warn(record.line, "handle " + record.handle.toText() + " is used twice; the " + record.type + " is dropped");
+            warn(record.line, "the " + record.type + " is dropped: " + errorText(es));
+            afterAdding(o, record, es);
             continue;
         }
         afterAdding(o, record, es);
@@ -754,6 +769,12 @@ DxfReadResult Loader::run() {
             break;
         }
         const std::string name(tag.value);
+        bool printable = !name.empty() && name.size() <= 64;
+        for (unsigned char c : name) printable = printable && c > 0x20 && c < 0x7F;
+        if (!printable) {
+            fail(tag.line, "expected a section name, found '" + tag.displayValue() + "'");
+            break;
+        }
         if (name == "HEADER") {
             readHeader();
         } else if (name == "TABLES") {

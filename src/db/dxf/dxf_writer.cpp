@@ -196,7 +196,9 @@ private:
             {db_.textStyleTableId(), "STYLE"}, {db_.viewTableId(), "VIEW"}, {db_.ucsTableId(), "UCS"},
             {db_.regAppTableId(), "APPID"}, {db_.dimStyleTableId(), "DIMSTYLE"}, {db_.blockTableId(), "BLOCK_RECORD"},
         };
-        for (const auto& [id, name] : tables) {
+        for (const auto& entry : tables) {
+            const ObjectId id = entry.first;
+            const char* name = entry.second;
             auto* table = objectCast<SymbolTable>(id.peek());
             if (!table) continue;
             tags_.writeString(0, "TABLE");
