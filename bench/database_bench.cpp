@@ -109,3 +109,4 @@ void BM_EraseLines(benchmark::State& state) {
 BENCHMARK(BM_EraseLines)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 }  // namespace
+BENCHMARK_MAIN();

@@ -116,3 +116,4 @@ void BM_WriteAscii(benchmark::State& state) {
 BENCHMARK(BM_WriteAscii)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+BENCHMARK_MAIN();

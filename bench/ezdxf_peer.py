@@ -10,9 +10,9 @@ Usage:
         prints {"load_s", "layer_query_s", "layer_hits", "color_query_s", "color_hits", "entities", ...}
 
 Times are wall-clock seconds (time.perf_counter). peak_rss_mb is the process's peak resident set size from
-getrusage, which includes the interpreter and ezdxf themselves; baseline_rss_mb is that peak just before the load,
-so peak - baseline is what reading the file cost. Query times are the best of a few runs, since one query over a
-loaded drawing takes milliseconds and a single sample is mostly noise.
+getrusage, which includes the interpreter and ezdxf themselves; baseline_rss_mb is that peak just before the
+load, so peak - baseline is what reading the file cost. Query times are the best of 5 runs over the loaded
+drawing, to keep one-off noise out of the ratio.
 """
 from __future__ import annotations
 
@@ -72,7 +72,7 @@ def run_load_save(path: str) -> dict:
 
 def run_query(path: str, layer: str, color: int) -> dict:
     if '"' in layer:
-        raise ValueError('a layer name with a double quote cannot be written in an ezdxf query')
+        raise ValueError("a layer name with a double quote cannot be written in an ezdxf query")
     doc, load_s = load(path)
     msp = doc.modelspace()
     layer_s, layer_hits = best_of(lambda: msp.query(f'*[layer=="{layer}"]'))

@@ -5,7 +5,8 @@ Usage: /usr/bin/python3 make_big_dxf.py OUTPUT.dxf [TARGET_MB]      (TARGET_MB d
 
 The drawing looks like a big site plan: about 200 layers with their own colors, linetypes and lineweights, and
 mostly LINE, LWPOLYLINE, CIRCLE and TEXT spread over a 2 km square, with some color/linetype overrides the way
-real drawings have them. Coordinates are full-precision doubles, so number parsing and formatting get real work.
+real drawings have them. Coordinates are full-precision doubles, so number parsing and formatting get real
+work.
 
 Entities are made through ezdxf's API (fast enough: about 20 s for 55 MB here), so the file is valid by
 construction; it is audited before it is written all the same. The output is the same for the same target size
@@ -25,8 +26,24 @@ import ezdxf
 ezdxf.options.write_fixed_meta_data_for_testing = True
 
 LAYER_COUNT = 200
-DISCIPLINES = ["A-WALL", "A-DOOR", "A-GLAZ", "A-FURN", "S-GRID", "S-COLS", "E-LITE", "E-POWR", "P-PIPE", "M-DUCT",
-               "C-ROAD", "C-TOPO", "L-PLNT", "G-ANNO", "G-DIMS", "X-REF0"]
+DISCIPLINES = [
+    "A-WALL",
+    "A-DOOR",
+    "A-GLAZ",
+    "A-FURN",
+    "S-GRID",
+    "S-COLS",
+    "E-LITE",
+    "E-POWR",
+    "P-PIPE",
+    "M-DUCT",
+    "C-ROAD",
+    "C-TOPO",
+    "L-PLNT",
+    "G-ANNO",
+    "G-DIMS",
+    "X-REF0",
+]
 LINETYPES = ["Continuous", "Continuous", "Continuous", "DASHED", "CENTER", "DASHDOT", "DOT", "PHANTOM"]
 LINEWEIGHTS = [-3, 13, 18, 25, 35, 50, 70]
 EXTENT = 2_000_000.0  # mm
@@ -51,8 +68,13 @@ def make_layers(doc) -> list[str]:
 
 
 def add_entities(msp, layers: list[str], count: int, rnd: random.Random) -> None:
-    """count entities: about 40 % LINE, 30 % LWPOLYLINE, 15 % CIRCLE, 15 % TEXT, clustered like real content."""
-    add_line, add_lwpolyline, add_circle, add_text = msp.add_line, msp.add_lwpolyline, msp.add_circle, msp.add_text
+    """count entities: about 40 % LINE, 30 % LWPOLYLINE, 15 % CIRCLE, 15 % TEXT, in clusters."""
+    add_line, add_lwpolyline, add_circle, add_text = (
+        msp.add_line,
+        msp.add_lwpolyline,
+        msp.add_circle,
+        msp.add_text,
+    )
     uniform, choice, random_ = rnd.uniform, rnd.choice, rnd.random
     cx = cy = 0.0
     for i in range(count):
@@ -82,8 +104,11 @@ def add_entities(msp, layers: list[str], count: int, rnd: random.Random) -> None
         else:
             attribs["insert"] = (x, y)
             attribs["rotation"] = choice((0.0, 0.0, 90.0, uniform(0, 360)))
-            add_text(f"{layer} #{i} {choice(('ROOM', 'PIPE DN150', 'LUM-4', 'EL. +12.350', 'TREE', 'KERB'))}",
-                     height=choice((180.0, 250.0, 350.0, 500.0)), dxfattribs=attribs)
+            add_text(
+                f"{layer} #{i} {choice(('ROOM', 'PIPE DN150', 'LUM-4', 'EL. +12.350', 'TREE', 'KERB'))}",
+                height=choice((180.0, 250.0, 350.0, 500.0)),
+                dxfattribs=attribs,
+            )
 
 
 def new_doc() -> tuple:
@@ -141,13 +166,15 @@ def main(argv: list[str]) -> int:
         doc.classes.add_class(dxftype)
     doc.saveas(out)
     while os.path.getsize(out) < target:  # the estimate was short: top up and write again
-        add_entities(msp, layers, max(1000, int((target - os.path.getsize(out)) / per_entity * 1.05)), rnd)
+        add_entities(msp, layers, max(100, int((target - os.path.getsize(out)) / per_entity * 1.05)), rnd)
         doc.saveas(out)
     t3 = time.perf_counter()
 
     size = os.path.getsize(out)
-    print(f"{out}: {size / 1e6:.1f} MB, {len(msp)} entities on {len(layers)} layers; "
-          f"build {t1 - t0:.1f} s, audit {t2 - t1:.1f} s, save {t3 - t2:.1f} s")
+    print(
+        f"{out}: {size / 1e6:.1f} MB, {len(msp)} entities on {len(layers)} layers; "
+        f"build {t1 - t0:.1f} s, audit {t2 - t1:.1f} s, save {t3 - t2:.1f} s"
+    )
     return 0
 
 

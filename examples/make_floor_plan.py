@@ -3,10 +3,10 @@
 
 Usage: /usr/bin/python3 make_floor_plan.py [OUTPUT.dxf]     (default: floor_plan.dxf beside this script)
 
-Walls are closed LWPOLYLINEs cut at the openings, doors and windows are block references placed in the openings,
-furniture comes from a few blocks, rooms are labelled with MTEXT (name and floor area), the wall cross-sections
-are hatched, the bathroom floor is tiled, and the main sizes are dimensioned. Built with ezdxf; the output is the
-same byte for byte on every run, so the checked-in file only changes when this script does.
+Walls are closed LWPOLYLINEs cut at the openings, doors and windows are block references placed in the
+openings, furniture comes from a few blocks, rooms are labelled with MTEXT (name and floor area), the wall
+cross-sections are hatched, the bathroom floor is tiled, and the main sizes are dimensioned. Built with ezdxf;
+the output is the same byte for byte on every run, so the checked-in file only changes when this script does.
 """
 from __future__ import annotations
 
@@ -70,9 +70,9 @@ def setup_document():
     return doc
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Blocks
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def define_blocks(doc) -> None:
@@ -82,7 +82,9 @@ def define_blocks(doc) -> None:
     door.add_lwpolyline([(0, 0), (40, 0), (40, 1000), (0, 1000)], close=True)
     door.add_arc((0, 0), 1000, 0, 90, dxfattribs={"linetype": "DASHED", "ltscale": 0.5})
     door.add_line((1000, 0), (1000, 60))  # strike-side stop
-    door.add_attdef("DOOR_NO", (120, 80), text="D?", dxfattribs={"height": 120, "layer": "Text"}).is_invisible = True
+    door.add_attdef(
+        "DOOR_NO", (120, 80), text="D?", dxfattribs={"height": 120, "layer": "Text"}
+    ).is_invisible = True
 
     # Window of 1000 mm in a wall of 250 mm: frame, sill line and double glazing; x-scale sets the width.
     window = doc.blocks.new("WINDOW")
@@ -93,7 +95,9 @@ def define_blocks(doc) -> None:
 
     bed = doc.blocks.new("BED_1600")
     bed.add_lwpolyline([(0, 0), (1600, 0), (1600, 2000), (0, 2000)], close=True)
-    bed.add_lwpolyline([(60, 1580), (760, 1580), (760, 1940), (60, 1940)], close=True, dxfattribs={"const_width": 0})
+    bed.add_lwpolyline(
+        [(60, 1580), (760, 1580), (760, 1940), (60, 1940)], close=True, dxfattribs={"const_width": 0}
+    )
     bed.add_lwpolyline([(840, 1580), (1540, 1580), (1540, 1940), (840, 1940)], close=True)
     bed.add_line((0, 1450), (1600, 1450))
     bed.add_lwpolyline([(0, 1450), (400, 1100, -0.3), (1600, 1000)], dxfattribs={"linetype": "DASHED2"})
@@ -136,13 +140,13 @@ def define_blocks(doc) -> None:
     shower.add_circle((450, 450), 45)
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Walls, openings
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def wall_segments(x0, y0, x1, y1, openings):
-    """Rectangles of a straight wall (x0,y0)-(x1,y1) with the openings (start, end along its length) left out."""
+    """Rectangles of a straight wall (x0,y0)-(x1,y1) without its openings (start, end along the wall)."""
     horizontal = (x1 - x0) >= (y1 - y0)
     lo, hi = (x0, x1) if horizontal else (y0, y1)
     cuts = [lo]
@@ -197,7 +201,9 @@ def draw(doc) -> None:
     def door(name, hinge, width, rotation, mirrored=False):
         s = width / 1000
         ref = msp.add_blockref(
-            "DOOR", hinge, dxfattribs={"layer": "Doors", "xscale": -s if mirrored else s, "yscale": s, "rotation": rotation}
+            "DOOR",
+            hinge,
+            dxfattribs={"layer": "Doors", "xscale": -s if mirrored else s, "yscale": s, "rotation": rotation},
         )
         ref.add_auto_attribs({"DOOR_NO": name})
 
@@ -211,11 +217,17 @@ def draw(doc) -> None:
     for a, b in south_windows:
         msp.add_blockref("WINDOW", (a, 0), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000})
     for a, b in north_windows:
-        msp.add_blockref("WINDOW", (b, H), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 180})
+        msp.add_blockref(
+            "WINDOW", (b, H), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 180}
+        )
     for a, b in west_windows:
-        msp.add_blockref("WINDOW", (0, b), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 270})
+        msp.add_blockref(
+            "WINDOW", (0, b), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 270}
+        )
     for a, b in east_windows:
-        msp.add_blockref("WINDOW", (W, a), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 90})
+        msp.add_blockref(
+            "WINDOW", (W, a), dxfattribs={"layer": "Windows", "xscale": (b - a) / 1000, "rotation": 90}
+        )
 
     # Furniture.
     furniture = [
@@ -256,7 +268,9 @@ def draw(doc) -> None:
     msp.add_text("N", height=300, dxfattribs={"layer": "Text"}).set_placement(
         (W + 1300, H), align=TextEntityAlignment.BOTTOM_CENTER
     )
-    msp.add_lwpolyline([(W + 1200, H - 600), (W + 1300, H - 100), (W + 1400, H - 600)], dxfattribs={"layer": "Text"})
+    msp.add_lwpolyline(
+        [(W + 1200, H - 600), (W + 1300, H - 100), (W + 1400, H - 600)], dxfattribs={"layer": "Text"}
+    )
 
     # Wall axes, construction only.
     for x in (EXT / 2, XI + INT / 2, W - EXT / 2):
@@ -277,13 +291,20 @@ def draw(doc) -> None:
     dim((W + 500, 0), (W, 0), (W, YI + INT / 2), angle=90)
     dim((W + 500, 0), (W, YI + INT / 2), (W, H), angle=90)
     msp.add_aligned_dim(
-        p1=(south_door[0], EXT), p2=(south_door[1], EXT), distance=-600, dimstyle="PLAN_50",
+        p1=(south_door[0], EXT),
+        p2=(south_door[1], EXT),
+        distance=-600,
+        dimstyle="PLAN_50",
         dxfattribs={"layer": "Dimensions"},
     ).render()
 
 
 def main(argv: list[str]) -> int:
-    out = argv[1] if len(argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "floor_plan.dxf")
+    out = (
+        argv[1]
+        if len(argv) > 1
+        else os.path.join(os.path.dirname(os.path.abspath(__file__)), "floor_plan.dxf")
+    )
     doc = setup_document()
     define_blocks(doc)
     draw(doc)

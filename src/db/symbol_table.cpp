@@ -84,6 +84,16 @@ ErrorStatus SymbolTableRecord::setName(std::string_view name) {
     return ErrorStatus::Ok;
 }
 
+std::size_t NameHash::operator()(std::string_view name) const noexcept {
+    // FNV-1a over the folded bytes.
+    std::uint64_t h = 1469598103934665603ull;
+    for (char c : name) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+    }
+    return static_cast<std::size_t>(h);
+}
+
 void SymbolTable::appendRecord(SymbolTableRecord* record) {
     records_.push_back(record);
     invalidateIndex();
@@ -92,13 +102,13 @@ void SymbolTable::appendRecord(SymbolTableRecord* record) {
 void SymbolTable::rebuildIndex() const {
     index_.clear();
     for (DbObject* r : records_)
-        if (!r->isErased()) index_.emplace(foldName(static_cast<SymbolTableRecord*>(r)->name()), r);
+        if (!r->isErased()) index_.emplace(static_cast<SymbolTableRecord*>(r)->name(), r);
     indexValid_ = true;
 }
 
 ObjectId SymbolTable::getAt(std::string_view name) const {
     if (!indexValid_) rebuildIndex();
-    auto it = index_.find(foldName(name));
+    auto it = index_.find(name);
     if (it == index_.end() || it->second->isErased()) return ObjectId();
     return it->second->objectId();
 }

@@ -41,6 +41,17 @@ protected:
     std::int16_t flags_ = 0;
 };
 
+/// Hash and equality of record names without regard to ASCII case, usable with string views so that lookups
+/// need no folded copy of the name.
+struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const noexcept;
+};
+struct NameEqual {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const noexcept { return namesEqual(a, b); }
+};
+
 /// A table of records with unique names. Records are kept in the order they were added; erased records stay in
 /// the list (for undo) but are invisible to lookups and iteration.
 class SymbolTable : public DbObject {
@@ -69,7 +80,7 @@ private:
     void rebuildIndex() const;
 
     std::vector<DbObject*> records_;
-    mutable std::unordered_map<std::string, DbObject*> index_;
+    mutable std::unordered_map<std::string, DbObject*, NameHash, NameEqual> index_;
     mutable bool indexValid_ = false;
 };
 

@@ -4,18 +4,23 @@
 Usage:
     /usr/bin/python3 compare.py ORIGINAL.dxf ROUNDTRIPPED.dxf [--tol 1e-9] [--max-report 60] [--core-only]
     /usr/bin/python3 compare.py --audit-only FILE.dxf
+    /usr/bin/python3 compare.py --self-test
 
 Both files are loaded with ezdxf. Every entity of the original (model space, every paper space layout, every
-block definition, plus ATTRIBs and VERTEXes owned by those) must exist in the round-tripped file under the same
-handle, in the same layout or block, in the same order, with the same type, common properties and geometry.
-Tables (layers, linetypes, text styles, dimension styles, application ids), block definitions, layouts, groups,
-XDATA and extension dictionaries are compared as well, then the round-tripped file must pass ezdxf's audit.
+block definition, plus ATTRIBs and VERTEXes owned by those) must exist in the round-tripped file under the
+same handle, in the same layout or block, in the same order, with the same type, common properties and
+geometry. Tables (layers, linetypes, text styles, dimension styles, application ids), block definitions,
+layouts, groups, XDATA and extension dictionaries are compared as well, then the round-tripped file must pass
+ezdxf's audit.
 
 By default all DXF attributes ezdxf knows for an entity are compared (absent attributes count as their DXF
 default value), so content we do not model must also survive. --core-only restricts entities to the common
 properties and the key geometry of each type.
 
-Exit status: 0 all equal and audit clean, 1 differences or audit errors, 2 usage or unreadable file.
+--self-test damages freshly generated drawings on purpose and checks that every kind of damage is reported.
+
+Exit status: 0 all equal and audit clean; 1 differences, audit errors, or a file ezdxf cannot read; 2 usage
+error or missing file.
 """
 from __future__ import annotations
 
@@ -56,10 +61,27 @@ CORE_ATTRIBS = {
     "MTEXT": ("insert", "char_height", "width", "attachment_point", "rotation", "text_direction", "style"),
     "SPLINE": ("degree", "flags", "start_tangent", "end_tangent"),
     "INSERT": (
-        "name", "insert", "xscale", "yscale", "zscale", "rotation", "extrusion",
-        "row_count", "column_count", "row_spacing", "column_spacing",
+        "name",
+        "insert",
+        "xscale",
+        "yscale",
+        "zscale",
+        "rotation",
+        "extrusion",
+        "row_count",
+        "column_count",
+        "row_spacing",
+        "column_spacing",
     ),
-    "HATCH": ("pattern_name", "solid_fill", "hatch_style", "pattern_angle", "pattern_scale", "elevation", "extrusion"),
+    "HATCH": (
+        "pattern_name",
+        "solid_fill",
+        "hatch_style",
+        "pattern_angle",
+        "pattern_scale",
+        "elevation",
+        "extrusion",
+    ),
     "DIMENSION": ("geometry", "dimtype", "defpoint", "defpoint2", "defpoint3", "text_midpoint", "dimstyle"),
     "VERTEX": ("location", "bulge", "start_width", "end_width", "flags"),
     "POLYLINE": ("flags", "elevation", "extrusion"),
@@ -67,8 +89,23 @@ CORE_ATTRIBS = {
 
 # Header variables that change how a drawing is read or shown; compared when the original has them.
 HEADER_VARS = (
-    "$ACADVER", "$DWGCODEPAGE", "$INSUNITS", "$MEASUREMENT", "$LUNITS", "$LUPREC", "$AUNITS", "$AUPREC",
-    "$LTSCALE", "$PSLTSCALE", "$CLAYER", "$CELTYPE", "$CECOLOR", "$TEXTSTYLE", "$DIMSTYLE", "$PDMODE", "$PDSIZE",
+    "$ACADVER",
+    "$DWGCODEPAGE",
+    "$INSUNITS",
+    "$MEASUREMENT",
+    "$LUNITS",
+    "$LUPREC",
+    "$AUNITS",
+    "$AUPREC",
+    "$LTSCALE",
+    "$PSLTSCALE",
+    "$CLAYER",
+    "$CELTYPE",
+    "$CECOLOR",
+    "$TEXTSTYLE",
+    "$DIMSTYLE",
+    "$PDMODE",
+    "$PDSIZE",
 )
 
 
@@ -111,7 +148,6 @@ class Differences:
             return self.equal(_public_fields(a), _public_fields(b))
         return a == b
 
-
     def locate(self, a: Any, b: Any, path: str = "") -> str:
         """Where two unequal values first differ, as 'path: old became new', to point at the lost detail."""
         if _is_sequence(a) and _is_sequence(b) and not isinstance(a, (Vec2, Vec3)):
@@ -128,8 +164,12 @@ class Differences:
                 if not self.equal(a[k], b[k]):
                     return self.locate(a[k], b[k], f"{path}.{k}")
             return f"{path}: gained {sorted(set(b) - set(a))}"
-        elif (hasattr(a, "__dict__") and type(a) is type(b) and not isinstance(a, DXFEntity)
-              and not isinstance(a, (DXFTag, enum.Enum))):
+        elif (
+            hasattr(a, "__dict__")
+            and type(a) is type(b)
+            and not isinstance(a, DXFEntity)
+            and not isinstance(a, (DXFTag, enum.Enum))
+        ):
             return self.locate(_public_fields(a), _public_fields(b), path)
         elif isinstance(a, str) and isinstance(b, str) and max(len(a), len(b)) > 60:
             i = next((i for i, (x, y) in enumerate(zip(a, b)) if x != y), min(len(a), len(b)))
@@ -139,8 +179,9 @@ class Differences:
 
 
 def _is_sequence(v: Any) -> bool:
-    return isinstance(v, (list, tuple)) or (hasattr(v, "__iter__") and hasattr(v, "__len__") and
-                                            not isinstance(v, (str, bytes, dict)))
+    return isinstance(v, (list, tuple)) or (
+        hasattr(v, "__iter__") and hasattr(v, "__len__") and not isinstance(v, (str, bytes, dict))
+    )
 
 
 def _public_fields(obj: Any) -> dict:
@@ -158,9 +199,9 @@ def show(v: Any) -> str:
     return text if len(text) <= 200 else text[:200] + "..."
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Loading
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def load(path: str):
@@ -192,9 +233,9 @@ def audit(doc, path: str, stream=sys.stderr) -> tuple[bool, int]:
     return not auditor.has_errors, len(auditor.fixes)
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Entities
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def containers(doc) -> dict[str, list[DXFEntity]]:
@@ -226,7 +267,11 @@ def entity_fields(e: DXFEntity, core_only: bool) -> dict[str, Any]:
         names = [n for n in COMMON_ATTRIBS + CORE_ATTRIBS.get(e.dxftype(), ()) if dxf.is_supported(n)]
     else:
         names = [n for n in dxf.all_existing_dxf_attribs() if n not in SKIP_ATTRIBS]
-    return {n: dxf.get_default(n) for n in names}
+    fields = {n: dxf.get_default(n) for n in names}
+    if e.dxftype() in ("TEXT", "ATTRIB", "ATTDEF") and not fields.get("halign") and not fields.get("valign"):
+        # Left/baseline text is placed by its insert point alone; whether a second point is written is noise.
+        fields.pop("align_point", None)
+    return fields
 
 
 def structured_fields(e: DXFEntity) -> dict[str, Any]:
@@ -276,7 +321,7 @@ def compare_xdata(diff: Differences, where: str, a: DXFEntity, b: DXFEntity) -> 
 
 
 def compare_object_tree(diff: Differences, where: str, a: DXFEntity, b: DXFEntity, depth: int = 0) -> None:
-    """Extension dictionaries and what they own: DICTIONARY entries, XRECORD tags, other objects' attributes."""
+    """Extension dictionaries and what they own: DICTIONARY entries, XRECORD tags, other objects' fields."""
     if depth > 16:
         diff.add(where, "dictionary nesting deeper than 16, stopped")
         return
@@ -334,8 +379,12 @@ def compare_entity(diff: Differences, a: DXFEntity, b: DXFEntity, core_only: boo
         if not b.has_extension_dict:
             diff.add(where, "extension dictionary lost")
         else:
-            compare_object_tree(diff, f"{where} extension dictionary", a.get_extension_dict().dictionary,
-                                b.get_extension_dict().dictionary)
+            compare_object_tree(
+                diff,
+                f"{where} extension dictionary",
+                a.get_extension_dict().dictionary,
+                b.get_extension_dict().dictionary,
+            )
     elif b.has_extension_dict:
         diff.add(where, "extension dictionary appeared")
 
@@ -371,9 +420,9 @@ def compare_entities(diff: Differences, doc_a, doc_b, core_only: bool) -> int:
     return count
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Tables, blocks, layouts, groups, header
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def compare_names(diff: Differences, what: str, names_a: list[str], names_b: list[str]) -> list[str]:
@@ -502,7 +551,9 @@ def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differ
     compare_table(diff, "linetype", doc_a.linetypes, doc_b.linetypes, LINETYPE_CHECKS)
     compare_table(diff, "text style", doc_a.styles, doc_b.styles, STYLE_CHECKS)
     compare_dimstyles(diff, doc_a, doc_b)
-    compare_names(diff, "application ids", [r.dxf.name for r in doc_a.appids], [r.dxf.name for r in doc_b.appids])
+    compare_names(
+        diff, "application ids", [r.dxf.name for r in doc_a.appids], [r.dxf.name for r in doc_b.appids]
+    )
     compare_blocks(diff, doc_a, doc_b)
     if doc_a.dxfversion > "AC1009":  # R12 has no layouts or groups
         compare_layouts(diff, doc_a, doc_b)
@@ -511,14 +562,16 @@ def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differ
     return diff, count
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Command line
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
-def check_roundtrip(original: str, roundtripped: str, tol: float, core_only: bool, stream=sys.stderr,
-                    max_report: int = 60) -> tuple[bool, list[str], int, bool]:
-    """Compare, then audit the round-tripped file. Returns (ok, differences, entities compared, audit clean)."""
+def check_roundtrip(
+    original: str, roundtripped: str, tol: float, core_only: bool, stream=sys.stderr, max_report: int = 60
+) -> tuple[bool, list[str], int, bool]:
+    """Compare, then audit the round-tripped file.
+    Returns (ok, differences, number of entities compared, audit clean)."""
     doc_a, doc_b = load(original), load(roundtripped)
     diff, count = compare_documents(doc_a, doc_b, tol, core_only)
 
@@ -526,7 +579,10 @@ def check_roundtrip(original: str, roundtripped: str, tol: float, core_only: boo
     clean, fixes_b = audit(doc_b, roundtripped, stream)
     fixes_a = len(doc_a.audit().fixes)
     if fixes_b > fixes_a:
-        diff.add("audit", f"ezdxf had to fix {fixes_b} issue(s) in the round-tripped file, {fixes_a} in the original")
+        diff.add(
+            "audit",
+            f"ezdxf had to fix {fixes_b} issue(s) in the round-tripped file, {fixes_a} in the original",
+        )
 
     for item in diff.items[:max_report]:
         print(f"DIFF {item}", file=stream)
@@ -538,12 +594,20 @@ def check_roundtrip(original: str, roundtripped: str, tol: float, core_only: boo
 def main(argv: list[str]) -> int:
     parser = argparse.ArgumentParser(description="Compare a DXF round trip with ezdxf.")
     parser.add_argument("--audit-only", action="store_true", help="only load FILE and run ezdxf's audit")
-    parser.add_argument("--self-test", action="store_true",
-                        help="check that this comparison catches deliberate damage to generated drawings")
-    parser.add_argument("--tol", type=float, default=1e-9, help="absolute tolerance for numbers (default 1e-9)")
+    parser.add_argument(
+        "--self-test",
+        action="store_true",
+        help="check that this comparison catches deliberate damage to generated drawings",
+    )
+    parser.add_argument(
+        "--tol", type=float, default=1e-9, help="absolute tolerance for numbers (default 1e-9)"
+    )
     parser.add_argument("--max-report", type=int, default=60, help="differences to print (default 60)")
-    parser.add_argument("--core-only", action="store_true",
-                        help="entities: common properties and key geometry only, not every DXF attribute")
+    parser.add_argument(
+        "--core-only",
+        action="store_true",
+        help="entities: common properties and key geometry only, not every DXF attribute",
+    )
     parser.add_argument("files", nargs="*", metavar="FILE")
     try:
         args = parser.parse_args(argv[1:])
@@ -558,23 +622,28 @@ def main(argv: list[str]) -> int:
             return _usage_error("--audit-only takes exactly one FILE")
         doc = load(args.files[0])
         clean, fixes = audit(doc, args.files[0])
-        print(f"{args.files[0]}: {doc.acad_release} ({doc.dxfversion}), {len(doc.entitydb)} database objects, "
-              f"audit {'clean' if clean else 'FAILED'}" + (f", {fixes} fix(es)" if fixes else ""))
+        print(
+            f"{args.files[0]}: {doc.acad_release} ({doc.dxfversion}), {len(doc.entitydb)} database objects, "
+            f"audit {'clean' if clean else 'FAILED'}" + (f", {fixes} fix(es)" if fixes else "")
+        )
         return 0 if clean else 1
 
     if len(args.files) != 2:
         return _usage_error("expected ORIGINAL.dxf ROUNDTRIPPED.dxf")
     original, roundtripped = args.files
-    ok, items, count, clean = check_roundtrip(original, roundtripped, args.tol, args.core_only,
-                                              max_report=args.max_report)
-    print(f"{count} entities compared, {len(items)} difference(s), "
-          f"audit of {roundtripped}: {'clean' if clean else 'FAILED'} -> {'OK' if ok else 'FAIL'}")
+    ok, items, count, clean = check_roundtrip(
+        original, roundtripped, args.tol, args.core_only, max_report=args.max_report
+    )
+    print(
+        f"{count} entities compared, {len(items)} difference(s), "
+        f"audit of {roundtripped}: {'clean' if clean else 'FAILED'} -> {'OK' if ok else 'FAIL'}"
+    )
     return 0 if ok else 1
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # Self-test: damage generated drawings on purpose and make sure each kind of damage is reported
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 class RawDxf:
@@ -728,6 +797,11 @@ def self_test() -> int:
     def change_block_base(doc):
         doc.blocks.get("PLATE").block.dxf.base_point = (0, 0, 0)
 
+    leader = first(unk, "LEADER").dxf.handle
+
+    def rename_image_file(doc):
+        doc.entitydb[first(unk, "IMAGE").dxf.handle].image_def.dxf.filename = "images/other.png"
+
     cp = names["legacy_r2000_cp1252.dxf"]
     cp_text = first(cp, "TEXT").dxf.handle
     r12 = names["legacy_r12.dxf"]
@@ -735,35 +809,110 @@ def self_test() -> int:
 
     # (description, damaged file, text the report must contain, original)
     cases = [
-        ("layer of one LINE changed by hand", raw("entities.dxf", lambda d: d.set_tag(line, 8, "Curves")),
-         "layer 'Geometry' became 'Curves'", ent),
+        (
+            "layer of one LINE changed by hand",
+            raw("entities.dxf", lambda d: d.set_tag(line, 8, "Curves")),
+            "layer 'Geometry' became 'Curves'",
+            ent,
+        ),
         ("one CIRCLE dropped by hand", raw("entities.dxf", lambda d: d.drop(circle)), "missing", ent),
-        ("two entities swapped by hand", raw("entities.dxf", lambda d: d.swap(line, circle)), "order changed", ent),
-        ("invalid layer name, an audit error", raw("entities.dxf", lambda d: d.set_tag(line, 8, "Bad<Name")),
-         "layer 'Geometry' became 'Bad<Name'", ent),
-        ("code page text changed by hand", raw("legacy_r2000_cp1252.dxf",
-                                               lambda d: d.set_tag(cp_text, 1, "Gr\xf6sse \xb15 \xb0C \xd820".encode(
-                                                   "latin-1"))), "text 'Größe", cp),
-        ("R12 circle radius changed by hand", raw("legacy_r12.dxf", lambda d: d.set_tag(r12_circle, 40, "10.00001")),
-         "radius", r12),
+        (
+            "two entities swapped by hand",
+            raw("entities.dxf", lambda d: d.swap(line, circle)),
+            "order changed",
+            ent,
+        ),
+        (
+            "invalid layer name, an audit error",
+            raw("entities.dxf", lambda d: d.set_tag(line, 8, "Bad<Name")),
+            "layer 'Geometry' became 'Bad<Name'",
+            ent,
+        ),
+        (
+            "code page text changed by hand",
+            raw(
+                "legacy_r2000_cp1252.dxf",
+                lambda d: d.set_tag(cp_text, 1, "Gr\xf6sse \xb15 \xb0C \xd820".encode("latin-1")),
+            ),
+            "text 'Größe",
+            cp,
+        ),
+        (
+            "R12 circle radius changed by hand",
+            raw("legacy_r12.dxf", lambda d: d.set_tag(r12_circle, 40, "10.00001")),
+            "radius",
+            r12,
+        ),
         ("CIRCLE radius off by 1e-7", with_ezdxf("entities.dxf", bump_radius), "radius", ent),
         ("MTEXT text changed", with_ezdxf("entities.dxf", set_mtext), "text: from character 274", ent),
         ("HATCH island dropped", with_ezdxf("entities.dxf", drop_island), "loop count: 2 became 1", ent),
-        ("HATCH edge arc radius changed", with_ezdxf("entities.dxf", change_edge), "loops[0].edges[1].radius: 20.0 became 20.5", ent),
-        ("SPLINE weights changed", with_ezdxf("entities.dxf", change_weight), "weights[0]: 1.0 became 1.001", ent),
-        ("LWPOLYLINE bulge changed", with_ezdxf("entities.dxf", change_bulge), "points (x, y, start width, end width, bulge)[1][4]: 0.5 became 0.6", ent),
+        (
+            "HATCH edge arc radius changed",
+            with_ezdxf("entities.dxf", change_edge),
+            "loops[0].edges[1].radius: 20.0 became 20.5",
+            ent,
+        ),
+        (
+            "SPLINE weights changed",
+            with_ezdxf("entities.dxf", change_weight),
+            "weights[0]: 1.0 became 1.001",
+            ent,
+        ),
+        (
+            "LWPOLYLINE bulge changed",
+            with_ezdxf("entities.dxf", change_bulge),
+            "points (x, y, start width, end width, bulge)[1][4]: 0.5 became 0.6",
+            ent,
+        ),
         ("layer frozen", with_ezdxf("entities.dxf", freeze), "frozen: False became True", ent),
-        ("linetype pattern changed", with_ezdxf("entities.dxf", dashed_pattern), "linetype 'DASHED': pattern[2]", ent),
+        (
+            "linetype pattern changed",
+            with_ezdxf("entities.dxf", dashed_pattern),
+            "linetype 'DASHED': pattern[2]",
+            ent,
+        ),
         ("text style width changed", with_ezdxf("entities.dxf", style_width), "width", ent),
-        ("ARC moved to paper space", with_ezdxf("entities.dxf", move_to_paper), "moved from layout 'Model'", ent),
+        (
+            "ARC moved to paper space",
+            with_ezdxf("entities.dxf", move_to_paper),
+            "moved from layout 'Model'",
+            ent,
+        ),
         ("true color dropped", with_ezdxf("entities.dxf", drop_true_color), "true_color", ent),
         ("extra LINE appeared", with_ezdxf("entities.dxf", add_line), "appeared", ent),
+        (
+            "LEADER dropped by hand",
+            raw("unknown.dxf", lambda d: d.drop(leader)),
+            f"LEADER #{leader}: missing",
+            unk,
+        ),
+        ("IMAGEDEF file name changed", with_ezdxf("unknown.dxf", rename_image_file), "filename", unk),
         ("XDATA application dropped", with_ezdxf("unknown.dxf", drop_xdata), "'PARTNER_APP' lost", unk),
-        ("XDATA real changed", with_ezdxf("unknown.dxf", change_xdata_float), "XDATA 'VELA' differs at tag [6]: DXFTag(1040, 3.14159", unk),
-        ("XRECORD changed", with_ezdxf("unknown.dxf", change_xrecord), "XRECORD differs at tag [1]: DXFTag(40, 7.85) became DXFTag(40, 7.86)", unk),
+        (
+            "XDATA real changed",
+            with_ezdxf("unknown.dxf", change_xdata_float),
+            "XDATA 'VELA' differs at tag [6]: DXFTag(1040, 3.14159",
+            unk,
+        ),
+        (
+            "XRECORD changed",
+            with_ezdxf("unknown.dxf", change_xrecord),
+            "XRECORD differs at tag [1]: DXFTag(40, 7.85) became DXFTag(40, 7.86)",
+            unk,
+        ),
         ("group lost a member", with_ezdxf("unknown.dxf", rename_group_member), "group 'OUTLINE'", unk),
-        ("ATTRIB text changed", with_ezdxf("blocks.dxf", change_attrib), "text '1' became 'changed'", names["blocks.dxf"]),
-        ("block base point moved", with_ezdxf("blocks.dxf", change_block_base), "base_point", names["blocks.dxf"]),
+        (
+            "ATTRIB text changed",
+            with_ezdxf("blocks.dxf", change_attrib),
+            "text '1' became 'changed'",
+            names["blocks.dxf"],
+        ),
+        (
+            "block base point moved",
+            with_ezdxf("blocks.dxf", change_block_base),
+            "base_point",
+            names["blocks.dxf"],
+        ),
     ]
 
     failures = 0
@@ -777,23 +926,30 @@ def self_test() -> int:
         if not ok:
             print("     " + "\n     ".join(items[:10]))
     # Below the tolerance is not a difference; just above it is.
-    tiny = with_ezdxf("entities.dxf", lambda doc: setattr(doc.entitydb[circle].dxf, "radius",
-                                                          doc.entitydb[circle].dxf.radius + 1e-11))
+    tiny = with_ezdxf(
+        "entities.dxf",
+        lambda doc: setattr(doc.entitydb[circle].dxf, "radius", doc.entitydb[circle].dxf.radius + 1e-11),
+    )
     ok, items, _, _ = check_roundtrip(ent, tiny, 1e-9, False, stream=sink)
     print(f"{'ok  ' if ok else 'FAIL'} radius off by 1e-11 is within tolerance")
     failures += not ok
 
-    for description, damaged, expected, original in cases:
-        ok, items, _, clean = check_roundtrip(original, damaged, 1e-9, False, stream=sink)
-        found = [item for item in items if expected in item]
-        passed = not ok and bool(found)
-        print(f"{'ok  ' if passed else 'FAIL'} {description} is reported" + ("" if clean else " (audit fails too)")
-              + (f": {found[0].splitlines()[0]}" if found else ""))
-        if not passed:
-            failures += 1
-            print(f"     expected a difference containing {expected!r}, got:")
-            print("     " + "\n     ".join(items[:10]))
-    total = len(cases) + len(names) + 1
+    for core_only in (False, True):
+        mode = " (--core-only)" if core_only else ""
+        for description, damaged, expected, original in cases:
+            ok, items, _, clean = check_roundtrip(original, damaged, 1e-9, core_only, stream=sink)
+            found = [item for item in items if expected in item]
+            passed = not ok and bool(found)
+            print(
+                f"{'ok  ' if passed else 'FAIL'} {description} is reported{mode}"
+                + ("" if clean else " (audit fails too)")
+                + (f": {found[0].splitlines()[0]}" if found else "")
+            )
+            if not passed:
+                failures += 1
+                print(f"     expected a difference containing {expected!r}, got:")
+                print("     " + "\n     ".join(items[:10]))
+    total = 2 * len(cases) + len(names) + 1
     print(f"self-test: {total - failures} passed, {failures} failed")
     if failures == 0:
         import shutil

@@ -46,7 +46,9 @@ def save(doc, folder: str, name: str) -> str:
     if auditor.has_errors or auditor.has_fixes:
         auditor.print_error_report()
         auditor.print_fixed_errors()
-        raise SystemExit(f"{name}: ezdxf audit reported {len(auditor.errors)} errors, {len(auditor.fixes)} fixes")
+        raise SystemExit(
+            f"{name}: ezdxf audit reported {len(auditor.errors)} errors, {len(auditor.fixes)} fixes"
+        )
     # ezdxf's audit checks the linetypes of entities but not of layers.
     missing = [(la.dxf.name, la.dxf.linetype) for la in doc.layers if la.dxf.linetype not in doc.linetypes]
     if missing:
@@ -60,14 +62,14 @@ def save(doc, folder: str, name: str) -> str:
     return path
 
 
-def add_layers(doc, specs):
-    for name, attribs in specs:
+def add_layers(doc, layers):
+    for name, attribs in layers:
         doc.layers.add(name, **attribs)
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # entities.dxf
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def make_entities(folder: str) -> str:
@@ -94,7 +96,9 @@ def make_entities(folder: str) -> str:
     ln.dxf.ltscale = 2.5
     ln.transparency = 0.5
     msp.add_line((-1.0e-7, 3.0e-9), (1234567.891, -987654.321), dxfattribs={"layer": "0", "thickness": 2.0})
-    msp.add_line((5, 5), (6, 6), dxfattribs={"layer": "Geometry", "color": colors.BYBLOCK, "linetype": "ByBlock"})
+    msp.add_line(
+        (5, 5), (6, 6), dxfattribs={"layer": "Geometry", "color": colors.BYBLOCK, "linetype": "ByBlock"}
+    )
     msp.add_line((7, 7), (8, 8), dxfattribs={"layer": "Geometry", "lineweight": -2, "linetype": "Continuous"})
 
     # CIRCLE and ARC, in the XY plane and on tilted planes (center in OCS).
@@ -102,8 +106,12 @@ def make_entities(folder: str) -> str:
     msp.add_circle((0.5, -2.25, 3.0), 7.75, dxfattribs={"layer": "Tilted", "extrusion": TILTED, "color": 3})
     msp.add_circle((1, 2, 3), 1.5, dxfattribs={"layer": "Tilted", "extrusion": FLIPPED})
     msp.add_arc((150, 50), 30, 15, 165, dxfattribs={"layer": "Curves", "lineweight": 35})
-    msp.add_arc((150, 50), 20, 300, 60, dxfattribs={"layer": "Curves", "true_color": colors.rgb2int((1, 2, 3))})
-    msp.add_arc((-3, 4, 5), 12, 0, 270, dxfattribs={"layer": "Tilted", "extrusion": TILTED_2, "ltscale": 0.25})
+    msp.add_arc(
+        (150, 50), 20, 300, 60, dxfattribs={"layer": "Curves", "true_color": colors.rgb2int((1, 2, 3))}
+    )
+    msp.add_arc(
+        (-3, 4, 5), 12, 0, 270, dxfattribs={"layer": "Tilted", "extrusion": TILTED_2, "ltscale": 0.25}
+    )
     arc = msp.add_arc((10, 10), 4, 90, 180, dxfattribs={"layer": "Tilted", "extrusion": FLIPPED})
     arc.transparency = 0.2
 
@@ -153,7 +161,9 @@ def make_entities(folder: str) -> str:
         TextEntityAlignment.BOTTOM_RIGHT,
     ]
     for i, align in enumerate(alignments):
-        t = msp.add_text(f"Align {align.name}", height=2.5, dxfattribs={"layer": "Annotation", "rotation": 10 * i})
+        t = msp.add_text(
+            f"Align {align.name}", height=2.5, dxfattribs={"layer": "Annotation", "rotation": 10 * i}
+        )
         t.set_placement((300, 10 * i), align=align)
     t = msp.add_text("Aligned between two points", height=3.0, dxfattribs={"layer": "Annotation"})
     t.set_placement((300, 100), (380, 110), align=TextEntityAlignment.ALIGNED)
@@ -162,7 +172,13 @@ def make_entities(folder: str) -> str:
     msp.add_text(
         "On a tilted plane",
         height=5,
-        dxfattribs={"layer": "Tilted", "extrusion": TILTED, "insert": (3, 4, 5), "rotation": 45, "width": 0.8},
+        dxfattribs={
+            "layer": "Tilted",
+            "extrusion": TILTED,
+            "insert": (3, 4, 5),
+            "rotation": 45,
+            "width": 0.8,
+        },
     )
     msp.add_text(
         "Oblique, mirrored %%c25 %%p0.1 %%d",
@@ -205,7 +221,9 @@ def make_entities(folder: str) -> str:
     mark.add_line((0, -3), (0, 3), dxfattribs={"color": colors.BYBLOCK})
     msp.add_blockref("MARK", (500, 0), dxfattribs={"layer": "Geometry"})
     msp.add_blockref(
-        "MARK", (520, 0, 1), dxfattribs={"layer": "Geometry", "xscale": 2, "yscale": -1.5, "zscale": 3, "rotation": 33}
+        "MARK",
+        (520, 0, 1),
+        dxfattribs={"layer": "Geometry", "xscale": 2, "yscale": -1.5, "zscale": 3, "rotation": 33},
     )
     msp.add_blockref("MARK", (1, 1, 1), dxfattribs={"layer": "Tilted", "extrusion": TILTED, "color": 4})
 
@@ -221,20 +239,24 @@ def make_entities(folder: str) -> str:
     outer.add_arc((780, 20), 20, -90, 90)
     outer.add_line((780, 40), (700, 40))
     outer.add_arc((700, 20), 20, 90, 270)
-    island = pattern.paths.add_polyline_path([(720, 10), (760, 10), (760, 30), (720, 30)], is_closed=True, flags=16)
+    island = pattern.paths.add_polyline_path(
+        [(720, 10), (760, 10), (760, 30), (720, 30)], is_closed=True, flags=16
+    )
     assert island is not None
     pattern.dxf.hatch_style = 0  # normal: islands alternate
 
-    tilted_hatch = msp.add_hatch(color=5, dxfattribs={"layer": "Tilted", "extrusion": TILTED, "elevation": (0, 0, 2)})
+    tilted_hatch = msp.add_hatch(
+        color=5, dxfattribs={"layer": "Tilted", "extrusion": TILTED, "elevation": (0, 0, 2)}
+    )
     tilted_hatch.set_pattern_fill("ANSI37", color=5, scale=0.5)
     tilted_hatch.paths.add_polyline_path([(0, 0), (10, 0), (10, 10)], is_closed=True)
 
     return save(doc, folder, "entities.dxf")
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # tables.dxf
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def make_tables(folder: str) -> str:
@@ -245,7 +267,32 @@ def make_tables(folder: str) -> str:
         "VELA_DOTDASH", pattern=[1.5, 1.0, -0.25, 0.0, -0.25], description="Dot dash __ . __ . __"
     )
 
-    lineweights = [0, 5, 9, 13, 15, 18, 20, 25, 30, 35, 40, 50, 53, 60, 70, 80, 90, 100, 106, 120, 140, 158, 200, 211]
+    lineweights = [
+        0,
+        5,
+        9,
+        13,
+        15,
+        18,
+        20,
+        25,
+        30,
+        35,
+        40,
+        50,
+        53,
+        60,
+        70,
+        80,
+        90,
+        100,
+        106,
+        120,
+        140,
+        158,
+        200,
+        211,
+    ]
     ltypes = ["Continuous", "DASHED", "CENTER", "DASHDOT", "DASHED2", "PHANTOM", "VELA_DOTDASH"]
     for i in range(60):
         layer = doc.layers.add(
@@ -270,7 +317,9 @@ def make_tables(folder: str) -> str:
     doc.layers.get("Defpoints").dxf.plot = 0
 
     doc.styles.add("Title", font="arial.ttf").dxf.update({"height": 0, "width": 0.85, "oblique": 12.0})
-    doc.styles.add("Fixed 3.5", font="isocp.shx").dxf.update({"height": 3.5, "width": 1.0, "generation_flags": 2})
+    doc.styles.add("Fixed 3.5", font="isocp.shx").dxf.update(
+        {"height": 3.5, "width": 1.0, "generation_flags": 2}
+    )
     doc.styles.add("BigFont", font="txt.shx").dxf.bigfont = "bigfont.shx"
     doc.styles.add("Vertical", font="romans.shx").dxf.flags = 4
 
@@ -310,9 +359,9 @@ def make_tables(folder: str) -> str:
     return save(doc, folder, "tables.dxf")
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # blocks.dxf
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def make_blocks(folder: str) -> str:
@@ -324,7 +373,9 @@ def make_blocks(folder: str) -> str:
     bolt = doc.blocks.new("BOLT")
     bolt.add_circle((0, 0), 3)
     bolt.add_circle((0, 0), 1.5, dxfattribs={"layer": "Blocks"})
-    bolt.add_lwpolyline([(-3, -3), (3, -3), (3, 3), (-3, 3)], close=True, dxfattribs={"color": colors.BYBLOCK})
+    bolt.add_lwpolyline(
+        [(-3, -3), (3, -3), (3, 3), (-3, 3)], close=True, dxfattribs={"color": colors.BYBLOCK}
+    )
 
     plate = doc.blocks.new("PLATE", base_point=(50, 25, 0))  # base point away from the origin
     plate.add_lwpolyline([(0, 0), (100, 0), (100, 50), (0, 50)], close=True)
@@ -341,7 +392,9 @@ def make_blocks(folder: str) -> str:
     tag.add_attdef("NUMBER", (0, 0), dxfattribs={"height": 4, "layer": "Tags"}).set_placement(
         (0, 0), align=TextEntityAlignment.MIDDLE_CENTER
     )
-    tag.add_attdef("DESCRIPTION", (10, 0), text="no description", dxfattribs={"height": 2.5, "prompt": "Describe"})
+    tag.add_attdef(
+        "DESCRIPTION", (10, 0), text="no description", dxfattribs={"height": 2.5, "prompt": "Describe"}
+    )
     hidden = tag.add_attdef("SERIAL", (10, -4), text="0000", dxfattribs={"height": 2})
     hidden.is_invisible = True
     tag.add_attdef("FIXED", (10, -8), text="VELA", dxfattribs={"height": 2}).is_const = True
@@ -379,9 +432,9 @@ def make_blocks(folder: str) -> str:
     return save(doc, folder, "blocks.dxf")
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # unknown.dxf
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def make_unknown(folder: str) -> str:
@@ -394,13 +447,17 @@ def make_unknown(folder: str) -> str:
 
     # DIMENSION with its geometry in an anonymous *D block.
     base = msp.add_line((0, 0), (100, 0))
-    dim = msp.add_linear_dim(base=(50, 20), p1=(0, 0), p2=(100, 0), dimstyle="EZDXF", dxfattribs={"layer": "Dims"})
+    dim = msp.add_linear_dim(
+        base=(50, 20), p1=(0, 0), p2=(100, 0), dimstyle="EZDXF", dxfattribs={"layer": "Dims"}
+    )
     dim.render()
     msp.add_aligned_dim(p1=(0, 0), p2=(60, 40), distance=10, dxfattribs={"layer": "Dims"}).render()
     msp.add_radius_dim((200, 0), radius=25, angle=45, dxfattribs={"layer": "Dims"}).render()
 
     # LEADER with MTEXT annotation text.
-    note = msp.add_mtext("See detail A", dxfattribs={"insert": (160, 60), "char_height": 2.5, "layer": "Dims"})
+    note = msp.add_mtext(
+        "See detail A", dxfattribs={"insert": (160, 60), "char_height": 2.5, "layer": "Dims"}
+    )
     leader = msp.add_leader([(120, 20), (140, 50), (158, 60)], dxfattribs={"layer": "Dims"})
     leader.dxf.annotation_handle = note.dxf.handle
 
@@ -443,7 +500,7 @@ def make_unknown(folder: str) -> str:
     xdict = circle.new_extension_dict()
     rec = xdict.add_xrecord("VELA_PROPS")
     rec.reset([(1, "material"), (40, 7.85), (70, 3), (10, (1, 2, 3)), (330, base.dxf.handle), (300, "steel")])
-    # ExtensionDict.add_dictionary() is broken in ezdxf 0.18 (typo in the owner handle); go through the DICTIONARY.
+    # ExtensionDict.add_dictionary() is broken in ezdxf 0.18 (typo in the owner handle): use the DICTIONARY.
     sub = xdict.dictionary.add_new_dict("VELA_HISTORY", hard_owned=True)
     hist = sub.add_xrecord("REV1")
     hist.reset([(1, "created"), (90, 20240101)])
@@ -458,13 +515,17 @@ def make_unknown(folder: str) -> str:
         dxfattribs={"layer": "Legacy"},
     )
     pl2d.dxf.elevation = (0, 0, 0)
-    msp.add_polyline3d([(100, -200, 0), (150, -200, 10), (150, -150, 20), (100, -150, 5)], dxfattribs={"color": 2})
+    msp.add_polyline3d(
+        [(100, -200, 0), (150, -200, 10), (150, -150, 20), (100, -150, 5)], dxfattribs={"color": 2}
+    )
     mesh = msp.add_polyface()
     mesh.append_face([(200, -200, 0), (220, -200, 0), (220, -180, 0), (200, -180, 0)])
     mesh.append_face([(200, -200, 0), (220, -200, 0), (210, -190, 15)])
 
     # 3DFACE and SOLID (2D filled quad).
-    face = msp.add_3dface([(0, -300, 0), (50, -300, 5), (50, -250, 10), (0, -250, 5)], dxfattribs={"layer": "Legacy"})
+    face = msp.add_3dface(
+        [(0, -300, 0), (50, -300, 5), (50, -250, 10), (0, -250, 5)], dxfattribs={"layer": "Legacy"}
+    )
     face.dxf.invisible = 0b0101
     msp.add_3dface([(100, -300, 0), (150, -300, 0), (125, -250, 20)])
     msp.add_solid([(200, -300), (250, -300), (200, -250), (250, -250)], dxfattribs={"color": 5})
@@ -493,9 +554,9 @@ def make_unknown(folder: str) -> str:
     return save(doc, folder, "unknown.dxf")
 
 
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 # legacy drawings
-# ----------------------------------------------------------------------------------------------------------------
+# ------------------------------------------------------------------------------------------------------------
 
 
 def make_legacy_r12(folder: str) -> str:
@@ -537,7 +598,9 @@ def make_legacy_r2000_cp1252(folder: str) -> str:
     doc.layers.add("Ø-Rohre", color=4)
     msp = doc.modelspace()
     msp.add_text("Größe ±5 °C Ø20", height=2.5, dxfattribs={"layer": "Größe", "insert": (0, 0)})
-    msp.add_text("Maße: 12×34 mm, ¼ Zoll, © 2024", height=2.5, dxfattribs={"layer": "Maße_±", "insert": (0, 10)})
+    msp.add_text(
+        "Maße: 12×34 mm, ¼ Zoll, © 2024", height=2.5, dxfattribs={"layer": "Maße_±", "insert": (0, 10)}
+    )
     msp.add_text("Δt ≤ 3 K, ⌀20, 配管", height=2.5, dxfattribs={"layer": "Wärme °C", "insert": (0, 20)})
     msp.add_mtext(
         "Überschrift\\PRohr Ø20 – Länge 1.5 m\\PTemperatur ±5 °C, Δ≈0.1",

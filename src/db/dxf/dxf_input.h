@@ -1,15 +1,17 @@
 #pragma once
 
-#include <deque>
+#include <forward_list>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "db/error_status.h"
 #include "db/geometry/vector.h"
 #include "db/handle.h"
 #include "db/object_extras.h"
+#include "db/object_id.h"
 
 namespace vela::db {
 
@@ -31,11 +33,19 @@ public:
 
     /// Values are views: of the caller's buffer, which must outlive the input, or of copies the input keeps.
     explicit DxfInput(Database* db) : db_(db) { groups_.reserve(32); }
+    /// Empties the input for the next object, keeping its memory.
+    void reset() {
+        groups_.clear();
+        storage_.clear();
+        finishers_.clear();
+        errors_.clear();
+        sectionBegin_ = sectionEnd_ = cursor_ = 0;
+    }
     void addGroup(int code, std::string_view value, std::size_t line) { groups_.push_back({code, value, line, false}); }
     /// Adds a group whose value the input keeps a copy of (a value decoded from another code page).
     void addOwnedGroup(int code, std::string value, std::size_t line) {
-        storage_.push_back(std::move(value));
-        groups_.push_back({code, storage_.back(), line, false});
+        storage_.push_front(std::move(value));
+        groups_.push_back({code, storage_.front(), line, false});
     }
 
     Database* database() const { return db_; }
@@ -91,6 +101,14 @@ public:
     }
     void setLoaderSteps(std::vector<std::function<void()>>* steps) { loaderSteps_ = steps; }
 
+    /// The record name resolved last for each kind of table, shared by the objects of one file: consecutive
+    /// entities mostly name the same layer, and a name compare is cheaper than a table lookup.
+    struct NameCache {
+        std::unordered_map<std::string, ObjectId> byName[5];  // exact spelling as the file writes it
+    };
+    NameCache* nameCache() const { return nameCache_; }
+    void setNameCache(NameCache* cache) { nameCache_ = cache; }
+
     /// Groups no declaration took, each section's preceded by its marker, for ObjectExtras::keptTags.
     std::vector<DxfTag> unusedGroups() const;
     /// Malformed values met so far ("line 12: expected a number for group code 40, found 'abc'").
@@ -102,11 +120,12 @@ private:
 
     Database* db_;
     std::vector<Group> groups_;
-    std::deque<std::string> storage_;
+    std::forward_list<std::string> storage_;  // costs nothing while empty, which it nearly always is
     std::size_t sectionBegin_ = 0, sectionEnd_ = 0;
     std::size_t cursor_ = 0;
     std::vector<std::function<void()>> finishers_;
     std::vector<std::function<void()>>* loaderSteps_ = nullptr;
+    NameCache* nameCache_ = nullptr;
     std::vector<std::string> errors_;
 };
 

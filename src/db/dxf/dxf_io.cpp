@@ -70,10 +70,20 @@ void DxfReadIo::symbol(int code, ObjectId& v, TableKind kind, const char*) {
     std::string name;
     if (!in_.readString(code, name) || name.empty()) return;
     Database* db = in_.database();
+    DxfInput::NameCache* cache = in_.nameCache();
+    const int k = static_cast<int>(kind);
+    if (cache) {
+        auto it = cache->byName[k].find(name);
+        if (it != cache->byName[k].end() && it->second.isValid()) {
+            v = it->second;
+            return;
+        }
+    }
     if (SymbolTable* table = tableOf(db, kind)) {
         const ObjectId found = table->getAt(name);
         if (!found.isNull()) {
             v = found;
+            if (cache) cache->byName[k][name] = found;
             return;
         }
     }

@@ -1,9 +1,13 @@
 #include "db/dxf/dxf_reader.h"
 
 #include <charconv>
+#include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <fcntl.h>
 #include <set>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "db/dxf/dxf_input.h"
 #include "db/dxf/group_code.h"
@@ -95,12 +99,28 @@ struct Record {
     std::vector<DxfTag> otherAppGroups;  // 102 {NAME ... } groups of other applications
     std::vector<DxfTag> xdata;
     std::unique_ptr<DxfInput> input;
+
+    /// Ready for the next record of the same loop, keeping the memory of the groups.
+    void clear() {
+        type.clear();
+        line = 0;
+        handle = owner = Handle();
+        hasOwner = false;
+        reactors.clear();
+        extensionDictionary = Handle();
+        otherAppGroups.clear();
+        xdata.clear();
+    }
 };
 
 class Loader {
 public:
-    Loader(std::string_view data, const LoadProgress& progress)
-        : data_(data), reader_(data), progress_(progress), db_(std::make_unique<Database>(Database::Empty{})) {
+    Loader(std::string_view data, const LoadProgress& progress, std::function<void(std::size_t)> release)
+        : data_(data),
+          reader_(data),
+          progress_(progress),
+          release_(std::move(release)),
+          db_(std::make_unique<Database>(Database::Empty{})) {
         codePage_ = dxf::detectCodePage(data);
     }
 
@@ -164,6 +184,9 @@ private:
     dxf::TagReader reader_;
     const LoadProgress& progress_;
     std::size_t nextProgress_ = 0;
+    // Hands back the bytes before an offset (the file's pages) once nothing refers to them any more.
+    std::function<void(std::size_t)> release_;
+    std::size_t nextRelease_ = 8u << 20;
     std::size_t lastLine_ = 0;
     dxf::CodePage codePage_;
     std::unique_ptr<Database> db_;
@@ -171,6 +194,7 @@ private:
     std::vector<std::string> warnings_;
     std::vector<std::function<void()>> steps_;
     std::vector<std::function<void()>> pending_;  // the steps of the object being read
+    DxfInput::NameCache names_;
     std::set<std::string> tablesSeen_;
 };
 
@@ -239,7 +263,10 @@ bool Loader::readRecord(Record& record) {
     bool printable = !record.type.empty() && record.type.size() <= 64;
     for (unsigned char c : record.type) printable = printable && c > 0x20 && c < 0x7F;
     if (!printable) return fail(record.line, "expected a record type, found '" + record.type.substr(0, 40) + "'");
-    record.input = std::make_unique<DxfInput>(db_.get());
+    if (record.input)
+        record.input->reset();
+    else
+        record.input = std::make_unique<DxfInput>(db_.get());
     DxfInput& in = *record.input;
     Tag tag;
     std::string scratch;
@@ -321,6 +348,7 @@ void Loader::decode(DbObject& object, Record& record) {
     // Steps that resolve references later point into the object: they are kept only once it is in the drawing.
     pending_.clear();
     in.setLoaderSteps(&pending_);
+    in.setNameCache(&names_);
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
@@ -587,6 +615,7 @@ bool Loader::readBlocks() {
 
 bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
     Tag tag;
+    Record record;
     const ObjectId modelSpace = db_->modelSpaceId();
     const ObjectId paperSpace = db_->paperSpaceId();
     while (next(tag)) {
@@ -599,7 +628,12 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             return true;
         }
         if (tag.is(0, "EOF")) return fail(tag.line, "unexpected EOF inside a section");
-        Record record;
+        if (release_ && reader_.position() >= nextRelease_) {
+            // Everything before this record has been copied into objects: its pages can go.
+            release_(static_cast<std::size_t>(tag.value.data() - data_.data()));
+            nextRelease_ = reader_.position() + (8u << 20);
+        }
+        record.clear();
         record.type = std::string(tag.value);
         record.line = tag.line;
         if (!readRecord(record)) return false;
@@ -813,26 +847,50 @@ DxfReadResult Loader::run() {
 }  // namespace
 
 DxfReadResult readDxf(std::string_view data, const LoadProgress& progress) {
-    Loader loader(data, progress);
+    Loader loader(data, progress, {});
     return loader.run();
 }
 
 DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress) {
     DxfReadResult result;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        result.error = dxf::DxfError{0, "cannot open " + path.string(), false};
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        result.error = dxf::DxfError{0, "cannot open " + path.string() + ": " + std::strerror(errno), false};
         return result;
     }
-    std::error_code ec;
-    const auto size = std::filesystem::file_size(path, ec);
-    std::string data;
-    if (!ec) data.resize(static_cast<std::size_t>(size));
-    if (!ec && size > 0 && !file.read(data.data(), static_cast<std::streamsize>(size))) {
-        result.error = dxf::DxfError{0, "cannot read " + path.string(), false};
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        result.error = dxf::DxfError{0, "cannot read " + path.string() + ": not a regular file", false};
         return result;
     }
-    return readDxf(data, progress);
+    const std::size_t size = static_cast<std::size_t>(st.st_size);
+    if (size == 0) {
+        ::close(fd);
+        return readDxf(std::string_view(), progress);
+    }
+    // The file is mapped rather than copied, and the part already read is handed back to the system as loading
+    // goes on, so a load needs little more memory than the drawing it makes.
+    void* map = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
+    ::close(fd);
+    if (map == MAP_FAILED) {
+        result.error = dxf::DxfError{0, "cannot read " + path.string() + ": " + std::strerror(errno), false};
+        return result;
+    }
+    ::madvise(map, size, MADV_SEQUENTIAL);
+    const char* base = static_cast<const char*>(map);
+    std::size_t released = 0;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    auto release = [&](std::size_t upTo) {
+        const std::size_t end = upTo / static_cast<std::size_t>(page) * static_cast<std::size_t>(page);
+        if (end <= released) return;
+        ::madvise(const_cast<char*>(base) + released, end - released, MADV_DONTNEED);
+        released = end;
+    };
+    Loader loader(std::string_view(base, size), progress, release);
+    result = loader.run();
+    ::munmap(map, size);
+    return result;
 }
 
 }  // namespace vela::db
