@@ -23,7 +23,7 @@ public:
     ErrorStatus setLayer(std::string_view name);
 
     Color color() const { return color_; }
-    void setColor(Color c) { assertWriteEnabled(), color_ = c; }
+    void setColor(Color c) { assertWriteEnabled(), color_ = c, colorIndexHint_ = kNearestIndex; }
     ObjectId linetypeId() const { return linetype_; }
     void setLinetypeId(ObjectId linetype) { assertWriteEnabled(), linetype_ = linetype; }
     std::string linetype() const;
@@ -65,6 +65,10 @@ private:
     Transparency transparency_;
     LineWeight lineWeight_ = LineWeight::ByLayer;
     bool visible_ = true;
+    // For a true color, the palette index a file gave beside it (for programs that show no true colors), or
+    // kNoIndex when the file gave none, or kNearestIndex to write the nearest palette color.
+    static constexpr std::uint16_t kNearestIndex = 0, kNoIndex = 0xFFFF;
+    std::uint16_t colorIndexHint_ = kNearestIndex;
 };
 
 }  // namespace vela::db

@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "db/dxf/unmarked_sections.h"
 #include "db/entity_dxf.h"
 
 namespace vela::db {
@@ -25,6 +26,7 @@ VELA_DB_DEFINE_DXF(RawObject)
 template <class Io, class Self>
 void RawEntity::dxfFields(Io& io, Self& self) {
     entityFields(io, self);
+    if constexpr (Io::kReading) assignUnmarkedSections(io.input(), self.dxfName_);
 }
 
 VELA_DB_DEFINE_DXF(RawEntity)

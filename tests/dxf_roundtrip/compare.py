@@ -25,6 +25,7 @@ error or missing file.
 from __future__ import annotations
 
 import argparse
+import re
 import enum
 import math
 import os
@@ -109,6 +110,13 @@ HEADER_VARS = (
 )
 
 
+_UNICODE_ESCAPE = re.compile(r"\\U\+([0-9A-Fa-f]{4})")
+
+
+def _unescape(text: str) -> str:
+    return _UNICODE_ESCAPE.sub(lambda m: chr(int(m.group(1), 16)), text)
+
+
 class Differences:
     """Collects every difference, so one run shows all that a round trip lost."""
 
@@ -130,6 +138,8 @@ class Differences:
         if isinstance(a, (int, float)) and isinstance(b, (int, float)):
             return math.isclose(float(a), float(b), rel_tol=0.0, abs_tol=self.tol)
         if isinstance(a, str) and isinstance(b, str):
+            # "\U+00B1" in a file written for a code page is the character itself: compare what readers show.
+            a, b = _unescape(a), _unescape(b)
             return a.casefold() == b.casefold() if name_ref else a == b
         if isinstance(a, (bytes, bytearray)) and isinstance(b, (bytes, bytearray)):
             return bytes(a) == bytes(b)
@@ -436,9 +446,20 @@ def compare_names(diff: Differences, what: str, names_a: list[str], names_b: lis
     return [n for n in names_a if n in set_b]
 
 
-def compare_table(diff: Differences, what: str, table_a, table_b, checks) -> None:
+def used_layer_names(doc) -> set[str]:
+    """Layers that entities name, whether the layer table defines them or not."""
+    names = set()
+    for layout in doc.layouts:
+        names.update(e.dxf.layer.casefold() for e in layout if e.dxf.hasattr("layer"))
+    for block in doc.blocks:
+        names.update(e.dxf.layer.casefold() for e in block if e.dxf.hasattr("layer"))
+    return names
+
+
+def compare_table(diff: Differences, what: str, table_a, table_b, checks, implied: set[str] = frozenset()) -> None:
     names_a = [r.dxf.name for r in table_a]
-    names_b = [r.dxf.name for r in table_b]
+    # A reader may define what the original only named (a layer used by entities but missing from the table).
+    names_b = [r.dxf.name for r in table_b if r.dxf.name in set(names_a) or r.dxf.name.casefold() not in implied]
     for name in compare_names(diff, what, names_a, names_b):
         ra, rb = table_a.get(name), table_b.get(name)
         where = f"{what} '{name}'"
@@ -470,7 +491,10 @@ LAYER_CHECKS = [
 LINETYPE_CHECKS = [
     ("description", dxf_get("description")),
     ("flags", dxf_get("flags")),
-    ("pattern", lambda r: list(r.pattern_tags.tags) if r.pattern_tags else []),
+    # The record's own handle can sit among the pattern groups in older files; it is no part of the pattern.
+    # Nor is "74 0" (a plain dash), which the current version writes for every dash and R12 for none.
+    ("pattern", lambda r: [t for t in r.pattern_tags.tags if t.code != 5 and not (t.code == 74 and t.value == 0)]
+     if r.pattern_tags else []),
 ]
 
 STYLE_CHECKS = [
@@ -536,8 +560,15 @@ def compare_groups(diff: Differences, doc_a, doc_b) -> None:
                 diff.add(f"group '{name}'", f"{label} {show(va)} became {show(vb)}")
 
 
+# Saving writes the current version in UTF-8: an older original's version and code page are upgraded, not lost.
+UPGRADED_VARS = ("$ACADVER", "$DWGCODEPAGE")
+
+
 def compare_header(diff: Differences, doc_a, doc_b) -> None:
+    upgraded = doc_b.header.get("$ACADVER", "") > doc_a.header.get("$ACADVER", "")
     for var in HEADER_VARS:
+        if upgraded and var in UPGRADED_VARS:
+            continue
         if var in doc_a.header:
             va, vb = doc_a.header.get(var), doc_b.header.get(var)
             if not diff.equal(va, vb, name_ref=True):
@@ -547,7 +578,7 @@ def compare_header(diff: Differences, doc_a, doc_b) -> None:
 def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differences, int]:
     diff = Differences(tol)
     compare_header(diff, doc_a, doc_b)
-    compare_table(diff, "layer", doc_a.layers, doc_b.layers, LAYER_CHECKS)
+    compare_table(diff, "layer", doc_a.layers, doc_b.layers, LAYER_CHECKS, used_layer_names(doc_a))
     compare_table(diff, "linetype", doc_a.linetypes, doc_b.linetypes, LINETYPE_CHECKS)
     compare_table(diff, "text style", doc_a.styles, doc_b.styles, STYLE_CHECKS)
     compare_dimstyles(diff, doc_a, doc_b)

@@ -44,6 +44,7 @@ bool parseInt64(std::string_view text, std::int64_t& out) {
 }  // namespace
 
 void DxfInput::subclass(std::string_view name, int occurrence) {
+    lastSubclass_ = std::string(name);
     bool anyMarker = false;
     for (std::size_t i = 0; i < groups_.size(); ++i) {
         if (groups_[i].code != 100) continue;
@@ -280,8 +281,33 @@ void DxfInput::finish() {
 
 std::vector<DxfTag> DxfInput::unusedGroups() const {
     std::vector<DxfTag> kept;
-    std::string currentMarker;
-    bool markerWritten = true;
+    bool anyMarker = false;
+    for (const Group& g : groups_) anyMarker = anyMarker || g.code == 100;
+    if (!anyMarker && !unmarked_.empty()) {
+        for (std::size_t s = 0; s < unmarked_.size(); ++s) {
+            kept.push_back({100, unmarked_[s].name});
+            const bool last = s + 1 == unmarked_.size();
+            for (const Group& g : groups_) {
+                if (g.used) continue;
+                bool mine = last;
+                for (std::size_t t = 0; t <= s && !mine; ++t) {
+                    bool listed = false;
+                    for (int c : unmarked_[t].codes) listed = listed || c == g.code;
+                    if (listed) mine = t == s;
+                    if (listed) break;
+                }
+                if (!mine) continue;
+                // The last section takes only what no earlier one listed.
+                if (last)
+                    for (std::size_t t = 0; t < s; ++t)
+                        for (int c : unmarked_[t].codes) mine = mine && c != g.code;
+                if (mine) kept.push_back({g.code, std::string(g.value)});
+            }
+        }
+        return kept;
+    }
+    std::string currentMarker = anyMarker ? std::string() : lastSubclass_;
+    bool markerWritten = currentMarker.empty();
     for (const Group& g : groups_) {
         if (g.code == 100) {
             currentMarker = std::string(g.value);

@@ -40,6 +40,8 @@ public:
         finishers_.clear();
         errors_.clear();
         sectionBegin_ = sectionEnd_ = cursor_ = 0;
+        lastSubclass_.clear();
+        unmarked_.clear();
     }
     void addGroup(int code, std::string_view value, std::size_t line) { groups_.push_back({code, value, line, false}); }
     /// Adds a group whose value the input keeps a copy of (a value decoded from another code page).
@@ -109,7 +111,17 @@ public:
     NameCache* nameCache() const { return nameCache_; }
     void setNameCache(NameCache* cache) { nameCache_ = cache; }
 
-    /// Groups no declaration took, each section's preceded by its marker, for ObjectExtras::keptTags.
+    /// For records written without markers: the sections their leftover groups belong to. A group goes to the
+    /// first section listing its code; the last section takes the rest. An empty section is still written.
+    struct Section {
+        std::string name;
+        std::vector<int> codes;
+    };
+    void setUnmarkedSections(std::vector<Section> sections) { unmarked_ = std::move(sections); }
+
+    /// Groups no declaration took, each section's preceded by its marker, for ObjectExtras::keptTags. Files
+    /// without markers (R12) have their leftover groups filed under the last section the declaration named,
+    /// the class's own, which is where a marked file would have had them.
     std::vector<DxfTag> unusedGroups() const;
     /// Malformed values met so far ("line 12: expected a number for group code 40, found 'abc'").
     const std::vector<std::string>& errors() const { return errors_; }
@@ -123,6 +135,8 @@ private:
     std::forward_list<std::string> storage_;  // costs nothing while empty, which it nearly always is
     std::size_t sectionBegin_ = 0, sectionEnd_ = 0;
     std::size_t cursor_ = 0;
+    std::string lastSubclass_;
+    std::vector<Section> unmarked_;
     std::vector<std::function<void()>> finishers_;
     std::vector<std::function<void()>>* loaderSteps_ = nullptr;
     NameCache* nameCache_ = nullptr;

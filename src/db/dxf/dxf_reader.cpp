@@ -174,6 +174,9 @@ private:
     ObjectId addEntity(std::unique_ptr<Entity> entity, Record& record, ObjectId block);
     /// A handle the drawing already has is replaced by a new one (files with duplicates exist).
     void checkHandle(Record& record);
+    /// Before the first object without a handle in the file gets one of ours, every handle the file uses is
+    /// found (older files give some objects none), so that ours never take one a later object brings.
+    void ensureHandleFloor();
     void readLayerTransparency(LayerTableRecord& layer);
     void applyHeader();
     /// Adds the tables and records the file has not given (yet). Their handles are taken above every handle in
@@ -195,6 +198,7 @@ private:
     std::vector<std::function<void()>> steps_;
     std::vector<std::function<void()>> pending_;  // the steps of the object being read
     DxfInput::NameCache names_;
+    bool handleFloorSet_ = false;
     std::set<std::string> tablesSeen_;
 };
 
@@ -400,8 +404,24 @@ void Loader::afterAdding(DbObject& object, Record& record, ErrorStatus status) {
     }
 }
 
+void Loader::ensureHandleFloor() {
+    if (handleFloorSet_) return;
+    handleFloorSet_ = true;
+    std::uint64_t highest = 0;
+    dxf::TagReader scan(data_);
+    Tag tag;
+    while (scan.next(tag))
+        if (tag.code == 5 || tag.code == 105)
+            if (auto h = tag.toHandle()) highest = std::max(highest, *h);
+    db_->raiseHandseed(Handle(highest + 1));
+}
+
 void Loader::checkHandle(Record& record) {
-    if (record.handle.isNull() || db_->getObjectId(record.handle, true).isNull()) return;
+    if (record.handle.isNull()) {
+        ensureHandleFloor();
+        return;
+    }
+    if (db_->getObjectId(record.handle, true).isNull()) return;
     warn(record.line, "handle " + record.handle.toText() + " is used twice; the second " + record.type +
                           " gets a new handle");
     record.handle = Handle();
@@ -573,9 +593,13 @@ bool Loader::readBlocks() {
         in.readString(2, name);
         if (name.empty()) in.readString(3, name);
         if (name.empty()) return fail(begin.line, "BLOCK without a name");
+        // Older files name the spaces differently.
+        if (namesEqual(name, "$MODEL_SPACE")) name = BlockTableRecord::kModelSpace;
+        if (namesEqual(name, "$PAPER_SPACE")) name = BlockTableRecord::kPaperSpace;
         ObjectId btrId = db_->blockTable() ? db_->blockTable()->getAt(name) : ObjectId();
         if (btrId.isNull()) {
             if (!db_->blockTable()) completeFramework();
+            ensureHandleFloor();
             auto btr = std::make_unique<BlockTableRecord>(name);
             if (db_->addRecord(db_->blockTableId(), std::move(btr), &btrId, Handle(), true) != ErrorStatus::Ok)
                 return fail(begin.line, "block '" + name + "' cannot be added");
@@ -768,13 +792,7 @@ void Loader::completeFramework() {
         db_->addMissingFramework();  // the remaining small tables
         if (db_->objectCount() == before) return;
     }
-    std::uint64_t highest = 0;
-    dxf::TagReader scan(data_);
-    Tag tag;
-    while (scan.next(tag))
-        if (tag.code == 5 || tag.code == 105)
-            if (auto h = tag.toHandle()) highest = std::max(highest, *h);
-    db_->raiseHandseed(Handle(highest + 1));
+    ensureHandleFloor();
     db_->addMissingFramework();
 }
 

@@ -29,10 +29,8 @@ void Ellipse::dxfFields(Io& io, Self& self) {
     io.real(40, self.radiusRatio_);
     io.real(41, self.startParam_);
     io.real(42, self.endParam_);
-    if constexpr (Io::kReading) {
-        self.normal_ = self.normal_.normalized();
-        normalizeParams(self.startParam_, self.endParam_);
-    }
+    // Parameters stay as the file gives them (2pi is not folded to 0), so they are written back unchanged.
+    if constexpr (Io::kReading) self.normal_ = self.normal_.normalized();
 }
 
 VELA_DB_DEFINE_DXF(Ellipse)

@@ -17,13 +17,9 @@ namespace {
 
 // Clockwise arc and ellipse edges store their angles negated (as 360 - angle); our edges hold the geometric
 // angles of their start and end, turning either way.
-double edgeAngleFromFile(double degrees, bool ccw) {
-    return normalizeAngle((ccw ? degrees : -degrees) * (kPi / 180.0));
-}
-double edgeAngleToFile(double radians, bool ccw) {
-    double d = DxfWriteIo::toDegrees(normalizeAngle(ccw ? radians : -radians));
-    return d;
-}
+// Angles are kept as the file gives them (not brought into [0, 2pi)) so that they are written back unchanged.
+double edgeAngleFromFile(double degrees, bool ccw) { return (ccw ? degrees : -degrees) * (kPi / 180.0); }
+double edgeAngleToFile(double radians, bool ccw) { return DxfWriteIo::toDegrees(ccw ? radians : -radians); }
 
 void readEdge(DxfInput& in, HatchEdge& e) {
     std::int16_t type = 1;

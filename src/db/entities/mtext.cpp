@@ -18,7 +18,7 @@ void MText::dxfFields(Io& io, Self& self) {
     io.subclass("AcDbMText");
     io.point(10, self.location_);
     io.real(40, self.height_);
-    io.real(41, self.width_);
+    io.real(41, self.width_, 0.0);
     std::int16_t attachment = static_cast<std::int16_t>(self.attachment_);
     io.i16(71, attachment);
     io.i16(72, self.flow_);
@@ -44,12 +44,13 @@ void MText::dxfFields(Io& io, Self& self) {
     }
     io.symbol(7, self.style_, TableKind::TextStyle, "Standard");
     io.vec(210, self.normal_, Vector3d::zAxis());
-    io.vec(11, self.direction_);
     if constexpr (Io::kReading) {
-        // Some writers give a rotation angle instead of a direction vector.
+        io.vec(11, self.direction_);
+        // Some writers give a rotation angle instead of a direction vector; it is written back the same way.
         double rotation = 0.0;
         if (!io.input().has(11) && io.input().readDouble(50, rotation)) {
             const double a = rotation * (kPi / 180.0);
+            self.directionAsRotation_ = true;
             io.input().afterReading([&self, a] {
                 self.direction_ = ocsXAxis(self.normal_) * std::cos(a) + ocsYAxis(self.normal_) * std::sin(a);
             });
@@ -58,6 +59,10 @@ void MText::dxfFields(Io& io, Self& self) {
             self.style_ = io.input().database()->textStyleTable()->getAt("Standard");
         self.normal_ = self.normal_.normalized();
         if (self.direction_.isZero()) self.direction_ = Vector3d::xAxis();
+    } else if (self.directionAsRotation_) {
+        io.angle(50, self.rotation());
+    } else {
+        io.vec(11, self.direction_);
     }
     io.i16(73, self.lineSpacingStyle_, std::int16_t(1));
     io.real(44, self.lineSpacing_, 1.0);
@@ -79,6 +84,7 @@ double MText::rotation() const {
 
 void MText::setRotation(double angle) {
     assertWriteEnabled();
+    directionAsRotation_ = false;
     direction_ = ocsXAxis(normal_) * std::cos(angle) + ocsYAxis(normal_) * std::sin(angle);
 }
 

@@ -29,7 +29,7 @@ public:
     void setWidth(double w) { assertWriteEnabled(), width_ = w; }
     /// Direction of the text's X axis in world coordinates.
     const Vector3d& direction() const { return direction_; }
-    void setDirection(const Vector3d& d) { assertWriteEnabled(), direction_ = d.normalized(); }
+    void setDirection(const Vector3d& d) { assertWriteEnabled(), direction_ = d.normalized(), directionAsRotation_ = false; }
     /// Rotation of the direction about the normal, relative to the plane's X axis.
     double rotation() const;
     void setRotation(double angle);
@@ -64,6 +64,7 @@ private:
     Attachment attachment_ = Attachment::TopLeft;
     std::int16_t flow_ = 1;
     std::int16_t lineSpacingStyle_ = 1;
+    bool directionAsRotation_ = false;  // the file gave a rotation angle (50) instead of a direction (11)
 };
 
 }  // namespace vela::db

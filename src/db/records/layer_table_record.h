@@ -14,7 +14,7 @@ public:
     explicit LayerTableRecord(std::string_view name) { name_ = std::string(name); }
 
     Color color() const { return color_; }
-    void setColor(Color c) { assertWriteEnabled(), color_ = c; }
+    void setColor(Color c) { assertWriteEnabled(), color_ = c, colorIndexHint_ = 0; }
     ObjectId linetypeId() const { return linetype_; }
     void setLinetypeId(ObjectId id) { assertWriteEnabled(), linetype_ = id; }
     LineWeight lineWeight() const { return lineWeight_; }
@@ -53,6 +53,7 @@ private:
     bool off_ = false;
     bool plottable_ = true;
     bool inUse_ = true;  // usage data is a cached answer, not drawing content
+    std::uint8_t colorIndexHint_ = 0;  // the palette index a file gave beside a true color
     std::string description_;
 };
 

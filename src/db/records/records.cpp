@@ -64,12 +64,17 @@ void LayerTableRecord::dxfFields(Io& io, Self& self) {
         if (self.color_.isByLayer() || self.color_.isByBlock()) self.color_ = Color::fromIndex(7);
         std::int32_t rgb = -1;
         io.i32(420, rgb);
-        if (rgb >= 0) self.color_ = Color::fromRgb(std::uint8_t(rgb >> 16), std::uint8_t(rgb >> 8), std::uint8_t(rgb));
+        if (rgb >= 0) {
+            self.color_ = Color::fromRgb(std::uint8_t(rgb >> 16), std::uint8_t(rgb >> 8), std::uint8_t(rgb));
+            const int abs = index < 0 ? -index : index;
+            if (abs > 0 && abs < 256) self.colorIndexHint_ = static_cast<std::uint8_t>(abs);
+        }
         std::int16_t lw = -3;
         io.i16(370, lw);
         self.lineWeight_ = static_cast<LineWeight>(lw);
     } else {
-        const int index = self.color_.nearestColorIndex();
+        const int index = self.color_.isByColor() && self.colorIndexHint_ ? self.colorIndexHint_
+                                                                           : self.color_.nearestColorIndex();
         io.i16(62, static_cast<std::int16_t>(self.off_ ? -index : index));
         if (self.color_.isByColor()) io.i32(420, static_cast<std::int32_t>(self.color_.rgb()));
     }
