@@ -6,7 +6,7 @@ packages=(
   build-essential cmake ninja-build pkg-config git
   clang clang-format libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  libfast-float-dev
+  libfast-float-dev libedit-dev
   qt6-base-dev qt6-base-dev-tools
   python3-ezdxf
 )

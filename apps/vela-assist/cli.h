@@ -8,6 +8,8 @@ namespace vela::cli {
 /// Each sub-command takes its arguments (after the sub-command's name) and returns the process exit code.
 int infoCommand(const std::vector<std::string>& args);
 int convertCommand(const std::vector<std::string>& args);
+int runCommand(const std::vector<std::string>& args);
+int shellCommand(const std::vector<std::string>& args);
 
 /// A progress bar on standard error for loads of large files; silent for small ones and when stderr is no
 /// terminal (then one line per tenth).

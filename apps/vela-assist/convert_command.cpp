@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "cli.h"
+#include "drawing_loader.h"
 #include "db/dxf/dxf_reader.h"
 #include "db/dxf/dxf_writer.h"
 
@@ -12,16 +13,9 @@ int convertCommand(const std::vector<std::string>& args) {
         std::fputs("usage: vela-assist convert IN OUT\n", stderr);
         return 2;
     }
-    ProgressBar bar("loading");
-    db::DxfReadResult read =
-        db::readDxfFile(args[0], [&](std::size_t done, std::size_t total) { bar.update(done, total); });
-    bar.finish();
-    if (!read.database) {
-        std::fprintf(stderr, "vela-assist: %s: %s\n", args[0].c_str(), read.error->text().c_str());
-        return 1;
-    }
-    for (const std::string& w : read.warnings) std::fprintf(stderr, "warning: %s\n", w.c_str());
-    const db::SaveResult saved = db::saveDxfFile(*read.database, args[1]);
+    std::unique_ptr<db::Database> loaded = loadDrawing(args[0]);
+    if (!loaded) return 1;
+    const db::SaveResult saved = db::saveDxfFile(*loaded, args[1]);
     if (!saved.ok) {
         std::fprintf(stderr, "vela-assist: %s\n", saved.error.c_str());
         return 1;

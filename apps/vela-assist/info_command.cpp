@@ -3,6 +3,7 @@
 #include <map>
 
 #include "cli.h"
+#include "drawing_loader.h"
 #include "db/dxf/dxf_reader.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
@@ -30,16 +31,9 @@ int infoCommand(const std::vector<std::string>& args) {
         std::fputs("usage: vela-assist info DRAWING\n", stderr);
         return 2;
     }
-    ProgressBar bar("loading");
-    db::DxfReadResult read =
-        db::readDxfFile(args[0], [&](std::size_t done, std::size_t total) { bar.update(done, total); });
-    bar.finish();
-    if (!read.database) {
-        std::fprintf(stderr, "vela-assist: %s: %s\n", args[0].c_str(), read.error->text().c_str());
-        return 1;
-    }
-    for (const std::string& w : read.warnings) std::fprintf(stderr, "warning: %s\n", w.c_str());
-    db::Database& db = *read.database;
+    std::unique_ptr<db::Database> loaded = loadDrawing(args[0]);
+    if (!loaded) return 1;
+    db::Database& db = *loaded;
 
     std::map<std::string, std::size_t> perType;
     std::size_t model = 0, paper = 0, inBlocks = 0, blocks = 0;

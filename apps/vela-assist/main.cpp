@@ -14,6 +14,10 @@ void usage(std::FILE* to) {
         "commands:\n"
         "  info DRAWING         counts per entity type, layers and extents of a DXF drawing\n"
         "  convert IN OUT       load a DXF drawing and save it again as DXF R2018\n"
+        "  run [DRAWING|--new] [--save OUT]\n"
+        "                       converse with the assistant module: one JSON request a line on standard\n"
+        "                       input, one answer a line on standard output (bundled sample by default)\n"
+        "  shell [DRAWING]      an interactive command line, as in a CAD program\n"
         "  help                 this text\n",
         to);
 }
@@ -29,6 +33,8 @@ int main(int argc, char** argv) {
     const std::vector<std::string> args(argv + 2, argv + argc);
     if (command == "info") return vela::cli::infoCommand(args);
     if (command == "convert") return vela::cli::convertCommand(args);
+    if (command == "run") return vela::cli::runCommand(args);
+    if (command == "shell") return vela::cli::shellCommand(args);
     if (command == "help" || command == "--help" || command == "-h") {
         usage(stdout);
         return 0;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "db/database.h"
+
+namespace vela::cli {
+
+/// Reads a DXF drawing with a progress bar on standard error for large files; prints the reader's warnings.
+/// Null (after printing why) when it cannot be read.
+std::unique_ptr<db::Database> loadDrawing(const std::string& path);
+
+/// The bundled sample drawing, looked for beside the program and in the source tree.
+std::string bundledSamplePath();
+
+}  // namespace vela::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+
+namespace vela::cli {
+
+class Session;
+
+/// Answers the lines of a conversation script, one JSON object a line, each with exactly one line:
+///   {"call": SLOT, "text": TEXT}         the bridge slot's answer text ("true"/"false", or "" for slots
+///                                         that return nothing)
+///   {"command": NAME, "input": [...]}    {"result": CODE}
+///   {"select": [HANDLE, ...]}            \
+///   {"setting": {KEY: VALUE}}             |
+///   {"capability": {NAME: BOOL}}          |  {"ok": true} or {"ok": false, "error": WHY}
+///   {"open": PATH}, {"close": true},      |
+///   {"save": PATH}, {"undo": N}, {"redo": N}
+class ScriptRunner {
+public:
+    explicit ScriptRunner(Session& session) : session_(session) {}
+    QString answer(const QByteArray& line);
+
+private:
+    QString call(const QJsonObject& request);
+    QJsonObject select(const QJsonObject& request);
+    QJsonObject setting(const QJsonObject& request);
+    QJsonObject capability(const QJsonObject& request);
+    QJsonObject undoRedo(const QJsonObject& request, bool undo);
+
+    Session& session_;
+};
+
+}  // namespace vela::cli

@@ -1,0 +1,31 @@
+#include "bridge/command_call.h"
+
+#include <QJsonDocument>
+
+#include "bridge/request_registry.h"
+#include "host/host.h"
+
+namespace vela::bridge {
+
+QJsonObject MakeResult(bool success) {
+    QJsonObject result;
+    result.insert(QStringLiteral("success"), success);
+    return result;
+}
+
+QString ToCompactText(const QJsonObject& object) {
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+void RunAssistantCommand(CommandCall& call) {
+    RequestRegistry& registry = RequestRegistry::instance();
+    call.requestIdentifier = registry.AddRequest(call.requestText);
+    // The result code is not looked at: the response (or its absence) says everything.
+    host::systemServices().runCommand(call.commandName, {call.requestIdentifier});
+    if (std::optional<QJsonObject> response = registry.TakeResponse(call.requestIdentifier))
+        call.response = *response;
+    else
+        call.response = MakeResult(false);
+}
+
+}  // namespace vela::bridge

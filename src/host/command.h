@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+namespace vela::host {
+
+class CommandContext;
+
+/// A command the user (or a program) can run by name. The global name is the same in every language; the
+/// local name is what the user types and sees, translated.
+class Command {
+public:
+    virtual ~Command() = default;
+    virtual QString globalName() const = 0;
+    virtual QString localName() const = 0;
+    /// Commands of one module share a group, so that they can be listed and removed together.
+    virtual QString groupName() const { return QStringLiteral("VELA"); }
+    /// Runs the command; returns RTNORM, RTERROR or RTCAN.
+    virtual int execute(CommandContext& context) = 0;
+};
+
+}  // namespace vela::host

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+
+#include "db/database.h"
+#include "host/selection_set.h"
+#include "host/view.h"
+
+namespace vela::host {
+
+/// An open drawing: its database, the file it came from, what is selected and what is in view. Undo lives in
+/// the database.
+class Document {
+public:
+    Document(std::unique_ptr<db::Database> database, QString path);
+    Document(const Document&) = delete;
+    Document& operator=(const Document&) = delete;
+
+    db::Database* database() const { return database_.get(); }
+    /// The file the drawing was read from or last saved to; empty for a new drawing.
+    const QString& path() const { return path_; }
+    void setPath(const QString& path) { path_ = path; }
+    /// A short name for messages: the file name, or "Drawing" for a new one.
+    QString title() const;
+    SelectionSet& selection() { return selection_; }
+    const SelectionSet& selection() const { return selection_; }
+    View& view() { return view_; }
+    const View& view() const { return view_; }
+
+private:
+    std::unique_ptr<db::Database> database_;
+    QString path_;
+    SelectionSet selection_;
+    View view_;
+};
+
+}  // namespace vela::host

@@ -1,0 +1,68 @@
+#include "host/host.h"
+
+#include <QTextStream>
+#include <cassert>
+#include <cstdio>
+
+namespace vela::host {
+
+namespace {
+Host* g_host = nullptr;
+}
+
+void SystemServices::writeMessage(const QString& text) {
+    if (sink_) {
+        sink_->writeMessage(text);
+        return;
+    }
+    std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+}
+
+int SystemServices::runCommand(const QString& name, const QStringList& args) {
+    return commands_.run(name, args, userInput());
+}
+
+void SystemServices::openUrl(const QString& url) {
+    if (urlOpener_) {
+        urlOpener_(url);
+        return;
+    }
+    writeMessage(QStringLiteral("Open this address in a browser: %1").arg(url));
+}
+
+Host::Host() : modules_(std::make_unique<ModuleLoader>()) {
+    assert(!g_host && "one host per process");
+    g_host = this;
+}
+
+Host::~Host() {
+    // Modules go first: they may still talk to the host while they stop.
+    modules_->unloadAll();
+    documents_.closeAll();
+    g_host = nullptr;
+}
+
+Host* Host::instance() { return g_host; }
+
+SystemServices& systemServices() {
+    assert(g_host);
+    return g_host->services();
+}
+
+Capabilities* capabilities() { return g_host ? &g_host->capabilities() : nullptr; }
+
+DebugSettings& debugSettings() {
+    assert(g_host);
+    return g_host->debugSettings();
+}
+
+Editor& editor() {
+    assert(g_host);
+    return g_host->editor();
+}
+
+Document* activeDocument() { return g_host ? g_host->documents().activeDocument() : nullptr; }
+
+bool isTestFrameworkMode() { return g_host && g_host->isTestFrameworkMode(); }
+
+}  // namespace vela::host

@@ -1,0 +1,39 @@
+#include "module/command_table.h"
+
+#include <map>
+#include <memory>
+
+#include "bridge/assistant_command.h"
+#include "module/panel_commands.h"
+
+namespace vela::module {
+
+namespace {
+
+// The work of each assistant command, by global name. A command joins the host only when its work is here;
+// until then its bridge slot answers {"success": false}, as for a command that leaves no response.
+const std::map<QString, bridge::AssistantBody>& assistantBodies() {
+    static const std::map<QString, bridge::AssistantBody> bodies = {};
+    return bodies;
+}
+
+}  // namespace
+
+std::vector<host::Command*> moduleCommands() {
+    static CJxCommandVelaAssistant show;
+    static CJxCommandHideVelaAssistant hide;
+    static CJxCommandHighlightUI highlight;
+    static std::vector<std::unique_ptr<bridge::AssistantCommand>> assistant;
+    if (assistant.empty()) {
+        for (const bridge::AssistantCommandVariant& variant : bridge::assistantVariants()) {
+            auto body = assistantBodies().find(QString::fromLatin1(variant.globalName));
+            if (body != assistantBodies().end())
+                assistant.push_back(std::make_unique<bridge::AssistantCommand>(variant, body->second));
+        }
+    }
+    std::vector<host::Command*> commands = {&show, &hide, &highlight};
+    for (const auto& c : assistant) commands.push_back(c.get());
+    return commands;
+}
+
+}  // namespace vela::module

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QString>
+
+namespace vela::host {
+class CommandContext;
+}
+
+namespace vela::module {
+
+/// The assistant's operations for other modules, without the web page: each takes the parsed request and a
+/// command context and returns the response the page would get. Operations appear here as their commands
+/// are built.
+class CJxVelaAssistantAPI {
+public:
+    CJxVelaAssistantAPI() = default;
+    CJxVelaAssistantAPI(const CJxVelaAssistantAPI&) = default;
+    CJxVelaAssistantAPI& operator=(const CJxVelaAssistantAPI&) = default;
+    virtual ~CJxVelaAssistantAPI() = default;
+};
+
+/// What the electrical add-on offers the assistant; the add-on implements and installs it.
+class CJxElectricalAssistantAPI {
+public:
+    CJxElectricalAssistantAPI() = default;
+    CJxElectricalAssistantAPI(const CJxElectricalAssistantAPI&) = default;
+    CJxElectricalAssistantAPI& operator=(const CJxElectricalAssistantAPI&) = default;
+    virtual ~CJxElectricalAssistantAPI() = default;
+    /// Moves the view to the object the query names; true on success.
+    virtual bool GoTo(const QString& query) = 0;
+    /// Selects an entity by its handle and answers as JSON.
+    virtual QJsonObject SelectEntityByHandle(const QString& query) = 0;
+};
+
+/// The module's own implementation, installed in test-framework mode: the bare command bodies, with no gate,
+/// no request registry and no logging.
+class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {};
+
+}  // namespace vela::module
+
+// Exported: the process-wide instance pointers. Set* replaces the pointer and never deletes the previous
+// instance (its owner does).
+extern "C" {
+vela::module::CJxVelaAssistantAPI* GetJxVelaAssistantAPI();
+void SetJxVelaAssistantAPI(vela::module::CJxVelaAssistantAPI* api);
+vela::module::CJxElectricalAssistantAPI* GetJxElectricalAssistantAPI();
+void SetJxElectricalAssistantAPI(vela::module::CJxElectricalAssistantAPI* api);
+}

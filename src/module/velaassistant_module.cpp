@@ -1,0 +1,72 @@
+#include "module/velaassistant_module.h"
+
+#include "bridge/direct_bodies.h"
+#include "host/host.h"
+#include "module/command_table.h"
+#include "module/dock_widget_manager.h"
+#include "module/module_constants.h"
+#include "module/velaassistant_api.h"
+
+namespace vela::module {
+
+CJxVelaAssistantModule::CJxVelaAssistantModule() = default;
+
+CJxVelaAssistantModule::~CJxVelaAssistantModule() { removeCommands(); }
+
+void CJxVelaAssistantModule::initApp() {
+    if (host::Capabilities* caps = host::capabilities()) caps->registerCapability(kSelectEntitiesCapability);
+    host::debugSettings().setDescription(kDebugSettingKey, QStringLiteral("V3 services debugging"));
+    host::editor().addReactor(&CJxDockWidgetManager::instance());
+    registerCommands();
+    if (host::isTestFrameworkMode()) {
+        QString error;
+        if (!host::Host::instance()->modules().load(kTestFrameworkModule, &error))
+            host::systemServices().writeMessage(QStringLiteral("VELA AI Assist: %1").arg(error));
+        api_ = std::make_unique<CJxVelaAssistantAPIImpl>();
+        SetJxVelaAssistantAPI(api_.get());
+    }
+    if (host::Capabilities* caps = host::capabilities()) caps->registerCapability(kAiFeaturesCapability);
+    bridge::DirectBodies& direct = bridge::DirectBodies::instance();
+    direct.electricalGoTo = [](const QString& query) {
+        CJxElectricalAssistantAPI* api = GetJxElectricalAssistantAPI();
+        return api && api->GoTo(query);
+    };
+}
+
+void CJxVelaAssistantModule::uninitApp() {
+    removeCommands();
+    // The dock manager's code leaves with the module: it must not stay on the editor's list.
+    if (host::Host::instance()) host::editor().removeReactor(&CJxDockWidgetManager::instance());
+    bridge::DirectBodies::instance().clear();
+}
+
+void CJxVelaAssistantModule::registerCommands() {
+    if (registered_) return;
+    commands_ = moduleCommands();
+    host::CommandStack& stack = host::systemServices().commandStack();
+    // The change tracker starts between the sixteenth and the seventeenth command of the full set, so that it
+    // hears the documents before the last two commands can run.
+    for (host::Command* c : commands_) stack.addCommand(c);
+    registered_ = true;
+}
+
+void CJxVelaAssistantModule::removeCommands() {
+    if (!registered_) return;
+    if (host::Host* h = host::Host::instance())
+        for (host::Command* c : commands_) h->commands().removeCommand(c);
+    if (host::isTestFrameworkMode()) {
+        if (host::Host* h = host::Host::instance()) h->modules().unload(kTestFrameworkModule);
+        SetJxVelaAssistantAPI(nullptr);
+        api_.reset();
+    }
+    registered_ = false;
+}
+
+}  // namespace vela::module
+
+extern "C" {
+__attribute__((visibility("default"))) vela::host::Module* odrxCreateModuleObject() {
+    return new vela::module::CJxVelaAssistantModule();
+}
+__attribute__((visibility("default"))) int odrxGetAPIVersion() { return vela::host::kModuleApiVersion; }
+}
