@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
-# The main job on the bundled sample drawing: installs what is missing, builds, and shows what the drawing holds,
-# then saves it again through our reader and writer.
+# The main job on the bundled sample drawing: installs what is missing, builds, shows what the drawing holds,
+# then holds a short scripted conversation with the assistant module (examples/assistant_session.jsonl):
+# each request line is answered by one line; the host's command-line log goes to standard error.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$here"
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)" --target vela-assist
-sample="examples/floor_plan.dxf"
-out="${TMPDIR:-/tmp}/floor_plan.saved.dxf"
-build/release/apps/vela-assist/vela-assist info "$sample"
-build/release/apps/vela-assist/vela-assist convert "$sample" "$out"
-build/release/apps/vela-assist/vela-assist info "$out" | head -4
+bin=build/release/apps/vela-assist/vela-assist
+sample=examples/floor_plan.dxf
+"$bin" info "$sample"
+echo
+echo "== conversation (requests from examples/assistant_session.jsonl, one answer a line) =="
+"$bin" run "$sample" < examples/assistant_session.jsonl

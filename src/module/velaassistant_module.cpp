@@ -70,3 +70,13 @@ __attribute__((visibility("default"))) vela::host::Module* odrxCreateModuleObjec
 }
 __attribute__((visibility("default"))) int odrxGetAPIVersion() { return vela::host::kModuleApiVersion; }
 }
+
+// How a desktop front end tells the module how to make its palette widget (the module needs no widget library
+// to be loaded by a headless host).
+extern "C" __attribute__((visibility("default"))) void VelaAssistSetPaletteFactory(void* (*create)(),
+                                                                                  void (*destroy)(void*)) {
+    vela::module::CJxDockWidgetManager::PaletteFactory factory;
+    if (create) factory.create = create;
+    if (destroy) factory.destroy = destroy;
+    vela::module::CJxDockWidgetManager::instance().setPaletteFactory(std::move(factory));
+}

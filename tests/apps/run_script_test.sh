@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Converses with "vela-assist run" through pipes, as another program would: each request line is answered by
+# exactly one line, at once, and the session goes on after bad lines. Usage: run_script_test.sh VELA_ASSIST
+set -euo pipefail
+bin="$1"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+
+# Answers must come line by line while the input is still open: feed one line, read one answer.
+coproc SESSION { "$bin" run --new 2>"$work/log"; }
+ask() {
+    printf '%s\n' "$1" >&"${SESSION[1]}"
+    local answer
+    if ! IFS= read -r -t 20 answer <&"${SESSION[0]}"; then echo "no answer to: $1"; exit 1; fi
+    if [ "$answer" != "$2" ]; then printf 'request:  %s\nexpected: %s\ngot:      %s\n' "$1" "$2" "$answer"; exit 1; fi
+}
+ask '{"call":"CreateLayers","text":"{}"}' '{"success":false}'
+ask '{"capability":{"veladesk.v3.selectentities":false}}' '{"ok":true}'
+ask '{"call":"CreateLayers","text":"{}"}' '{"layers":[],"success":false}'
+ask '{"call":"CreateBlocks","text":"anything"}' '{"blocks":[],"success":false}'
+ask '{"call":"ElectricalGoTo","text":"x"}' 'false'
+ask '{"call":"newThreadStarted"}' ''
+ask 'this is not json' '{"error":"not JSON: illegal value at offset 1","ok":false}'
+ask '[]' '{"error":"a line must be one JSON object","ok":false}'
+ask '{"call":"NoSuchSlot"}' '{"error":"no slot named '"'"'NoSuchSlot'"'"'","ok":false}'
+ask '{"command":"_VELAAIASSIST","input":[]}' '{"result":-5001}'
+ask '{"command":"_NOSUCHCOMMAND"}' '{"result":-5001}'
+ask '{"command":"_HIGHLIGHTUI","input":["LINE"]}' '{"result":5100}'
+ask '{"setting":{"V3Debugging":"enabled"}}' '{"ok":true}'
+ask '{"select":["ZZZ"]}' '{"error":"no object with handle '"'"'ZZZ'"'"'","ok":false}'
+ask '{"undo":1}' '{"error":"only 0 of 1 steps could be undone","ok":false}'
+ask '{"save":"'"$work"'/saved.dxf"}' '{"ok":true}'
+ask '{"open":"'"$work"'/saved.dxf"}' '{"ok":true}'
+ask '{"close":true}' '{"ok":true}'
+ask '{"close":true}' '{"error":"no drawing is open","ok":false}'
+ask '{"capability":{"veladesk.v3.selectentities":true}}' '{"ok":true}'
+ask '{"call":"ModifyLayers","text":"{}"}' '{"success":false}'
+exec {SESSION[1]}>&-
+wait "$SESSION_PID"
+grep -q "Received" "$work/log" && { echo "a refused or ungated call logged"; cat "$work/log"; exit 1; }
+/usr/bin/python3 -c "import ezdxf,sys; d=ezdxf.readfile(sys.argv[1]); assert not d.audit().has_errors" "$work/saved.dxf"
+echo "run: all answers as expected"

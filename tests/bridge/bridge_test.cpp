@@ -1,0 +1,198 @@
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+#include "bridge/assistant_command.h"
+#include "bridge/command_call.h"
+#include "bridge/request_registry.h"
+#include "bridge/velaassistant_communication.h"
+#include "host/command_context.h"
+#include "host/host.h"
+#include "host/result_codes.h"
+
+namespace vela::bridge {
+namespace {
+
+using host::RTERROR;
+using host::RTNORM;
+
+class Log : public host::MessageSink {
+public:
+    QStringList lines;
+    void writeMessage(const QString& text) override { lines << text; }
+};
+
+QJsonObject parse(const QString& text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
+
+class BridgeTest : public ::testing::Test {
+protected:
+    BridgeTest() {
+        host.services().setMessageSink(&log);
+        host.capabilities().registerCapability(QStringLiteral("veladesk.v3.selectentities"));
+        host.documents().createNew();
+    }
+    /// Registers an assistant command with its real variant and a body given by the test.
+    void addCommand(const char* globalName, AssistantBody body) {
+        commands.push_back(std::make_unique<AssistantCommand>(*findAssistantVariant(QLatin1String(globalName)),
+                                                              std::move(body)));
+        host.commands().addCommand(commands.back().get());
+    }
+    ~BridgeTest() override {
+        for (auto& c : commands) host.commands().removeCommand(c.get());
+    }
+
+    host::Host host;
+    Log log;
+    CJxVelaAssistantCommunication bridge;
+    std::vector<std::unique_ptr<AssistantCommand>> commands;
+};
+
+TEST(RequestRegistry, KeepsUnansweredRequestsAndHandsOutAnswersOnce) {
+    RequestRegistry& r = RequestRegistry::instance();
+    const int before = r.size();
+    const QString id = r.AddRequest(QStringLiteral("{\"a\":1}"));
+    EXPECT_EQ(id.size(), 38);
+    EXPECT_TRUE(id.startsWith(QLatin1Char('{')) && id.endsWith(QLatin1Char('}')));
+    EXPECT_NE(r.AddRequest(QString()), id);
+    ASSERT_TRUE(r.FindRequest(id).has_value());
+    EXPECT_EQ(r.FindRequest(id)->requestText, QStringLiteral("{\"a\":1}"));
+    EXPECT_FALSE(r.TakeResponse(id).has_value()) << "not answered yet";
+    EXPECT_TRUE(r.FindRequest(id).has_value()) << "an unanswered request is kept";
+    r.SetResponse(QStringLiteral("{unknown}"), MakeResult(true));
+    EXPECT_FALSE(r.FindRequest(QStringLiteral("{unknown}")).has_value()) << "setting an unknown id adds nothing";
+    r.SetResponse(id, MakeResult(true));
+    const auto response = r.TakeResponse(id);
+    ASSERT_TRUE(response.has_value());
+    EXPECT_TRUE(response->value(QStringLiteral("success")).toBool());
+    EXPECT_FALSE(r.FindRequest(id).has_value());
+    EXPECT_FALSE(r.TakeResponse(id).has_value());
+    EXPECT_EQ(r.size(), before + 1) << "only the unanswered empty request is left";
+}
+
+TEST_F(BridgeTest, RefusesWithoutCapabilityOrDrawing) {
+    addCommand("_V3_CREATELAYERS", [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
+    EXPECT_EQ(bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"success\":true}"));
+
+    host.capabilities().setGranted(QStringLiteral("veladesk.v3.selectentities"), false);
+    const std::vector<std::pair<QString, QString>> refusals = {
+        {bridge.SelectEntities(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.ModifyEntityProperties(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.TransformEntities(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.CreateEntities(QString()), QStringLiteral("{\"entities\":[],\"success\":false}")},
+        {bridge.DeleteEntities(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"layers\":[],\"success\":false}")},
+        {bridge.ModifyLayers(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.DeleteLayers(QString()), QStringLiteral("{\"layers\":[],\"success\":false}")},
+        {bridge.CreateBlocks(QString()), QStringLiteral("{\"blocks\":[],\"success\":false}")},
+        {bridge.CreateHatch(QString()), QStringLiteral("{\"entities\":[],\"success\":false}")},
+        {bridge.EvaluateLisp(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.SummarizeEntities(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.GetCurrentLayersInfo(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.GetHandlesOfSelectedEntities(QString()), QStringLiteral("{\"success\":false}")},
+        {bridge.SelectEntityByHandle(QString()), QStringLiteral("{\"success\":false}")},
+    };
+    for (const auto& [got, want] : refusals) EXPECT_EQ(got, want);
+    EXPECT_FALSE(bridge.ElectricalGoTo(QStringLiteral("x")));
+
+    host.capabilities().setGranted(QStringLiteral("veladesk.v3.selectentities"), true);
+    host.debugSettings().setValue(QStringLiteral("V3Debugging"), QStringLiteral("enabled"));
+    host.documents().closeAll();
+    EXPECT_EQ(bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"layers\":[],\"success\":false}"));
+    EXPECT_EQ(bridge.ModifyLayers(QStringLiteral("{}")), QStringLiteral("{\"success\":false}"));
+    EXPECT_TRUE(log.lines.isEmpty()) << "a refusal writes no log line";
+    // The changes report asks no capability and answers for no drawing too.
+    bridge.GetChangesInfo(QString());
+    EXPECT_EQ(log.lines, QStringList{QStringLiteral("Received GetChangesInfo query from assistant")});
+}
+
+TEST_F(BridgeTest, LogsTwoLinesOnlyWhenDebuggingIsExactlyEnabled) {
+    addCommand("_V3_CREATEBLOCKS", [](const QJsonDocument& d, host::CommandContext&) {
+        QJsonObject r = MakeResult(true);
+        r.insert(QStringLiteral("blocks"), QJsonArray{d.object().value(QStringLiteral("name"))});
+        return r;
+    });
+    const QString request = QStringLiteral("{\"name\": \"B1\"}");
+    for (const char* value : {"Enabled", "enabled ", "", "1"}) {
+        host.debugSettings().setValue(QStringLiteral("V3Debugging"), QLatin1String(value));
+        bridge.CreateBlocks(request);
+    }
+    EXPECT_TRUE(log.lines.isEmpty());
+    host.debugSettings().setValue(QStringLiteral("V3Debugging"), QStringLiteral("enabled"));
+    const QString answer = bridge.CreateBlocks(request);
+    ASSERT_EQ(log.lines.size(), 2);
+    EXPECT_EQ(log.lines[0], QStringLiteral("Received block creation query from assistant:\n") + request);
+    EXPECT_EQ(log.lines[1], QStringLiteral("Block creation response:\n") +
+                                QString::fromUtf8(QJsonDocument(parse(answer)).toJson(QJsonDocument::Indented)));
+    EXPECT_EQ(answer, QStringLiteral("{\"blocks\":[\"B1\"],\"success\":true}")) << "compact, keys sorted";
+    EXPECT_EQ(bridge.property("JxAnswer").toString(), answer);
+    log.lines.clear();
+    bridge.GetCurrentLayersInfo(QString());
+    EXPECT_TRUE(log.lines.isEmpty()) << "the layer summary slot never logs";
+}
+
+TEST_F(BridgeTest, ACommandThatLeavesNoResponseAnswersFailure) {
+    // No command is registered for creating entities, and one that fails before answering.
+    EXPECT_EQ(bridge.CreateEntities(QStringLiteral("{}")), QStringLiteral("{\"success\":false}"));
+    host::CommandContext* seen = nullptr;
+    addCommand("_V3_SELECTENTITIES", [&](const QJsonDocument&, host::CommandContext& c) -> QJsonObject {
+        seen = &c;
+        throw std::runtime_error("the body failed");
+    });
+    EXPECT_EQ(bridge.SelectEntities(QStringLiteral("{}")), QStringLiteral("{\"success\":false}"));
+    EXPECT_NE(seen, nullptr);
+    EXPECT_EQ(bridge.property("JxAnswer").toString(), QStringLiteral("{\"success\":false}"));
+}
+
+TEST_F(BridgeTest, PrologueAnswersNotFoundAndBadJsonPerVariant) {
+    int bodies = 0;
+    auto body = [&](const QJsonDocument&, host::CommandContext&) {
+        ++bodies;
+        return MakeResult(true);
+    };
+    for (const AssistantCommandVariant& v : assistantVariants()) addCommand(v.globalName, body);
+    RequestRegistry& registry = RequestRegistry::instance();
+    const int before = registry.size();
+    // Typed on the command line with an identifier that was never registered.
+    for (const AssistantCommandVariant& v : assistantVariants()) {
+        const int code = host.services().runCommand(QLatin1String(v.globalName), {QStringLiteral("{nothing}")});
+        EXPECT_EQ(code, v.notFoundReturn) << v.globalName;
+    }
+    EXPECT_EQ(registry.size(), before) << "the registry is left as it was";
+    EXPECT_EQ(host.services().runCommand(QStringLiteral("_V3_CREATEBLOCKS"), {}), RTERROR) << "no identifier to read";
+    EXPECT_EQ(bodies, 0);
+
+    // Bad JSON never reaches the body; commands that take no payload never parse.
+    QJsonParseError expected;
+    QJsonDocument::fromJson(QByteArray(), &expected);
+    const QJsonObject empty = parse(bridge.ModifyLayers(QString()));
+    EXPECT_FALSE(empty.value(QStringLiteral("success")).toBool());
+    EXPECT_EQ(empty.value(QStringLiteral("errorMessages")).toString(),
+              QStringLiteral("Invalid JSON payload: ") + expected.errorString());
+    EXPECT_EQ(parse(bridge.EvaluateLisp(QStringLiteral("{oops"))).value(QStringLiteral("error")).toString().left(22),
+              QStringLiteral("Invalid JSON payload: "));
+    EXPECT_EQ(bodies, 0);
+    EXPECT_EQ(bridge.GetCurrentLayersInfo(QStringLiteral("not json at all")), QStringLiteral("{\"success\":true}"));
+    EXPECT_EQ(bodies, 1);
+
+    // The layer summary needs a drawing before anything else: no response is stored without one.
+    const QString id = registry.AddRequest(QString());
+    host::UserIO withId({id}, host.services().userInput());
+    host::CommandContext noDrawing(nullptr, withId);
+    host::Command* summarize = host.commands().lookup(QStringLiteral("_V3_SUMMARIZELAYERS"));
+    EXPECT_EQ(summarize->execute(noDrawing), RTERROR);
+    EXPECT_FALSE(registry.TakeResponse(id).has_value());
+}
+
+TEST(AssistantCommand, LocalNamesComeFromTheCatalogueOrTheNameItself) {
+    const AssistantCommand command(*findAssistantVariant(QStringLiteral("_V3_CREATEBLOCKS")),
+                                   [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
+    EXPECT_EQ(command.globalName(), QStringLiteral("_V3_CREATEBLOCKS"));
+    EXPECT_EQ(command.localName(), QStringLiteral("V3_CREATEBLOCKS"));
+    EXPECT_EQ(findAssistantVariant(QStringLiteral("_NOT_ONE")), nullptr);
+    EXPECT_EQ(assistantVariants().size(), 14u);
+}
+
+}  // namespace
+}  // namespace vela::bridge
