@@ -12,11 +12,9 @@ class Session;
 ///   {"call": SLOT, "text": TEXT}         the bridge slot's answer text ("true"/"false", or "" for slots
 ///                                         that return nothing)
 ///   {"command": NAME, "input": [...]}    {"result": CODE}
-///   {"select": [HANDLE, ...]}            \
-///   {"setting": {KEY: VALUE}}             |
-///   {"capability": {NAME: BOOL}}          |  {"ok": true} or {"ok": false, "error": WHY}
-///   {"open": PATH}, {"close": true},      |
-///   {"save": PATH}, {"undo": N}, {"redo": N}
+///   {"select": [HANDLE, ...]}, {"setting": {KEY: VALUE}}, {"capability": {NAME: BOOL}},
+///   {"open": PATH}, {"close": true}, {"save": PATH}, {"undo": N}, {"redo": N}
+///                                        {"ok": true} or {"ok": false, "error": WHY}
 class ScriptRunner {
 public:
     explicit ScriptRunner(Session& session) : session_(session) {}

@@ -2,10 +2,23 @@
 
 #include <QFileInfo>
 
+#include "db/records/block_table_record.h"
+
 namespace vela::host {
 
 Document::Document(std::unique_ptr<db::Database> database, QString path)
     : database_(std::move(database)), path_(std::move(path)) {}
+
+db::ObjectId Document::activeSpaceId() const {
+    return activeSpace_.isValid() ? activeSpace_ : database_->modelSpaceId();
+}
+
+bool Document::setActiveSpace(db::ObjectId space) {
+    auto* btr = db::objectCast<db::BlockTableRecord>(space.peek());
+    if (!btr || btr->database() != database_.get() || !btr->isLayout() || btr->isErased()) return false;
+    activeSpace_ = space;
+    return true;
+}
 
 QString Document::title() const { return path_.isEmpty() ? QStringLiteral("Drawing") : QFileInfo(path_).fileName(); }
 

@@ -25,6 +25,10 @@ public:
     QString title() const;
     SelectionSet& selection() { return selection_; }
     const SelectionSet& selection() const { return selection_; }
+    /// The space the user works in: model space unless a paper-space layout was made current.
+    db::ObjectId activeSpaceId() const;
+    /// Makes a layout's space current; false for an id that is not a layout's block of this drawing.
+    bool setActiveSpace(db::ObjectId space);
     View& view() { return view_; }
     const View& view() const { return view_; }
 
@@ -33,6 +37,7 @@ private:
     QString path_;
     SelectionSet selection_;
     View view_;
+    db::ObjectId activeSpace_;
 };
 
 }  // namespace vela::host

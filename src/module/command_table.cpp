@@ -4,6 +4,11 @@
 #include <memory>
 
 #include "bridge/assistant_command.h"
+#include "commands/entities/select_entities.h"
+#include "commands/entities/selected_handles.h"
+#include "commands/entities/summarize_entities.h"
+#include "commands/layers/summarize_layers.h"
+#include "host/command_context.h"
 #include "module/panel_commands.h"
 
 namespace vela::module {
@@ -13,7 +18,14 @@ namespace {
 // The work of each assistant command, by global name. A command joins the host only when its work is here;
 // until then its bridge slot answers {"success": false}, as for a command that leaves no response.
 const std::map<QString, bridge::AssistantBody>& assistantBodies() {
-    static const std::map<QString, bridge::AssistantBody> bodies = {};
+    static const std::map<QString, bridge::AssistantBody> bodies = {
+        {QStringLiteral("_V3_GETHANDLESOFSELECTEDENTITIES"),
+         [](const QJsonDocument&, host::CommandContext& c) { return commands::SelectedHandlesResponse(c.document()); }},
+        {QStringLiteral("_V3_SELECTENTITIES"), &commands::SelectObjectsResponse},
+        {QStringLiteral("_V3_SUMMARIZEENTITIES"), &commands::SummarizeEntitiesResponse},
+        {QStringLiteral("_V3_SUMMARIZELAYERS"),
+         [](const QJsonDocument&, host::CommandContext& c) { return commands::SummarizeLayers(c.database()); }},
+    };
     return bodies;
 }
 

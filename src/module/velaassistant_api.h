@@ -19,6 +19,12 @@ public:
     CJxVelaAssistantAPI(const CJxVelaAssistantAPI&) = default;
     CJxVelaAssistantAPI& operator=(const CJxVelaAssistantAPI&) = default;
     virtual ~CJxVelaAssistantAPI() = default;
+
+    virtual void SelectEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void GetHandlesOfSelectedEntities(host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
+                                   QJsonObject& response) = 0;
 };
 
 /// What the electrical add-on offers the assistant; the add-on implements and installs it.
@@ -36,7 +42,14 @@ public:
 
 /// The module's own implementation, installed in test-framework mode: the bare command bodies, with no gate,
 /// no request registry and no logging.
-class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {};
+class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {
+public:
+    void SelectEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void GetHandlesOfSelectedEntities(host::CommandContext* context, QJsonObject& response) override;
+    void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
+    void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
+                           QJsonObject& response) override;
+};
 
 }  // namespace vela::module
 

@@ -1,6 +1,8 @@
 #include "module/velaassistant_module.h"
 
 #include "bridge/direct_bodies.h"
+#include "commands/entities/select_by_handle.h"
+#include "commands/entities/selected_handles.h"
 #include "host/host.h"
 #include "module/command_table.h"
 #include "module/dock_widget_manager.h"
@@ -27,6 +29,8 @@ void CJxVelaAssistantModule::initApp() {
     }
     if (host::Capabilities* caps = host::capabilities()) caps->registerCapability(kAiFeaturesCapability);
     bridge::DirectBodies& direct = bridge::DirectBodies::instance();
+    direct.selectedHandles = &commands::SelectedHandlesResponse;
+    direct.selectByHandle = &commands::SelectEntitiesByHandle;
     direct.electricalGoTo = [](const QString& query) {
         CJxElectricalAssistantAPI* api = GetJxElectricalAssistantAPI();
         return api && api->GoTo(query);

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "db/dxf/dxf_output.h"
+#include "db/dxf/dxf_record.h"
 #include "db/dxf/group_code.h"
 #include "db/dxf/required_objects.h"
 #include "db/dxf/tag_writer.h"
@@ -144,50 +145,9 @@ private:
         return s;
     }
 
-    /// Type, handle, application groups and owner: what every record starts with.
-    void writeRecordHead(const DbObject& o, const char* type) {
-        tags_.writeString(0, type);
-        tags_.writeHandle(std::string_view(type) == "DIMSTYLE" ? 105 : 5, o.handle().value());
-        if (const ObjectExtras* x = o.extras()) {
-            if (!x->persistentReactors.empty()) {
-                tags_.writeString(102, "{ACAD_REACTORS");
-                for (ObjectId r : x->persistentReactors)
-                    if (!r.isNull()) tags_.writeHandle(330, r.handle().value());
-                tags_.writeString(102, "}");
-            }
-            if (!x->extensionDictionary.isNull()) {
-                tags_.writeString(102, "{ACAD_XDICTIONARY");
-                tags_.writeHandle(360, x->extensionDictionary.handle().value());
-                tags_.writeString(102, "}");
-            }
-        }
-        const ObjectId owner = o.ownerId();
-        if (!owner.isNull())
-            tags_.writeHandle(330, owner.handle().value());
-        else if (std::string_view(type) == "DICTIONARY" || std::string_view(type) == "TABLE")
-            tags_.writeHandle(330, 0);
-    }
+    void writeObject(const DbObject& o, const char*) { writeDxfRecord(o, out_); }
 
-    void writeXData(const DbObject& o) {
-        if (const auto* layer = objectCast<LayerTableRecord>(&o); layer && layer->transparency() != Transparency::fromAlpha(255)) {
-            tags_.writeString(1001, "AcCmTransparency");
-            tags_.writeInt(1071, static_cast<std::int32_t>(layer->transparency().raw()));
-        }
-        if (const ObjectExtras* x = o.extras())
-            for (const DxfTag& t : x->xdata) out_.writeRaw(t.code, t.value);
-    }
-
-    void writeObject(const DbObject& o, const char* type) {
-        writeRecordHead(o, type);
-        o.dxfOutFields(out_);
-        writeXData(o);
-    }
-
-    static const char* typeOf(const DbObject& o) {
-        if (auto* raw = objectCast<RawEntity>(&o)) return raw->dxfName().c_str();
-        if (auto* raw = objectCast<RawObject>(&o)) return raw->dxfName().c_str();
-        return o.isA()->dxfName();
-    }
+    static const char* typeOf(const DbObject& o) { return dxfRecordType(o); }
 
     void writeTables() {
         section("TABLES");
@@ -206,7 +166,8 @@ private:
             tags_.writeHandle(5, table->handle().value());
             tags_.writeHandle(330, 0);
             table->dxfOutFields(out_);
-            writeXData(*table);
+            if (const ObjectExtras* x = table->extras())
+                for (const DxfTag& t : x->xdata) out_.writeRaw(t.code, t.value);
             table->forEachRecord([&](SymbolTableRecord* r) { writeObject(*r, name); });
             tags_.writeString(0, "ENDTAB");
         }

@@ -1,0 +1,199 @@
+#include "commands/entities/select_entities.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <algorithm>
+#include <map>
+#include <unordered_set>
+
+#include "commands/entities/property_value_converter.h"
+#include "db/database.h"
+#include "db/entities/block_reference.h"
+#include "host/command_context.h"
+#include "host/document.h"
+#include "host/properties/selection_engine.h"
+#include "properties/color_text.h"
+
+namespace vela::commands {
+
+namespace {
+
+int operatorCode(const QString& text, int previous) {
+    if (text == QLatin1String("==")) return 1;
+    if (text == QLatin1String("!=")) return 2;
+    if (text == QLatin1String("<")) return 3;
+    if (text == QLatin1String(">")) return 4;
+    if (text == QLatin1String("SelectAll")) return 6;
+    return previous;  // an unknown text leaves the code as it was
+}
+
+QString valueText(const QJsonValue& v) {
+    if (v.isDouble()) return QString::number(v.toDouble(), 'g', 6);
+    if (v.isString()) return v.toString();
+    if (v.isBool()) return v.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    return v.toVariant().toString();
+}
+
+struct ResultList {
+    std::vector<db::ObjectId> ids;
+};
+
+}  // namespace
+
+std::vector<SelectionEntry> ReadSelectionQuery(const QJsonObject& request) {
+    std::multimap<QString, SelectionEntry> ordered;
+    for (const QJsonValue& element : request.value(QStringLiteral("entities")).toArray()) {
+        if (!element.isObject()) continue;
+        const QJsonObject object = element.toObject();
+        SelectionEntry entry;
+        if (object.value(QStringLiteral("className")).isString())
+            entry.className = object.value(QStringLiteral("className")).toString();
+        const QJsonValue properties = object.value(QStringLiteral("properties"));
+        if (properties.isArray()) {
+            for (const QJsonValue& c : properties.toArray()) {
+                if (!c.isObject()) continue;
+                SelectionCondition condition;
+                const QJsonObject o = c.toObject();
+                for (auto it = o.begin(); it != o.end(); ++it) {
+                    if (it.key() == QLatin1String("property"))
+                        condition.property = QCoreApplication::translate("property_types", it.value().toString().toUtf8().constData());
+                    else if (it.key() == QLatin1String("operator"))
+                        condition.operatorCode = operatorCode(it.value().toString(), condition.operatorCode);
+                    else if (it.key() == QLatin1String("value"))
+                        condition.value = valueText(it.value());
+                }
+                entry.conditions.push_back(condition);
+            }
+        }
+        ordered.emplace(entry.className, std::move(entry));
+    }
+    std::vector<SelectionEntry> entries;
+    for (auto& [name, entry] : ordered) entries.push_back(std::move(entry));
+    return entries;
+}
+
+QJsonObject SelectObjectsResponse(const QJsonDocument& request, host::CommandContext& context) {
+    return SelectObjects(request.object(), context.document());
+}
+
+QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) {
+    using host::SearchItem;
+    using host::SearchOperator;
+    QJsonObject response;
+    QJsonArray errors;
+    bool success = false;
+    std::vector<ResultList> lists;
+    const host::PropertyProtocol& protocol = host::PropertyProtocol::instance();
+    db::Database* database = document ? document->database() : nullptr;
+    const db::ObjectId space = document ? document->activeSpaceId() : db::ObjectId();
+
+    // One engine search. `always` keeps even an empty result: a condition on a named class that matches nothing
+    // empties the whole answer, as an AND must.
+    auto search = [&](const SearchItem& item, bool always) {
+        ResultList list;
+        const int count = database ? host::SelectionEngine::selectItems(*database, space, item, list.ids) : 0;
+        if (count > 0) success = true;
+        if (count > 0 || always) lists.push_back(std::move(list));
+    };
+
+    for (const SelectionEntry& entry : ReadSelectionQuery(request)) {
+        if (entry.className == QLatin1String("All")) {
+            const bool selectAll = entry.conditions.empty() ||
+                                   (entry.conditions.size() == 1 && entry.conditions[0].operatorCode == 6);
+            if (selectAll) {
+                search(SearchItem{}, false);
+                continue;
+            }
+            // Every class that has the property gets a search; a class without matches is not a reason to
+            // empty the answer, so only searches that find something count here.
+            for (const db::RxClass* cls : protocol.classes()) {
+                for (const SelectionCondition& c : entry.conditions) {
+                    const host::PropertyDescriptor* property = protocol.find(cls, c.property);
+                    if (!property || c.operatorCode == 0) continue;
+                    const ConvertedValue converted = ConvertPropertyValue(*property, c.value, database);
+                    if (converted.status != properties::ColorParseStatus::Ok)
+                        errors.append(properties::ColorParseErrorMessage(converted.status, c.value));
+                    if (std::holds_alternative<std::monostate>(converted.value) && c.operatorCode != 6) continue;
+                    search(SearchItem{cls, property, static_cast<SearchOperator>(c.operatorCode), converted.value,
+                                      SearchItem::Kind::Ordinary},
+                           false);
+                }
+            }
+            continue;
+        }
+        const db::RxClass* cls = protocol.findClass(entry.className);
+        if (!cls) continue;
+        const bool isBlockReference = cls->isDerivedFrom(db::BlockReference::desc());
+        for (const SelectionCondition& c : entry.conditions) {
+            SearchItem item;
+            item.cls = cls;
+            item.kind = isBlockReference ? SearchItem::Kind::BlockReference : SearchItem::Kind::Ordinary;
+            if (isBlockReference && c.property.compare(QLatin1String("External Reference"), Qt::CaseInsensitive) == 0) {
+                item.kind = SearchItem::Kind::ExternalReference;
+                item.op = SearchOperator::SelectAll;
+                search(item, true);
+                continue;
+            }
+            if (c.operatorCode == 6) {
+                item.op = SearchOperator::SelectAll;
+                search(item, true);
+                continue;
+            }
+            const host::PropertyDescriptor* property = protocol.find(cls, c.property);
+            if (!property) continue;
+            if (c.operatorCode == 0) {
+                // An operator that was not understood matches nothing.
+                search(SearchItem{cls, property, SearchOperator::Equal, host::PropertyValue(), item.kind}, true);
+                continue;
+            }
+            const ConvertedValue converted = ConvertPropertyValue(*property, c.value, database);
+            if (converted.status != properties::ColorParseStatus::Ok)
+                errors.append(properties::ColorParseErrorMessage(converted.status, c.value));
+            if (std::holds_alternative<std::monostate>(converted.value)) continue;
+            item.property = property;
+            item.op = static_cast<SearchOperator>(c.operatorCode);
+            item.value = converted.value;
+            search(item, true);
+        }
+    }
+
+    // Combine: AND within the lists of one class (by the class of a list's first entity), OR across classes.
+    std::vector<db::ObjectId> result;
+    const bool anyEmpty = std::any_of(lists.begin(), lists.end(), [](const ResultList& l) { return l.ids.empty(); });
+    if (!anyEmpty) {
+        std::vector<std::pair<const db::RxClass*, std::vector<db::ObjectId>>> groups;
+        // Object ids are ordered by handle, so that answers list entities in a stable order.
+        const auto byHandle = [](db::ObjectId a, db::ObjectId b) { return a.handle() < b.handle(); };
+        for (ResultList& list : lists) {
+            std::sort(list.ids.begin(), list.ids.end(), byHandle);
+            const db::RxClass* cls = list.ids.front().peek()->isA();
+            auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.first == cls; });
+            if (group == groups.end()) {
+                groups.emplace_back(cls, list.ids);
+            } else {
+                std::vector<db::ObjectId> both;
+                std::set_intersection(group->second.begin(), group->second.end(), list.ids.begin(), list.ids.end(),
+                                      std::back_inserter(both), byHandle);
+                group->second = std::move(both);
+            }
+        }
+        std::unordered_set<db::ObjectId> seen;
+        for (const auto& [cls, ids] : groups)
+            for (db::ObjectId id : ids)
+                if (seen.insert(id).second) result.push_back(id);
+    }
+
+    QJsonArray handles;
+    for (db::ObjectId id : result)
+        if (auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForRead))
+            handles.append(QString::fromStdString(entity->handle().toText()));
+    if (document) document->selection().set(result);
+
+    response.insert(QStringLiteral("success"), success);
+    response.insert(QStringLiteral("numSelected"), static_cast<qint64>(result.size()));
+    response.insert(QStringLiteral("handles"), handles);
+    if (!errors.isEmpty()) response.insert(QStringLiteral("errorMessages"), errors);
+    return response;
+}
+
+}  // namespace vela::commands

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+#include "db/lineweight.h"
+
+namespace vela::host {
+
+/// Reads a lineweight as the property panel names it. Accepted, with blanks around the text ignored:
+/// - "ByLayer", "ByBlock" and "Default", in any case;
+/// - a standard width in millimetres with a decimal point: "0.25", ".25", "0.250", "1", "2.11", "0" or
+/// "0.00",
+///   optionally followed by "mm" in any case, with or without a blank before it ("0.25 mm", "0.25mm").
+/// Anything else gives false and leaves `out` unchanged: widths that are not standard ("0.26"), hundredths
+/// written as a whole number ("25" would be 25 mm), signs, decimal commas, exponents and other units.
+bool lineWeightFromString(const QString& text, db::LineWeight& out);
+
+/// The panel's text for a lineweight: "ByLayer", "ByBlock", "Default", or millimetres with two decimals and
+/// the unit ("0.25 mm", "0.00 mm"). lineWeightFromString reads every such text of a standard width back.
+QString lineWeightToDisplayString(db::LineWeight weight);
+
+}  // namespace vela::host
