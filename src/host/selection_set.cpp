@@ -1,18 +1,37 @@
 #include "host/selection_set.h"
 
-#include <algorithm>
 
 namespace vela::host {
 
 void SelectionSet::set(const std::vector<db::ObjectId>& ids) {
-    ids_.clear();
+    clear();
+    ids_.reserve(ids.size());
+    members_.reserve(ids.size());
     for (db::ObjectId id : ids) add(id);
 }
 
-void SelectionSet::add(db::ObjectId id) {
-    if (!id.isNull() && !contains(id)) ids_.push_back(id);
+void SelectionSet::assignDistinct(std::vector<db::ObjectId> ids) {
+    ids_ = std::move(ids);
+    members_.clear();
+    membersValid_ = false;
 }
 
-bool SelectionSet::contains(db::ObjectId id) const { return std::find(ids_.begin(), ids_.end(), id) != ids_.end(); }
+void SelectionSet::buildMembers() const {
+    if (membersValid_) return;
+    members_.clear();
+    members_.reserve(ids_.size());
+    for (db::ObjectId id : ids_) members_.insert(id);
+    membersValid_ = true;
+}
+
+void SelectionSet::add(db::ObjectId id) {
+    buildMembers();
+    if (!id.isNull() && members_.insert(id).second) ids_.push_back(id);
+}
+
+bool SelectionSet::contains(db::ObjectId id) const {
+    buildMembers();
+    return members_.count(id) != 0;
+}
 
 }  // namespace vela::host

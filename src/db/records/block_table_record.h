@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "db/entity.h"
@@ -40,6 +41,14 @@ public:
     void forEachEntity(F&& f) const {
         for (DbObject* e : entities_)
             if (!e->isErased()) f(static_cast<Entity*>(e));
+    }
+    /// The same for the slots [from, to) of the entity list (erased ones skipped), so that a long scan can be
+    /// split across threads. Reading entities this way from several threads is safe while nothing changes them.
+    template <class F>
+    void forEachEntityIn(std::size_t from, std::size_t to, F&& f) const {
+        to = std::min(to, entities_.size());
+        for (std::size_t i = from; i < to; ++i)
+            if (!entities_[i]->isErased()) f(static_cast<Entity*>(entities_[i]));
     }
     std::size_t entityCount() const;
     /// Number of entries including erased ones; a cheap upper bound.

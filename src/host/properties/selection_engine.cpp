@@ -1,6 +1,7 @@
 #include "host/properties/selection_engine.h"
 
 #include <cmath>
+#include <thread>
 
 #include "db/database.h"
 #include "db/entities/block_reference.h"
@@ -69,6 +70,51 @@ bool SelectionEngine::matches(const PropertyValue& entityValue, PropertyType typ
     }
 }
 
+namespace detail {
+
+// The general properties most queries use are compared where they lie, without building a value.
+bool matchesFast(const db::Entity& e, const PropertyDescriptor& property, SearchOperator op,
+                 const PropertyValue& value) {
+    if (op == SearchOperator::Equal || op == SearchOperator::NotEqual) {
+        const bool equalWanted = op == SearchOperator::Equal;
+        // Only the general "Layer" property has the layer type.
+        if (property.type == PropertyType::Layer && std::holds_alternative<db::ObjectId>(value))
+            return (e.layerId() == std::get<db::ObjectId>(value)) == equalWanted;
+        if (property.type == PropertyType::Color && std::holds_alternative<db::Color>(value))
+            return (e.color() == std::get<db::Color>(value)) == equalWanted;
+    }
+    return SelectionEngine::matches(property.get(e), property.type, op, value);
+}
+
+const db::BlockTableRecord* spaceOf(const db::Database& database, db::ObjectId space) {
+    auto* btr = db::objectCast<db::BlockTableRecord>(space.peek());
+    return btr && btr->database() == &database ? btr : nullptr;
+}
+
+void scanInParallel(const db::BlockTableRecord& block,
+                    const std::function<void(std::size_t, std::size_t, std::vector<std::pair<std::size_t, db::ObjectId>>&)>& scan,
+                    const std::function<void(std::size_t, db::ObjectId)>& take) {
+    constexpr std::size_t kParallelFrom = 200'000;
+    const std::size_t slotCount = block.entitySlotCount();
+    const std::size_t threads =
+        slotCount < kParallelFrom ? 1 : std::max<std::size_t>(1, std::min<std::size_t>(std::thread::hardware_concurrency(), 8));
+    std::vector<std::vector<std::pair<std::size_t, db::ObjectId>>> hits(threads);
+    if (threads == 1) {
+        scan(0, slotCount, hits[0]);
+    } else {
+        std::vector<std::thread> workers;
+        const std::size_t chunk = (slotCount + threads - 1) / threads;
+        for (std::size_t t = 1; t < threads; ++t)
+            workers.emplace_back([&, t] { scan(t * chunk, std::min(slotCount, (t + 1) * chunk), hits[t]); });
+        scan(0, std::min(slotCount, chunk), hits[0]);
+        for (std::thread& w : workers) w.join();
+    }
+    for (const auto& part : hits)
+        for (const auto& [index, id] : part) take(index, id);
+}
+
+}  // namespace detail
+
 int SelectionEngine::selectItems(const db::Database& database, db::ObjectId space, const SearchItem& item,
                                  std::vector<db::ObjectId>& out) {
     auto* btr = db::objectCast<db::BlockTableRecord>(space.peek());
@@ -91,18 +137,13 @@ int SelectionEngine::selectItems(const db::Database& database, db::ObjectId spac
         !PropertyProtocol::instance().isGeneral(item.property))
         return 0;
     const PropertyDescriptor* property = item.op == SearchOperator::SelectAll ? nullptr : item.property;
-    // The common case, a comparison of ids (layer, linetype), skips building a value per entity.
-    const bool byLayer = property && property->type == PropertyType::Layer && item.op == SearchOperator::Equal;
-    const db::ObjectId wantedLayer = byLayer ? std::get<db::ObjectId>(item.value) : db::ObjectId();
-    btr->forEachEntity([&](db::Entity* e) {
-        if (cls && !e->isKindOf(cls)) return;
-        if (byLayer) {
-            if (e->layerId() == wantedLayer) out.push_back(e->objectId());
-            return;
-        }
-        if (property && !matches(property->get(*e), property->type, item.op, item.value)) return;
-        out.push_back(e->objectId());
-    });
+    detail::scanInParallel(*btr, [&](std::size_t from, std::size_t to, auto& hits) {
+        btr->forEachEntityIn(from, to, [&](db::Entity* e) {
+            if (cls && !e->isKindOf(cls)) return;
+            if (property && !detail::matchesFast(*e, *property, item.op, item.value)) return;
+            hits.emplace_back(0, e->objectId());
+        });
+    }, [&](std::size_t, db::ObjectId id) { out.push_back(id); });
     return static_cast<int>(out.size() - before);
 }
 
