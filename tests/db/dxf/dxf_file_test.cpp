@@ -126,7 +126,7 @@ std::unique_ptr<Database> reread(Database& db) {
 }
 
 template <class T>
-T* entityAt(Database& db, ObjectId space, std::size_t index) {
+T* entityAt(Database&, ObjectId space, std::size_t index) {
     auto btr = openObject<BlockTableRecord>(space, OpenMode::ForRead);
     const auto ids = btr->entityIds();
     return index < ids.size() ? objectCast<T>(ids[index].peek()) : nullptr;
