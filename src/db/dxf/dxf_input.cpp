@@ -311,7 +311,10 @@ std::vector<DxfTag> DxfInput::unusedGroups() const {
     for (const Group& g : groups_) {
         if (g.code == 100) {
             currentMarker = std::string(g.value);
-            markerWritten = false;
+            // A marker no declaration named is kept even when nothing follows it (a rotated dimension's has no
+            // groups of its own); a declared one is written again by its declaration.
+            markerWritten = !g.used;
+            if (!g.used) kept.push_back({100, currentMarker});
             continue;
         }
         if (g.used) continue;
