@@ -1,6 +1,14 @@
 #include "module/velaassistant_api.h"
 
+#include "commands/blocks/create_blocks.h"
+#include "commands/entities/create_entities.h"
+#include "commands/entities/delete_entities.h"
+#include "commands/entities/modify_entity_properties.h"
 #include "commands/entities/select_entities.h"
+#include "commands/entities/transform_entities.h"
+#include "commands/layers/create_layers.h"
+#include "commands/layers/delete_layers.h"
+#include "commands/layers/modify_layers.h"
 #include "commands/entities/selected_handles.h"
 #include "commands/entities/summarize_entities.h"
 #include "commands/layers/summarize_layers.h"
@@ -28,6 +36,51 @@ void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, ho
         return;
     }
     response = QJsonObject{{QStringLiteral("success"), false}};
+}
+
+namespace {
+// The bodies that take a command context by reference answer "no context" the way the envelope would.
+const QJsonObject kNoContext{{QStringLiteral("success"), false},
+                             {QStringLiteral("errorMessages"), QStringLiteral("Invalid command context")}};
+}  // namespace
+
+bool CJxVelaAssistantAPIImpl::TransformEntities(const QJsonDocument& request, host::CommandContext* context) {
+    return context && commands::TransformEntities(request, *context);
+}
+
+void CJxVelaAssistantAPIImpl::ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
+                                                     QJsonObject& response) {
+    response = context ? commands::ModifyEntityPropertiesResponse(request, *context) : kNoContext;
+}
+
+void CJxVelaAssistantAPIImpl::CreateEntities(const QJsonDocument& request, host::CommandContext* context,
+                                             QJsonObject& response) {
+    response = context ? commands::CreateObjectsResponse(request, *context) : kNoContext;
+}
+
+void CJxVelaAssistantAPIImpl::DeleteEntities(const QJsonDocument& request, host::CommandContext* context,
+                                             QJsonObject& response) {
+    response = context ? commands::DeleteEntitiesResponse(request, *context) : kNoContext;
+}
+
+void CJxVelaAssistantAPIImpl::CreateLayers(const QJsonDocument& request, host::CommandContext* context,
+                                           QJsonObject& response) {
+    response = commands::CreateLayers(request, context);
+}
+
+void CJxVelaAssistantAPIImpl::ModifyLayers(const QJsonDocument& request, host::CommandContext* context,
+                                           QJsonObject& response) {
+    response = commands::ModifyLayers(request, context);
+}
+
+void CJxVelaAssistantAPIImpl::DeleteLayers(const QJsonDocument& request, host::CommandContext* context,
+                                           QJsonObject& response) {
+    response = commands::DeleteLayers(request, context);
+}
+
+void CJxVelaAssistantAPIImpl::CreateBlocks(const QJsonDocument& request, host::CommandContext* context,
+                                           QJsonObject& response) {
+    response = commands::CreateBlocks(request, context);
 }
 
 }  // namespace vela::module

@@ -25,6 +25,15 @@ public:
     virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
     virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                                    QJsonObject& response) = 0;
+    virtual bool TransformEntities(const QJsonDocument& request, host::CommandContext* context) = 0;
+    virtual void ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
+                                        QJsonObject& response) = 0;
+    virtual void CreateEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void DeleteEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void CreateLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void ModifyLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void DeleteLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void CreateBlocks(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
 };
 
 /// What the electrical add-on offers the assistant; the add-on implements and installs it.
@@ -49,6 +58,15 @@ public:
     void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
     void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                            QJsonObject& response) override;
+    bool TransformEntities(const QJsonDocument& request, host::CommandContext* context) override;
+    void ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
+                                QJsonObject& response) override;
+    void CreateEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void DeleteEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void CreateLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void ModifyLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void DeleteLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void CreateBlocks(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
 };
 
 }  // namespace vela::module

@@ -14,7 +14,11 @@ ask() {
     if ! IFS= read -r -t 20 answer <&"${SESSION[0]}"; then echo "no answer to: $1"; exit 1; fi
     if [ "$answer" != "$2" ]; then printf 'request:  %s\nexpected: %s\ngot:      %s\n' "$1" "$2" "$answer"; exit 1; fi
 }
-ask '{"call":"CreateLayers","text":"{}"}' '{"success":false}'
+ask '{"call":"CreateLayers","text":"{}"}' '{"error":"Missing or invalid '"'"'layers'"'"' array in input","success":false}'
+ask '{"call":"CreateBlocks","text":"not json"}' '{"errorMessages":"Invalid JSON payload: illegal value","success":false}'
+ask '{"call":"CreateLayers","text":"{\"layers\":[{\"name\":\"Notes\"}]}"}' '{"layers":[{"handle":"14","name":"Notes","success":true}],"success":true}'
+ask '{"undo":1}' '{"ok":true}'
+ask '{"redo":1}' '{"ok":true}'
 ask '{"capability":{"veladesk.v3.selectentities":false}}' '{"ok":true}'
 ask '{"call":"CreateLayers","text":"{}"}' '{"layers":[],"success":false}'
 ask '{"call":"CreateBlocks","text":"anything"}' '{"blocks":[],"success":false}'
@@ -28,15 +32,20 @@ ask '{"command":"_NOSUCHCOMMAND"}' '{"result":-5001}'
 ask '{"command":"_HIGHLIGHTUI","input":["LINE"]}' '{"result":5100}'
 ask '{"setting":{"V3Debugging":"enabled"}}' '{"ok":true}'
 ask '{"select":["ZZZ"]}' '{"error":"no object with handle '"'"'ZZZ'"'"'","ok":false}'
-ask '{"undo":1}' '{"error":"only 0 of 1 steps could be undone","ok":false}'
+ask '{"undo":2}' '{"error":"only 1 of 2 steps could be undone","ok":false}'
 ask '{"save":"'"$work"'/saved.dxf"}' '{"ok":true}'
 ask '{"open":"'"$work"'/saved.dxf"}' '{"ok":true}'
 ask '{"close":true}' '{"ok":true}'
 ask '{"close":true}' '{"error":"no drawing is open","ok":false}'
 ask '{"capability":{"veladesk.v3.selectentities":true}}' '{"ok":true}'
 ask '{"call":"ModifyLayers","text":"{}"}' '{"success":false}'
+ask '{"open":"'"$work"'/saved.dxf"}' '{"ok":true}'
+ask '{"call":"SelectEntities","text":"{}"}' '{"handles":[],"numSelected":0,"success":false}'
 exec {SESSION[1]}>&-
 wait "$SESSION_PID"
-grep -q "Received" "$work/log" && { echo "a refused or ungated call logged"; cat "$work/log"; exit 1; }
+# Debugging was on from the setting onwards, but only the last call passed the gate: one request, one response.
+if [ "$(grep -c '^Received' "$work/log")" != 1 ] || [ "$(grep -c '^Entity selection response:' "$work/log")" != 1 ]; then
+    echo "expected exactly the last call's two log lines"; cat "$work/log"; exit 1
+fi
 /usr/bin/python3 -c "import ezdxf,sys; d=ezdxf.readfile(sys.argv[1]); assert not d.audit().has_errors" "$work/saved.dxf"
 echo "run: all answers as expected"

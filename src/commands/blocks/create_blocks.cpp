@@ -1,0 +1,298 @@
+#include "commands/blocks/create_blocks.h"
+
+#include <QJsonArray>
+#include <QLocale>
+#include <QStringList>
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+#include <vector>
+
+#include "commands/layers/attribute_values.h"
+#include "db/database.h"
+#include "db/entities/block_reference.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+#include "host/command_context.h"
+
+namespace vela::commands {
+
+namespace {
+
+const QString kSuccess = QStringLiteral("success");
+const QString kError = QStringLiteral("error");
+
+// The entities named by the comma-separated handle text, in the order given and with repetitions kept (the
+// count reported back counts every mention). Handles that name nothing live are skipped without a word, and
+// so are entities on locked layers: the block would take them out of the drawing, which a lock forbids.
+std::vector<db::ObjectId> collectEntities(const db::Database& database, const QString& handles) {
+    std::vector<db::ObjectId> ids;
+    for (const QString& piece : handles.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        const QString text = piece.trimmed();
+        if (text.isEmpty()) continue;
+        const std::optional<db::Handle> handle = db::Handle::fromText(text.toStdString());
+        if (!handle) continue;
+        const db::ObjectId id = database.getObjectId(*handle);
+        if (id.isNull()) continue;
+        if (auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForRead)) {
+            auto layer = db::openObject<db::LayerTableRecord>(entity->layerId(), db::OpenMode::ForRead);
+            if (layer && layer->isLocked()) continue;
+        }
+        ids.push_back(id);
+    }
+    return ids;
+}
+
+struct BasePoint {
+    db::Point3d point;
+    QString message;  // empty when the requested point was used
+};
+
+// The lower left corner of the entities' extents at Z 0, so that a reference at that point covers the
+// entities where they stood and the block's contents start at its origin.
+void calculatedBasePoint(const std::vector<db::ObjectId>& ids, BasePoint& base) {
+    db::Extents3d extents;
+    bool found = false;
+    for (const db::ObjectId& id : ids) {
+        auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForRead);
+        if (!entity) throw db::DbError(entity.status());
+        db::Extents3d box;
+        if (entity->getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid()) {
+            extents.addExtents(box);
+            found = true;
+        }
+    }
+    if (found)
+        base.point = db::Point3d(extents.minPoint().x, extents.minPoint().y, 0.0);
+    else
+        base.message +=
+            QStringLiteral("Unable to calculate base point from entity extents. Using default (0,0,0). ");
+}
+
+bool toCoordinate(const QString& text, double& out) {
+    bool ok = false;
+    out = text.toDouble(&ok);
+    return ok && std::isfinite(out);
+}
+
+BasePoint basePoint(const QJsonObject& attributes, const std::vector<db::ObjectId>& ids) {
+    BasePoint base;
+    const QString key = QStringLiteral("basePoint");
+    if (!attributes.contains(key)) {
+        base.message = QStringLiteral("Base point is not provided. Using calculated extents base point. ");
+    } else {
+        const QJsonValue value = attributes.value(key);
+        const QString text = AttributeText(value);
+        if (value.isNull() || text.isEmpty()) {
+            base.message = QStringLiteral("Invalid base point. Using calculated extents base point. ");
+        } else {
+            const QStringList parts = text.split(QLatin1Char(','));
+            if (parts.size() < 2) {
+                base.message = QStringLiteral(
+                    "Base point requires at least X and Y coordinates. Using calculated extents base "
+                    "point. ");
+            } else {
+                double x = 0, y = 0, z = 0;
+                if (toCoordinate(parts[0], x) && toCoordinate(parts[1], y) &&
+                    (parts.size() < 3 || toCoordinate(parts[2], z))) {
+                    base.point = db::Point3d(x, y, z);
+                    return base;
+                }
+                base.message =
+                    QStringLiteral("Invalid base point format. Using calculated extents base point. ");
+            }
+        }
+    }
+    calculatedBasePoint(ids, base);
+    return base;
+}
+
+struct BlockName {
+    QString name;
+    QString message;  // empty when the requested name was free
+};
+
+BlockName uniqueBlockName(const db::SymbolTable& blocks, const QString& wanted) {
+    if (!blocks.has(wanted.toStdString())) return {wanted, QString()};
+    for (int counter = 1;; ++counter) {
+        const QString candidate = QStringLiteral("%1_%2").arg(wanted, QString::number(counter));
+        if (!blocks.has(candidate.toStdString()))
+            return {candidate,
+                    QStringLiteral("Block '%1' already exists. Renamed to '%2'. ").arg(wanted, candidate)};
+    }
+}
+
+// The database models no block behaviour flags; they are the BLOCK_RECORD groups 280 (explodable) and 281
+// (1 = scale uniformly), kept with the record's other unmodelled groups and written back to files from there.
+void setBlockRecordGroup(db::BlockTableRecord& block, int code, bool value) {
+    static const std::string kSection = "AcDbBlockTableRecord";
+    std::vector<db::DxfTag>& tags = block.editExtras().keptTags;
+    const db::DxfTag group{code, value ? "1" : "0"};
+    auto marker = std::find_if(tags.begin(), tags.end(),
+                               [](const db::DxfTag& t) { return t.code == 100 && t.value == kSection; });
+    if (marker == tags.end()) {
+        tags.push_back({100, kSection});
+        tags.push_back(group);
+        return;
+    }
+    auto it = std::next(marker);
+    for (; it != tags.end() && it->code != 100; ++it) {
+        if (it->code == code) {
+            *it = group;
+            return;
+        }
+    }
+    tags.insert(it, group);
+}
+
+// Fills the new definition with copies of the entities, moved so that the base point lands on its origin,
+// erases the originals and puts a reference to the block at the base point in model space.
+db::ObjectId populateBlock(db::Database& database, const std::vector<db::ObjectId>& ids, db::ObjectId blockId,
+                           const db::Point3d& base) {
+    db::IdMapping mapping;
+    if (const db::ErrorStatus es = database.deepCloneObjects(ids, blockId, mapping);
+        es != db::ErrorStatus::Ok)
+        throw db::DbError(es);
+
+    if (!base.isEqualTo(db::Point3d(0, 0, 0))) {
+        const db::Matrix3d toOrigin = db::Matrix3d::translation(-base.asVector());
+        std::vector<db::ObjectId> copies;
+        if (auto block = db::openObject<db::BlockTableRecord>(blockId, db::OpenMode::ForRead))
+            copies = block->entityIds();
+        for (const db::ObjectId& id : copies) {
+            // The copies belong to the new definition; a lock on their layer guards the drawing, not them.
+            auto copy = db::openObject<db::Entity>(id, db::OpenMode::ForWrite, {.openOnLockedLayer = true});
+            if (!copy) throw db::DbError(copy.status());
+            if (const db::ErrorStatus es = copy->transformBy(toOrigin); es != db::ErrorStatus::Ok)
+                throw db::DbError(es);
+        }
+    }
+
+    // A handle listed twice was copied once and is erased once.
+    std::unordered_set<db::ObjectId> erased;
+    for (const db::ObjectId& id : ids) {
+        if (!erased.insert(id).second) continue;
+        auto source = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
+        if (!source) throw db::DbError(source.status());
+        if (const db::ErrorStatus es = source->erase(true); es != db::ErrorStatus::Ok) throw db::DbError(es);
+    }
+
+    auto reference = std::make_unique<db::BlockReference>();
+    reference->setDatabaseDefaults(&database);
+    reference->setBlockTableRecord(blockId);
+    reference->setPosition(base);
+    db::ObjectId referenceId;
+    if (const db::ErrorStatus es =
+            database.appendEntity(database.modelSpaceId(), std::move(reference), &referenceId);
+        es != db::ErrorStatus::Ok)
+        throw db::DbError(es);
+    return referenceId;
+}
+
+// Each coordinate in the shortest decimal form that reads back as exactly the same number.
+QString pointText(const db::Point3d& p) {
+    auto number = [](double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); };
+    return QStringLiteral("%1,%2,%3").arg(number(p.x), number(p.y), number(p.z));
+}
+
+QJsonObject createBlock(host::CommandContext* context, const QJsonObject& attributes) {
+    QJsonObject result{{kSuccess, false}};
+    auto fail = [&result](const QString& message) {
+        result.insert(kError, message);
+        return result;
+    };
+    try {
+        if (!context) return fail(QStringLiteral("Invalid command context"));
+        db::Database* database = context->database();
+        if (!database) return fail(QStringLiteral("Invalid database"));
+        const QString name = AttributeText(attributes.value(QStringLiteral("name")));
+        if (name.isEmpty()) return fail(QStringLiteral("Block name is required"));
+        if (!db::isValidSymbolName(name.toStdString()))
+            return fail(QStringLiteral("Invalid block name: '%1'").arg(name));
+        const std::vector<db::ObjectId> ids =
+            collectEntities(*database, AttributeText(attributes.value(QStringLiteral("entityHandles"))));
+        if (ids.empty())
+            return fail(QStringLiteral(
+                "No valid entities found. Please provide entity handles in 'entityHandles' field"));
+        if (database->blockTableId().isNull())
+            return fail(QStringLiteral("Block table ID is null - database may not be properly initialized"));
+        auto blocks = db::openObject<db::BlockTable>(database->blockTableId(), db::OpenMode::ForWrite);
+        if (!blocks) return fail(QStringLiteral("Failed to open block table - openObject returned null"));
+
+        const BasePoint base = basePoint(attributes, ids);
+        const BlockName blockName = uniqueBlockName(*blocks, name);
+        const QString warning = base.message + blockName.message;
+
+        auto record = std::make_unique<db::BlockTableRecord>(blockName.name.toStdString());
+        record->setOrigin(db::Point3d(0, 0, 0));
+        if (attributes.contains(QStringLiteral("description")))
+            record->setComments(AttributeText(attributes.value(QStringLiteral("description"))).toStdString());
+        if (attributes.contains(QStringLiteral("explodable")))
+            setBlockRecordGroup(*record, 280, AttributeTruth(attributes.value(QStringLiteral("explodable"))));
+        if (attributes.contains(QStringLiteral("uniformScaling")))
+            setBlockRecordGroup(*record, 281,
+                                AttributeTruth(attributes.value(QStringLiteral("uniformScaling"))));
+        db::ObjectId blockId;
+        if (const db::ErrorStatus es =
+                database->addRecord(database->blockTableId(), std::move(record), &blockId);
+            es != db::ErrorStatus::Ok)
+            throw db::DbError(es);
+
+        const db::ObjectId referenceId = populateBlock(*database, ids, blockId, base.point);
+
+        if (!warning.isEmpty()) result.insert(QStringLiteral("warning"), warning);
+        result.insert(kSuccess, true);
+        result.insert(QStringLiteral("name"), blockName.name);
+        result.insert(QStringLiteral("handle"), QString::fromStdString(referenceId.handle().toText()));
+        result.insert(QStringLiteral("blockDefinitionHandle"),
+                      QString::fromStdString(blockId.handle().toText()));
+        result.insert(QStringLiteral("entityCount"), static_cast<int>(ids.size()));
+        result.insert(QStringLiteral("basePoint"), pointText(base.point));
+    } catch (const db::DbError& e) {
+        // What was done before the failure (a definition added, entities copied) stays: the command is one
+        // undo step, which takes it back as a whole.
+        result = QJsonObject{
+            {kSuccess, false},
+            {kError, QStringLiteral("Error creating block: %1").arg(QString::fromUtf8(e.what()))}};
+    } catch (...) {
+        result = QJsonObject{{kSuccess, false},
+                             {kError, QStringLiteral("Unknown error occurred while creating block")}};
+    }
+    return result;
+}
+
+}  // namespace
+
+QJsonObject CreateBlocks(const QJsonDocument& request, host::CommandContext* context) {
+    QJsonObject response{{kSuccess, false}};
+    if (!context) {
+        response.insert(kError, QStringLiteral("Invalid command context"));
+        return response;
+    }
+    if (!context->database()) {
+        response.insert(kError, QStringLiteral("Invalid database"));
+        return response;
+    }
+    const QJsonValue blocks = request.object().value(QStringLiteral("blocks"));
+    if (!blocks.isArray()) {
+        response.insert(kError, QStringLiteral("Missing or invalid 'blocks' array in input"));
+        return response;
+    }
+    bool allSucceeded = true;
+    QJsonArray results;
+    for (const QJsonValue& element : blocks.toArray()) {
+        if (!element.isObject()) continue;
+        const QJsonObject result = createBlock(context, element.toObject());
+        if (!result.value(kSuccess).toBool()) allSucceeded = false;
+        results.append(result);
+    }
+    response.insert(kSuccess, allSucceeded);
+    response.insert(QStringLiteral("blocks"), results);
+    return response;
+}
+
+QJsonObject CreateBlocksResponse(const QJsonDocument& request, host::CommandContext& context) {
+    return CreateBlocks(request, &context);
+}
+
+}  // namespace vela::commands

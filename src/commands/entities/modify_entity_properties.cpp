@@ -1,0 +1,423 @@
+#include "commands/entities/modify_entity_properties.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <cmath>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "commands/entities/handle_text.h"
+#include "db/database.h"
+#include "db/entities/arc.h"
+#include "db/entities/block_reference.h"
+#include "db/entities/circle.h"
+#include "db/entities/ellipse.h"
+#include "db/entities/line.h"
+#include "db/support/support_path.h"
+#include "host/command_context.h"
+#include "host/document.h"
+#include "host/lineweight_names.h"
+#include "properties/color_text.h"
+#include "properties/linescale_text.h"
+#include "properties/transparency_text.h"
+
+namespace vela::commands {
+
+namespace {
+
+/// One object of "propertyDescriptors": property name to value text. QString orders by UTF-16 code units, so
+/// a descriptor's properties apply in that order whatever order the page wrote them in ("Layer" before
+/// "LineColor"), which makes the outcome of a descriptor independent of how the page serialised it.
+using PropertyDescriptor = std::map<QString, QString>;
+
+/// What happened to one entity, and to the whole command: every message ends in ". " so that the joined text
+/// reads as sentences run together.
+struct ModifyResult {
+    bool ok = true;
+    QString messages;
+
+    void fail(const QString& message) {
+        ok = false;
+        messages += message;
+    }
+};
+
+std::optional<QString> descriptorValue(const QJsonValue& value) {
+    if (value.isString()) return value.toString();
+    if (value.isBool()) return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    if (value.isDouble()) return QString::number(value.toDouble(), 'g', 6);
+    return std::nullopt;  // null, arrays and objects carry no property value
+}
+
+std::vector<PropertyDescriptor> readDescriptors(const QJsonValue& list) {
+    std::vector<PropertyDescriptor> descriptors;
+    for (const QJsonValue& element : list.toArray()) {
+        if (!element.isObject()) continue;
+        PropertyDescriptor descriptor;
+        const QJsonObject object = element.toObject();
+        for (auto it = object.begin(); it != object.end(); ++it)
+            if (std::optional<QString> text = descriptorValue(it.value())) descriptor[it.key()] = *text;
+        descriptors.push_back(std::move(descriptor));
+    }
+    return descriptors;
+}
+
+/// The handles of the selected objects that still exist, in selection order.
+QJsonArray selectedHandles(const host::Document& document) {
+    QJsonArray handles;
+    for (db::ObjectId id : document.selection().ids())
+        if (id.isValid()) handles.append(QString::fromStdString(id.handle().toText()));
+    return handles;
+}
+
+/// Runs a setter of the drawing database; true when the database refused it by throwing (the setters of an
+/// object open for write only throw when the object cannot take the change).
+template <class Set>
+bool refused(Set&& set) {
+    try {
+        set();
+        return false;
+    } catch (const std::exception&) {
+        return true;
+    }
+}
+
+/// A finite number, or nothing: geometry that took an infinity or NaN could not be drawn or saved.
+std::optional<double> readNumber(const QString& text) {
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (!ok || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+/// "x,y" or "x,y,z". With two parts the current z stays; a part that does not read counts as 0, so a point
+/// with a typo still lands somewhere predictable rather than being refused.
+std::optional<db::Point3d> readPoint(const QString& text, const db::Point3d& current) {
+    const QStringList parts = text.split(QLatin1Char(','));
+    if (parts.size() < 2) return std::nullopt;
+    const auto part = [&](qsizetype i) { return readNumber(parts[i]).value_or(0.0); };
+    return db::Point3d(part(0), part(1), parts.size() > 2 ? part(2) : current.z);
+}
+
+/// The one routine behind every point property: read the value against the current point, then set it.
+template <class Get, class Set>
+void applyPoint(const QString& text, Get get, Set set) {
+    if (const std::optional<db::Point3d> point = readPoint(text, get())) set(*point);
+}
+
+db::Point3d asPoint(const db::Vector3d& v) {
+    return {v.x, v.y, v.z};
+}
+
+// The geometric properties of each class. Refusals by the database (a zero scale factor, a major axis that
+// leaves the ellipse's plane) change nothing and, like every geometric property, say nothing.
+
+void applyLine(db::Line& line, const QString& name, const QString& value) {
+    if (name == QLatin1String("StartPoint"))
+        applyPoint(
+            value, [&] { return line.startPoint(); }, [&](const db::Point3d& p) { line.setStartPoint(p); });
+    else if (name == QLatin1String("EndPoint"))
+        applyPoint(
+            value, [&] { return line.endPoint(); }, [&](const db::Point3d& p) { line.setEndPoint(p); });
+}
+
+template <class CircleOrArc>
+bool applyCenterAndRadius(CircleOrArc& curve, const QString& name, const QString& value) {
+    if (name == QLatin1String("Center")) {
+        applyPoint(
+            value, [&] { return curve.center(); }, [&](const db::Point3d& p) { curve.setCenter(p); });
+        return true;
+    }
+    if (name == QLatin1String("Radius")) {
+        if (const std::optional<double> r = readNumber(value); r && *r > 0) curve.setRadius(*r);
+        return true;
+    }
+    return false;
+}
+
+void applyArc(db::Arc& arc, const QString& name, const QString& value) {
+    if (applyCenterAndRadius(arc, name, value)) return;
+    if (name == QLatin1String("StartAngle")) {
+        if (const std::optional<double> a = readNumber(value)) arc.setStartAngle(*a);
+    } else if (name == QLatin1String("EndAngle")) {
+        if (const std::optional<double> a = readNumber(value)) arc.setEndAngle(*a);
+    }
+}
+
+void applyEllipse(db::Ellipse& ellipse, const QString& name, const QString& value) {
+    // An elliptic arc keeps its parameters, so changing the axes does not turn it into a full ellipse.
+    const auto reshape = [&](const db::Vector3d& majorAxis, double ratio) {
+        ellipse.set(ellipse.center(), ellipse.normal(), majorAxis, ratio, ellipse.startParam(),
+                    ellipse.endParam());
+    };
+    if (name == QLatin1String("Center")) {
+        applyPoint(
+            value, [&] { return ellipse.center(); }, [&](const db::Point3d& p) { ellipse.setCenter(p); });
+    } else if (name == QLatin1String("MajorAxis")) {
+        applyPoint(
+            value, [&] { return asPoint(ellipse.majorAxis()); },
+            [&](const db::Point3d& p) { reshape(p.asVector(), ellipse.radiusRatio()); });
+    } else if (name == QLatin1String("MinorAxisRatio")) {
+        if (const std::optional<double> r = readNumber(value); r && *r > 0 && *r <= 1)
+            reshape(ellipse.majorAxis(), *r);
+    }
+}
+
+void applyBlockReference(db::BlockReference& ref, const QString& name, const QString& value) {
+    const auto setCoordinate = [&](double db::Point3d::*coordinate) {
+        if (const std::optional<double> v = readNumber(value)) {
+            db::Point3d p = ref.position();
+            p.*coordinate = *v;
+            ref.setPosition(p);
+        }
+    };
+    const auto setFactor = [&](double db::Vector3d::*factor) {
+        if (const std::optional<double> v = readNumber(value); v && *v != 0) {
+            db::Vector3d s = ref.scaleFactors();
+            s.*factor = *v;
+            ref.setScaleFactors(s);
+        }
+    };
+    if (name == QLatin1String("Position")) {
+        applyPoint(
+            value, [&] { return ref.position(); }, [&](const db::Point3d& p) { ref.setPosition(p); });
+    } else if (name == QLatin1String("Position X")) {
+        setCoordinate(&db::Point3d::x);
+    } else if (name == QLatin1String("Position Y")) {
+        setCoordinate(&db::Point3d::y);
+    } else if (name == QLatin1String("Position Z")) {
+        setCoordinate(&db::Point3d::z);
+    } else if (name == QLatin1String("ScaleFactors")) {
+        // No range check here: a part that does not read is 0, and the database refuses a zero factor.
+        const QStringList parts = value.split(QLatin1Char(','));
+        const auto part = [&](qsizetype i) { return readNumber(parts[i]).value_or(0.0); };
+        const double x = part(0);
+        ref.setScaleFactors(db::Vector3d(x, parts.size() > 1 ? part(1) : x, parts.size() > 2 ? part(2) : x));
+    } else if (name == QLatin1String("Scale X")) {
+        setFactor(&db::Vector3d::x);
+    } else if (name == QLatin1String("Scale Y")) {
+        setFactor(&db::Vector3d::y);
+    } else if (name == QLatin1String("Scale Z")) {
+        setFactor(&db::Vector3d::z);
+    }
+}
+
+void applyGeometry(db::Entity& entity, const QString& name, const QString& value) {
+    // The first of these classes that the entity is a kind of decides which names mean something.
+    if (auto* line = db::objectCast<db::Line>(&entity))
+        applyLine(*line, name, value);
+    else if (auto* circle = db::objectCast<db::Circle>(&entity))
+        applyCenterAndRadius(*circle, name, value);
+    else if (auto* arc = db::objectCast<db::Arc>(&entity))
+        applyArc(*arc, name, value);
+    else if (auto* ellipse = db::objectCast<db::Ellipse>(&entity))
+        applyEllipse(*ellipse, name, value);
+    else if (auto* ref = db::objectCast<db::BlockReference>(&entity))
+        applyBlockReference(*ref, name, value);
+}
+
+/// Geometric properties never produce a message: one the database will not take changes nothing.
+void applyGeometrySilently(db::Entity& entity, const QString& name, const QString& value) {
+    try {
+        applyGeometry(entity, name, value);
+    } catch (const std::exception&) {
+    }
+}
+
+/// Applies descriptors to entities of one drawing.
+class PropertyApplier {
+  public:
+    explicit PropertyApplier(const host::Document* document) : document_(document) {}
+
+    void apply(db::Entity& entity, const PropertyDescriptor& descriptor, ModifyResult& result) {
+        for (const auto& [name, value] : descriptor) {
+            if (name == QLatin1String("Layer"))
+                setLayer(entity, value, result);
+            else if (name == QLatin1String("LineColor"))
+                setColor(entity, value, result);
+            else if (name == QLatin1String("LineType"))
+                setLinetype(entity, value, result);
+            else if (name == QLatin1String("LineWeight"))
+                setLineWeight(entity, value, result);
+            else if (name == QLatin1String("LineScale"))
+                setLineScale(entity, value, result);
+            else if (name == QLatin1String("Transparency"))
+                setTransparency(entity, value, result);
+            else
+                applyGeometrySilently(entity, name, value);
+        }
+    }
+
+  private:
+    static void setLayer(db::Entity& entity, const QString& name, ModifyResult& result) {
+        db::ErrorStatus status = db::ErrorStatus::InvalidInput;
+        try {
+            status = entity.setLayer(name.toStdString());
+        } catch (const db::DbError& e) {
+            status = e.status();
+        } catch (const std::exception&) {
+        }
+        if (status == db::ErrorStatus::Ok) return;
+        const QString reason = status == db::ErrorStatus::KeyNotFound
+                                   ? QStringLiteral(" because the layer doesn't exist")
+                                   : QString();
+        result.fail(QStringLiteral("Error setting layer to %1%2. ").arg(name, reason));
+    }
+
+    static void setColor(db::Entity& entity, const QString& text, ModifyResult& result) {
+        const properties::ColorParseResult parsed = properties::ParseColorText(text);
+        if (parsed.status != properties::ColorParseStatus::Ok) {
+            result.fail(properties::ColorParseErrorMessage(parsed.status, text));
+            return;
+        }
+        if (refused([&] { entity.setColor(parsed.color); }))
+            result.fail(
+                QStringLiteral("Error setting color to %1. ").arg(properties::ColorToText(parsed.color)));
+    }
+
+    static bool setLinetypeByName(db::Entity& entity, const std::string& name) {
+        try {
+            return entity.setLinetype(name) == db::ErrorStatus::Ok;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+
+    // A linetype the drawing lacks is looked for in the support file of the drawing's unit system and loaded
+    // from there, as a user would load it by hand before using it.
+    void setLinetype(db::Entity& entity, const QString& name, ModifyResult& result) {
+        const std::string utf8 = name.toStdString();
+        if (setLinetypeByName(entity, utf8)) return;
+        // A load that failed fails the same way for every further entity, so the file is read once per name
+        // and command, not once per entity of a large selection.
+        auto [attempt, firstTry] = failedLoads_.try_emplace(name);
+        LoadAttempt& load = attempt->second;
+        db::Database* database = entity.database();
+        if (firstTry && database) {
+            const bool metric = database->measurement() != db::MeasurementSystem::Imperial;
+            if (const std::optional<std::filesystem::path> file =
+                    supportPath().find(db::linetypeFileName(metric))) {
+                load.tried = true;
+                try {
+                    const db::ErrorStatus status = database->loadLinetype(utf8, *file);
+                    if (status != db::ErrorStatus::Ok)
+                        load.description = QString::fromUtf8(db::errorText(status));
+                } catch (const std::exception& e) {
+                    load.description = QString::fromUtf8(e.what());
+                }
+            }
+        }
+        if (firstTry && load.tried && setLinetypeByName(entity, utf8)) {
+            failedLoads_.erase(attempt);
+            result.messages +=
+                QStringLiteral("Linetype %1 was not initially found, so it has been loaded and set. ")
+                    .arg(name);
+            return;
+        }
+        result.fail(
+            load.description.isEmpty()
+                ? QStringLiteral("Error setting linetype to %1. ").arg(name)
+                : QStringLiteral("Error setting linetype to %1 because of %2. ").arg(name, load.description));
+    }
+
+    static void setLineWeight(db::Entity& entity, const QString& text, ModifyResult& result) {
+        // A text that names no lineweight keeps the entity's own: guessing a width would change the drawing
+        // in a way the user did not ask for. It is not reported either, as the page expects.
+        db::LineWeight weight = entity.lineWeight();
+        if (!host::lineWeightFromString(text, weight)) return;
+        if (refused([&] { entity.setLineWeight(weight); }))
+            result.fail(QStringLiteral("Error setting lineweight to %1. ").arg(text));
+    }
+
+    static void setLineScale(db::Entity& entity, const QString& text, ModifyResult& result) {
+        const properties::LineScaleParseResult parsed = properties::LineScaleFromText(text);
+        if (!parsed.ok()) {
+            result.fail(parsed.errorMessage);
+            return;
+        }
+        const double scale = *parsed.scale;
+        // Dash lengths are multiplied by the scale: zero or a negative scale gives no usable pattern, and
+        // other drawing programs refuse such an entity, so it is refused like a setter failure.
+        if (!(scale > 0) || refused([&] { entity.setLinetypeScale(scale); }))
+            result.fail(
+                QStringLiteral("Error setting linescale to %1. ").arg(QString::number(scale, 'g', 6)));
+    }
+
+    static void setTransparency(db::Entity& entity, const QString& text, ModifyResult& result) {
+        const std::optional<db::Transparency> transparency = properties::TransparencyFromText(text);
+        if (!transparency) return;  // "50%" and other unknown texts change nothing and say nothing
+        if (!refused([&] { entity.setTransparency(*transparency); })) return;
+        if (transparency->isByLayer())
+            result.fail(QStringLiteral("Error setting transparency to ByLayer. "));
+        else if (transparency->isByBlock())
+            result.fail(QStringLiteral("Error setting transparency to ByBlock. "));
+        else
+            result.fail(QStringLiteral("Error setting transparency to %1. ").arg(text.toInt()));
+    }
+
+    const db::SupportPath& supportPath() {
+        if (!supportPath_) {
+            std::filesystem::path folder;
+            if (document_ && !document_->path().isEmpty())
+                folder = QFileInfo(document_->path()).absolutePath().toStdString();
+            supportPath_ = db::SupportPath::standard(folder);
+        }
+        return *supportPath_;
+    }
+
+    struct LoadAttempt {
+        bool tried = false;   // the support file was found and loading was attempted
+        QString description;  // why loading failed, when it did
+    };
+
+    const host::Document* document_;
+    std::optional<db::SupportPath> supportPath_;  // built when a linetype first has to be loaded
+    std::map<QString, LoadAttempt> failedLoads_;
+};
+
+}  // namespace
+
+QJsonObject ModifyEntityPropertiesResponse(const QJsonDocument& request, host::CommandContext& context) {
+    QJsonObject response{{QStringLiteral("success"), false}};
+    const QJsonObject object = request.object();
+    QJsonArray handles = object.value(QStringLiteral("handles")).toArray();
+    if (handles.isEmpty() && context.document()) handles = selectedHandles(*context.document());
+    if (handles.isEmpty()) {
+        response.insert(QStringLiteral("errorMessages"),
+                        QStringLiteral("No entities to modify. Provide handles or select entities first."));
+        return response;
+    }
+    const std::vector<PropertyDescriptor> descriptors =
+        readDescriptors(object.value(QStringLiteral("propertyDescriptors")));
+
+    ModifyResult result;
+    db::Database* database = context.database();
+    if (!database) {
+        result.fail(QStringLiteral("Invalid database"));
+    } else {
+        PropertyApplier applier(context.document());
+        for (const QJsonValue& handle : handles) {
+            if (!handle.isString()) continue;
+            // Unknown handles, non-entities, erased objects and entities on locked layers are passed over
+            // without a word: the page often sends whatever was selected.
+            auto entity = db::openObject<db::Entity>(ObjectIdFromHandleText(*database, handle.toString()),
+                                                     db::OpenMode::ForWrite);
+            if (!entity) continue;
+            ModifyResult entityResult;
+            for (const PropertyDescriptor& descriptor : descriptors)
+                applier.apply(*entity, descriptor, entityResult);
+            result.ok = result.ok && entityResult.ok;
+            result.messages += entityResult.messages;
+        }
+    }
+
+    response.insert(QStringLiteral("success"), result.ok);
+    if (!result.ok)
+        response.insert(QStringLiteral("errorMessages"), result.messages);
+    else if (!result.messages.isEmpty())
+        response.insert(QStringLiteral("infoMessages"), result.messages);
+    return response;
+}
+
+}  // namespace vela::commands

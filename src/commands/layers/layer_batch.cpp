@@ -1,0 +1,107 @@
+#include "commands/layers/layer_batch.h"
+
+#include <QJsonArray>
+
+#include "commands/layers/attribute_values.h"
+#include "db/database.h"
+#include "db/records/layer_table_record.h"
+#include "host/command_context.h"
+#include "host/lineweight_names.h"
+#include "properties/color_text.h"
+
+namespace vela::commands {
+
+namespace {
+
+const QString kSuccess = QStringLiteral("success");
+const QString kError = QStringLiteral("error");
+
+QJsonObject handleLayer(host::CommandContext* context, const QJsonObject& attributes,
+                        const LayerOperation& operation) {
+    QJsonObject result{{kSuccess, false}};
+    try {
+        if (!context) {
+            result.insert(kError, QStringLiteral("Invalid command context"));
+            return result;
+        }
+        db::Database* database = context->database();
+        if (!database) {
+            result.insert(kError, QStringLiteral("Invalid database"));
+            return result;
+        }
+        const QString name = AttributeText(attributes.value(QStringLiteral("name")));
+        if (name.isEmpty()) {
+            result.insert(kError, QStringLiteral("Layer name is required"));
+            return result;
+        }
+        operation.apply(LayerRequest{*database, name, attributes}, result);
+    } catch (const db::DbError& e) {
+        // Whatever the operation wrote before is kept, except that the failure takes the "error" key.
+        result.insert(kSuccess, false);
+        result.insert(kError, QString::fromLatin1(operation.errorFormat).arg(QString::fromUtf8(e.what())));
+    } catch (...) {
+        result.insert(kSuccess, false);
+        result.insert(kError, QString::fromLatin1(operation.unknownError));
+    }
+    return result;
+}
+
+}  // namespace
+
+QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext* context,
+                          const LayerOperation& operation) {
+    QJsonObject response{{kSuccess, false}};
+    if (!context) {
+        response.insert(kError, QStringLiteral("Invalid command context"));
+        return response;
+    }
+    const QJsonValue layers = request.object().value(QStringLiteral("layers"));
+    if (!layers.isArray()) {
+        response.insert(kError, QStringLiteral("Missing or invalid 'layers' array in input"));
+        return response;
+    }
+    if (operation.prepare) {
+        if (db::Database* database = context->database()) operation.prepare(*database);
+    }
+    bool allSucceeded = true;
+    QJsonArray results;
+    for (const QJsonValue& element : layers.toArray()) {
+        if (!element.isObject()) continue;
+        const QJsonObject result = handleLayer(context, element.toObject(), operation);
+        if (!result.value(kSuccess).toBool()) allSucceeded = false;
+        results.append(result);
+    }
+    response.insert(kSuccess, allSucceeded);
+    response.insert(QStringLiteral("layers"), results);
+    return response;
+}
+
+QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const QJsonValue& value) {
+    const QString text = AttributeText(value);
+    const properties::ColorParseResult parsed = properties::ParseColorText(text);
+    if (parsed.status == properties::ColorParseStatus::Ok) {
+        layer.setColor(parsed.color);
+        return QString();
+    }
+    // The parser's own message already ends in ". "; the page has always received the doubled stop.
+    return QStringLiteral("Color parsing for Layer '%1' failed. %2. ")
+        .arg(name, properties::ColorParseErrorMessage(parsed.status, text));
+}
+
+void ApplyLayerLineWeight(db::LayerTableRecord& layer, const QJsonValue& value) {
+    db::LineWeight weight = layer.lineWeight();
+    if (host::lineWeightFromString(AttributeText(value), weight)) layer.setLineWeight(weight);
+}
+
+void ApplyLayerStates(db::LayerTableRecord& layer, const QJsonObject& attributes, bool skipNull) {
+    auto given = [&](const QString& key) {
+        return attributes.contains(key) && !(skipNull && attributes.value(key).isNull());
+    };
+    const QString on = QStringLiteral("on"), frozen = QStringLiteral("frozen"),
+                  locked = QStringLiteral("locked");
+    if (given(on)) layer.setIsOff(!AttributeTruth(attributes.value(on)));
+    if (given(frozen)) layer.setIsFrozen(AttributeTruth(attributes.value(frozen)));
+    if (given(locked)) layer.setIsLocked(AttributeTruth(attributes.value(locked)));
+}
+
+}  // namespace vela::commands

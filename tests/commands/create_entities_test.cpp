@@ -1,0 +1,270 @@
+#include "commands/entities/create_entities.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <random>
+
+#include "commands/entities/number_text.h"
+#include "commands/entities/transform_entities.h"
+#include "db/dxf/dxf_writer.h"
+#include "db/entities/ellipse.h"
+#include "db/entities/polyline.h"
+#include "fixture.h"
+
+namespace vela::commands {
+namespace {
+
+using testing::DrawingTest;
+
+TEST(NumberTexts, ShortestTextsReadBackExactlyAndOnlyPlainNumbersAreRead) {
+    EXPECT_EQ(ShortestNumberText(250000), "250000");
+    EXPECT_EQ(ShortestNumberText(1e-6), "1e-06");
+    EXPECT_EQ(ShortestNumberText(-0.0), "0");
+    QByteArray text;
+    AppendPointText(text, {-1.5, 1e300, 0.00001});
+    AppendSixDigitNumber(text += ' ', 1234567.0);
+    EXPECT_EQ(text, "-1.5,1e+300,0.00001 1.23457e+06");
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        const std::uint64_t bits = random();
+        double v;
+        std::memcpy(&v, &bits, sizeof v);
+        if (i % 2) v = std::ldexp(static_cast<double>(bits >> 11), -20);  // everyday magnitudes too
+        if (!std::isfinite(v)) continue;
+        ASSERT_EQ(NumberFromText(ShortestNumberText(v)), v) << ShortestNumberText(v).toStdString();
+    }
+    EXPECT_EQ(NumberFromText(u" +1.5e3 "), 1500);
+    EXPECT_EQ(NumberFromText(u".5"), 0.5);
+    for (const char16_t* bad :
+         {u"", u"1e", u"+-1", u"1 2", u"0x1", u"1,5", u"inf", u"nan", u"1e999", u"\u0661"})
+        EXPECT_FALSE(NumberFromText(bad)) << QString::fromUtf16(bad).toStdString();
+}
+
+class CreateTest : public DrawingTest {
+  protected:
+    QJsonObject create(const char* json) { return run(&CreateObjectsResponse, json); }
+    // The summary of one entity, or an empty object when it failed.
+    QJsonObject createOne(const char* entity) {
+        const QJsonObject r = create(("{\"entities\":[" + std::string(entity) + "]}").c_str());
+        const QJsonArray list = r.value("entities").toArray();
+        EXPECT_EQ(r.value("success").toBool(), list.size() == 1) << entity;
+        return list.isEmpty() ? QJsonObject() : list.first().toObject();
+    }
+    template <class T>
+    db::ObjectRef<T> open(const QJsonObject& summary) {
+        const auto handle = db::Handle::fromText(summary.value("handle").toString().toStdString());
+        return db::openObject<T>(handle ? db.getObjectId(*handle) : db::ObjectId(), db::OpenMode::ForRead);
+    }
+    static QJsonObject properties(const QJsonObject& summary) {
+        return summary.value("properties").toObject();
+    }
+    std::size_t entityCount() {
+        std::size_t n = 0;
+        db.forEachObject([&](db::DbObject* o) { n += !o->isErased() && o->ownerId() == db.modelSpaceId(); });
+        return n;
+    }
+};
+
+TEST_F(CreateTest, LinesReadPointTextsAndTakeTheDrawingsDefaults) {
+    const db::ObjectId walls = addLayer("Walls");
+    ASSERT_EQ(db.setCurrentLayer(walls), db::ErrorStatus::Ok);
+    db.setCurrentColor(db::Color::fromIndex(3));
+    QJsonObject s =
+        createOne(R"({"className":"AcDbLine","start":"0,0","end":"10,5","properties":{"layer":"0"}})");
+    EXPECT_EQ(s.value("className"), "AcDbLine");
+    EXPECT_EQ(properties(s), (QJsonObject{{"startPoint", "0,0,0"}, {"endPoint", "10,5,0"}}));
+    auto line = open<db::Line>(s);
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->endPoint(), db::Point3d(10, 5, 0));
+    EXPECT_EQ(line->layerId(), walls) << "the current layer, whatever \"properties\" says";
+    EXPECT_EQ(line->color(), db::Color::fromIndex(3));
+
+    s = createOne(R"({"className":"AcDbLine","start":"1,2,3,4","end":" +0.1 ,0.3333333333333333, 1e21"})");
+    EXPECT_EQ(properties(s),
+              (QJsonObject{{"startPoint", "1,2,3"}, {"endPoint", "0.1,0.3333333333333333,1e+21"}}))
+        << "a fourth part is ignored; coordinates keep every digit";
+
+    const std::size_t count = entityCount();
+    for (const char* bad : {R"({"className":"AcDbLine","start":"1","end":"2,2"})",
+                            R"({"className":"AcDbLine","start":"1,,2","end":"2,2"})",
+                            R"({"className":"AcDbLine","start":"1,2","end":"2,inf"})",
+                            R"({"className":"AcDbLine","start":[1,2],"end":"2,2"})",
+                            R"({"className":"AcDbLine","start":"1,2"})",
+                            R"({"className":"acdbline","start":"1,2","end":"2,2"})",
+                            R"({"className":"AcDbPoint","position":"1,2"})"})
+        EXPECT_TRUE(createOne(bad).isEmpty()) << bad;
+    EXPECT_EQ(entityCount(), count) << "nothing is added for a failed entity";
+}
+
+TEST_F(CreateTest, CirclesArcsAndEllipsesCheckTheirScalars) {
+    QJsonObject s = createOne(R"({"className":"AcDbCircle","center":"1,2","radius":2.5})");
+    EXPECT_EQ(properties(s), (QJsonObject{{"center", "1,2,0"}, {"radius", "2.5"}}));
+    s = createOne(R"({"className":"AcDbCircle","center":"0,0","radius":"3.14159265"})");
+    EXPECT_EQ(properties(s).value("radius"), "3.14159") << "six digits in the summary";
+    EXPECT_EQ(open<db::Circle>(s)->radius(), 3.14159265) << "the full value in the drawing";
+
+    // Arc angles are radians as sent.
+    s = createOne(R"({"className":"AcDbArc","center":"0,0,1","radius":2,"startAngle":90,"endAngle":"-1.5"})");
+    EXPECT_EQ(
+        properties(s),
+        (QJsonObject{{"center", "0,0,1"}, {"radius", "2"}, {"startAngle", "90"}, {"endAngle", "-1.5"}}));
+    EXPECT_NEAR(open<db::Arc>(s)->startPoint().y, 2 * std::sin(90.0), 1e-12);
+
+    // The ellipse's rotation is degrees; without one the summary says "0".
+    s = createOne(R"({"className":"AcDbEllipse","center":"5,5","majorAxis":10,"minorAxis":4,"rotation":90})");
+    EXPECT_EQ(
+        properties(s),
+        (QJsonObject{{"center", "5,5,0"}, {"majorAxis", "10"}, {"minorAxis", "4"}, {"rotation", "90"}}));
+    {
+        auto e = open<db::Ellipse>(s);
+        EXPECT_TRUE(e->majorAxis().isEqualTo({0, 10, 0}, 1e-12));
+        EXPECT_DOUBLE_EQ(e->radiusRatio(), 0.4);
+        EXPECT_TRUE(e->isClosed());
+    }
+    s = createOne(R"({"className":"AcDbEllipse","center":"0,0","majorAxis":"3","minorAxis":3})");
+    EXPECT_EQ(properties(s).value("rotation"), "0");
+    EXPECT_EQ(open<db::Ellipse>(s)->majorAxis(), db::Vector3d(3, 0, 0));
+
+    for (const char* bad :
+         {R"({"className":"AcDbCircle","center":"0,0","radius":0})",
+          R"({"className":"AcDbCircle","center":"0,0","radius":"-1"})",
+          R"({"className":"AcDbCircle","center":"0","radius":1})",
+          R"({"className":"AcDbArc","center":"0,0","radius":1,"startAngle":0})",
+          R"({"className":"AcDbArc","center":"0,0","radius":1,"startAngle":"a","endAngle":1})",
+          R"({"className":"AcDbEllipse","center":"0,0","majorAxis":0,"minorAxis":1})",
+          R"({"className":"AcDbEllipse","center":"0,0","majorAxis":2,"minorAxis":1,"rotation":"x"})",
+          R"({"className":"AcDbEllipse","center":"0,0","majorAxis":2,"minorAxis":3})"})
+        EXPECT_TRUE(createOne(bad).isEmpty()) << bad;
+}
+
+TEST_F(CreateTest, PolylinesNeedTwoPointsAndOneNumericBulgePerPoint) {
+    QJsonObject s = createOne(R"({"className":"AcDbPolyline","points":["0,0","10,0,7","10,10"]})");
+    EXPECT_EQ(properties(s), (QJsonObject{{"vertices", QJsonArray{"0,0,0", "10,0,7", "10,10,0"}},
+                                          {"bulges", QJsonArray{0, 0, 0}},
+                                          {"closed", "false"}}));
+    EXPECT_EQ(open<db::Polyline>(s)->pointAt(1), db::Point3d(10, 0, 0))
+        << "Z is reported, the polyline is flat";
+
+    s = createOne(
+        R"({"className":"AcDbPolyline","points":"[\"0,0\",\"2,0\"]","bulges":[1,-0.5],"closed":"TRUE"})");
+    EXPECT_EQ(properties(s).value("bulges"), (QJsonArray{1, -0.5})) << "points may come as JSON text";
+    EXPECT_EQ(properties(s).value("closed"), "true");
+    {
+        auto p = open<db::Polyline>(s);
+        EXPECT_EQ(p->vertices()[1].bulge, -0.5);
+        EXPECT_TRUE(p->isClosed());
+    }
+    EXPECT_TRUE(
+        open<db::Polyline>(createOne(R"({"className":"AcDbPolyline","points":["0,0","1,1"],"closed":true})"))
+            ->isClosed());
+    s = createOne(R"({"className":"AcDbPolyline","points":["0,0","1,1"],"closed":"yes"})");
+    EXPECT_EQ(properties(s).value("closed"), "false");
+    EXPECT_FALSE(open<db::Polyline>(s)->isClosed());
+
+    for (const char* bad : {R"({"className":"AcDbPolyline","points":["0,0"]})",
+                            R"({"className":"AcDbPolyline","points":["0,0","1,1","2,2"],"bulges":[0,1]})",
+                            R"({"className":"AcDbPolyline","points":["0,0","1,1"],"bulges":[0,"1"]})",
+                            R"({"className":"AcDbPolyline","points":["0,0","1,1"],"bulges":null})",
+                            R"({"className":"AcDbPolyline","points":["0,0",[1,1]]})",
+                            R"({"className":"AcDbPolyline","points":"0,0 1,1"})"})
+        EXPECT_TRUE(createOne(bad).isEmpty()) << bad;
+}
+
+TEST_F(CreateTest, BatchesGoOnPastFailuresAndTheViewWidensForNewGeometryOutsideIt) {
+    doc->view().setAspectRatio(2);
+    const db::Extents3d start = doc->view().visibleExtents();  // 200 x 100 about the origin
+    QJsonObject r = create(R"({"entities":[7, {"start":"0,0","end":"1,1"},
+        {"className":"AcDbLine","start":"0,0","end":"1,0"},
+        {"className":"AcDbCircle","center":"0,0","radius":0},
+        {"className":"AcDbCircle","center":"10,10","radius":5}]})");
+    EXPECT_FALSE(r.value("success").toBool());
+    const QJsonArray list = r.value("entities").toArray();
+    ASSERT_EQ(list.size(), 2) << "elements without a class are passed over, the failed circle left out";
+    EXPECT_EQ(list[1].toObject().value("className"), "AcDbCircle");
+    EXPECT_TRUE(doc->view().visibleExtents().isEqualTo(start)) << "all inside the view: untouched";
+
+    EXPECT_EQ(create(R"({"entities":[]})"), (QJsonObject{{"success", true}, {"entities", QJsonArray()}}));
+    for (const char* json : {R"({"entities":{}})", R"([1])"})
+        EXPECT_EQ(create(json), (QJsonObject{{"success", false}})) << json;
+
+    create(R"({"entities":[{"className":"AcDbCircle","center":"500,0","radius":20},
+                           {"className":"AcDbLine","start":"0,0","end":"0,-300"}]})");
+    const db::Extents3d now = doc->view().visibleExtents();
+    for (const db::Point3d& p :
+         {start.minPoint(), start.maxPoint(), db::Point3d(520, 20), db::Point3d(0, -300)})
+        EXPECT_TRUE(now.contains(p, 1e-9)) << p.x << "," << p.y;
+    // Old view and new geometry together are 350 high; the view keeps its 2:1 shape around them.
+    EXPECT_LT(now.maxPoint().y - now.minPoint().y, 360) << "a small margin, not a wild zoom";
+}
+
+// Undo takes the batch away again; only the handle seed moves on, since handles are never reused.
+TEST_F(CreateTest, UndoRemovesEverythingTheCommandCreated) {
+    line();
+    auto withoutHandseed = [this] {
+        std::string text = db::writeDxf(db);
+        const std::size_t value = text.find('\n', text.find('\n', text.find("$HANDSEED")) + 1);
+        return text.erase(value + 1, text.find('\n', value + 1) - value);
+    };
+    const std::string before = withoutHandseed();
+    db.undoManager().beginGroup("create");
+    const QJsonObject r = create(R"({"entities":[{"className":"AcDbLine","start":"0,0","end":"1,0"},
+        {"className":"AcDbCircle","center":"0,0","radius":1},
+        {"className":"AcDbArc","center":"0,0","radius":1,"startAngle":0,"endAngle":1},
+        {"className":"AcDbPolyline","points":["0,0","1,0","1,1"],"bulges":[0,0.5,0]},
+        {"className":"AcDbEllipse","center":"0,0","majorAxis":2,"minorAxis":1}]})");
+    db.undoManager().endGroup();
+    EXPECT_TRUE(r.value("success").toBool());
+    ASSERT_NE(withoutHandseed(), before);
+    EXPECT_EQ(db.undoManager().undo(1), 1u);
+    EXPECT_EQ(withoutHandseed(), before);
+}
+
+// A drawing made and changed by the assistant's commands must open cleanly in another DXF reader.
+TEST_F(CreateTest, DrawingEditedByTheCommandsAuditsCleanInEzdxf) {
+    if (std::system("/usr/bin/python3 -c 'import ezdxf' 2>/dev/null") != 0)
+        GTEST_SKIP() << "ezdxf is not installed";
+    const QJsonObject r = create(R"({"entities":[{"className":"AcDbLine","start":"0,0","end":"10,5"},
+        {"className":"AcDbCircle","center":"3,4","radius":1.5},
+        {"className":"AcDbArc","center":"0,0","radius":2,"startAngle":0,"endAngle":1.5},
+        {"className":"AcDbPolyline","points":["0,0","4,0","4,4"],"bulges":[0.5,0,0],"closed":true},
+        {"className":"AcDbEllipse","center":"1,1","majorAxis":4,"minorAxis":1,"rotation":30}]})");
+    ASSERT_TRUE(r.value("success").toBool());
+    QJsonArray handles;
+    for (const QJsonValue& e : r.value("entities").toArray()) handles.append(e.toObject().value("handle"));
+    const QJsonArray turnAndDouble{QJsonObject{{"a00", 0}, {"a01", -2}, {"a10", 2}, {"a11", 0}, {"a22", 2}},
+                                   QJsonObject{{"a03", 100}}};
+    host::UserIO io({}, host.services().userInput());
+    host::CommandContext context(doc, io);
+    ASSERT_TRUE(TransformEntities(QJsonDocument(QJsonObject{{"handles", handles},
+                                                            {"rotateAroundBoundingBoxCenter", true},
+                                                            {"transformationMatrices", turnAndDouble}}),
+                                  context));
+
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / ("vela_create_" + std::to_string(::getpid()) + ".dxf");
+    ASSERT_TRUE(db::saveDxfFile(db, file).ok);
+    const std::string audit = "/usr/bin/python3 " VELA_SOURCE_DIR
+                              "/tests/dxf_roundtrip/compare.py --audit-only '" +
+                              file.string() + "'";
+    EXPECT_EQ(std::system(audit.c_str()), 0);
+    const std::string probe =
+        "/usr/bin/python3 -c \"\n"
+        "import ezdxf, sys\n"
+        "msp = ezdxf.readfile(sys.argv[1]).modelspace()\n"
+        "assert sorted(e.dxftype() for e in msp) == ['ARC','CIRCLE','ELLIPSE','LINE','LWPOLYLINE']\n"
+        "assert abs(msp.query('CIRCLE')[0].dxf.radius - 3) < 1e-9\n"
+        "pl = msp.query('LWPOLYLINE')[0]\n"
+        "assert pl.closed and len(pl) == 3 and abs(pl[0][4] - 0.5) < 1e-12, list(pl)\n"
+        "e = msp.query('ELLIPSE')[0]\n"
+        "assert abs(e.dxf.ratio - 0.25) < 1e-12 and abs(e.dxf.major_axis.magnitude - 8) < 1e-9\n"
+        "\" '" +
+        file.string() + "'";
+    EXPECT_EQ(std::system(probe.c_str()), 0);
+    std::filesystem::remove(file);
+}
+
+}  // namespace
+}  // namespace vela::commands

@@ -1,0 +1,260 @@
+#include <QRegularExpression>
+
+#include "commands/layers/create_layers.h"
+#include "commands/layers/delete_layers.h"
+#include "commands/layers/modify_layers.h"
+#include "db/dxf/dxf_writer.h"
+#include "db/support/linetype_file.h"
+#include "fixture.h"
+#include "properties/color_text.h"
+
+namespace vela::commands {
+namespace {
+
+using Body = QJsonObject (*)(const QJsonDocument&, host::CommandContext&);
+
+// The drawing as a file holds it, less the handle seed, which undo leaves raised (handles are never reused).
+std::string drawingText(db::Database& db) {
+    return QString::fromStdString(db::writeDxf(db))
+        .replace(QRegularExpression(QStringLiteral("\\$HANDSEED\\n *5\\n[0-9A-F]+\\n")), QString())
+        .toStdString();
+}
+
+class LayerCommandsTest : public testing::DrawingTest {
+  protected:
+    // The per-layer results of a batch of the given layer objects.
+    QJsonArray batch(Body body, const QJsonArray& layers, bool expectSuccess) {
+        const QByteArray json = QJsonDocument(QJsonObject{{"layers", layers}}).toJson(QJsonDocument::Compact);
+        const QJsonObject r = run(body, json.constData());
+        EXPECT_EQ(r.value("success").toBool(), expectSuccess) << json.constData();
+        return r.value("layers").toArray();
+    }
+    db::ObjectId id(const char* name) { return db.layerTable()->getAt(name); }
+    const db::LayerTableRecord* layer(const char* name) {
+        return db::objectCast<db::LayerTableRecord>(id(name).peek());
+    }
+    db::ObjectId addDashed() {
+        db::LinetypeDefinition dashed{.name = "DASHED", .elements = {{.length = 0.5}, {.length = -0.25}}};
+        db::ObjectId linetype;
+        EXPECT_EQ(db.addLinetype(dashed, &linetype), db::ErrorStatus::Ok);
+        return linetype;
+    }
+    QJsonObject done(const char* requestName, const char* layerName) {
+        return {{"success", true}, {"name", requestName}, {"handle", hex(id(layerName))}};
+    }
+};
+
+QJsonObject failed(const QString& error) {
+    return {{"success", false}, {"error", error}};
+}
+
+TEST_F(LayerCommandsTest, FrameRefusesBadRequestsAndSkipsElementsThatAreNotObjects) {
+    host::UserIO io({}, host.services().userInput());
+    host::CommandContext noDrawing(nullptr, io);
+    const QJsonDocument two = QJsonDocument::fromJson(R"({"layers":[{"name":"A"},{"name":"B"}]})");
+    for (Body body : {CreateLayersResponse, ModifyLayersResponse, DeleteLayersResponse}) {
+        for (const char* request : {"{}", R"({"layers":{"name":"A"}})", "[1]"})
+            EXPECT_EQ(run(body, request), failed("Missing or invalid 'layers' array in input"));
+        EXPECT_EQ(run(body, R"({"layers":[]})"), QJsonObject({{"success", true}, {"layers", QJsonArray()}}));
+        EXPECT_EQ(batch(body, {1, "A", QJsonValue(), QJsonArray(), QJsonObject()}, false),
+                  QJsonArray({failed("Layer name is required")}));
+        // Without a drawing every layer still gets its own result.
+        EXPECT_EQ(body(two, noDrawing).value("layers"),
+                  QJsonArray({failed("Invalid database"), failed("Invalid database")}));
+    }
+    for (auto direct : {CreateLayers, ModifyLayers, DeleteLayers})
+        EXPECT_EQ(direct(two, nullptr), failed("Invalid command context"));
+}
+
+TEST_F(LayerCommandsTest, CreateAppliesWhatItCanAndReportsEachLayer) {
+    const db::ObjectId dashed = addDashed();
+    addLayer("Walls", db::Color::fromIndex(5));
+    const QJsonArray results =
+        batch(CreateLayersResponse,
+              {QJsonObject{{"name", "Doors"}, {"color", 1}, {"linetype", "NOSUCH"}, {"lineweight", "0.26"}},
+               QJsonObject{{"name", "WALLS"}, {"color", 1}, {"on", false}}, QJsonObject{{"name", "Bad:Name"}},
+               QJsonObject{{"name", "Glass"},
+                           {"color", "(10, 20, 30)"},
+                           {"linetype", "dashed"},
+                           {"lineweight", "0.35 mm"},
+                           {"on", "false"},
+                           {"frozen", "TRUE"},
+                           {"locked", 1}},
+               QJsonObject{{"name", 42}, {"color", "#GG0000"}, {"on", "no"}, {"locked", true}}},
+              false);
+    const QString colorError =
+        "Color parsing for Layer '42' failed. Error parsing property from #GG0000 because";
+    ASSERT_EQ(results.size(), 5);
+    EXPECT_EQ(results[0], done("Doors", "Doors"));
+    EXPECT_EQ(results[1], QJsonObject({{"success", true}, {"info", "Layer 'WALLS' already exists"}}));
+    EXPECT_EQ(results[2], failed("Invalid layer name: 'Bad:Name'"));
+    EXPECT_EQ(results[3], done("Glass", "Glass"));
+    EXPECT_TRUE(results[4]["error"].toString().startsWith(colorError) &&
+                results[4]["error"].toString().endsWith(". . "));
+    EXPECT_EQ(results[4].toObject().value("handle"), hex(id("42")));
+
+    // An unknown linetype or lineweight leaves the new layer's default; an existing layer is not touched.
+    EXPECT_EQ(layer("Doors")->color(), db::Color::fromIndex(1));
+    EXPECT_EQ(layer("Doors")->linetypeId(), db.linetypeContinuousId());
+    EXPECT_EQ(layer("Doors")->lineWeight(), db::LineWeight::ByLineWeightDefault);
+    EXPECT_FALSE(layer("Doors")->isOff() || layer("Doors")->isFrozen() || layer("Doors")->isLocked());
+    EXPECT_EQ(layer("Walls")->color(), db::Color::fromIndex(5));
+    EXPECT_FALSE(layer("Walls")->isOff());
+    EXPECT_EQ(layer("Glass")->color(), db::Color::fromRgb(10, 20, 30));
+    EXPECT_EQ(layer("Glass")->linetypeId(), dashed);
+    EXPECT_EQ(layer("Glass")->lineWeight(), db::LineWeight::W035);
+    EXPECT_TRUE(layer("Glass")->isOff() && layer("Glass")->isFrozen() && layer("Glass")->isLocked());
+    EXPECT_EQ(layer("42")->color(), db::Color::fromIndex(7)) << "a bad color is skipped, the rest applies";
+    EXPECT_TRUE(!layer("42")->isOff() && layer("42")->isLocked());
+    EXPECT_TRUE(layer("Bad:Name") == nullptr && db.layerTable()->size() == 5u);
+}
+
+TEST_F(LayerCommandsTest, TruthValuesAreReadTheWayThePageSendsThem) {
+    const std::vector<std::pair<QJsonValue, bool>> offFor = {
+        {false, true},        {true, false}, {"FaLsE", true}, {"0", true}, {"", true},
+        {"no", false},        {0, true},     {0.5, false},    {-1, false}, {QJsonValue(), true},
+        {QJsonArray{1}, true}};
+    QJsonArray layers;
+    for (std::size_t i = 0; i < offFor.size(); ++i)
+        layers.append(QJsonObject{{"name", QStringLiteral("L%1").arg(i)}, {"on", offFor[i].first}});
+    batch(CreateLayersResponse, layers, true);
+    for (std::size_t i = 0; i < offFor.size(); ++i)
+        EXPECT_EQ(layer(("L" + std::to_string(i)).c_str())->isOff(), offFor[i].second) << i;
+}
+
+TEST_F(LayerCommandsTest, ModifyReportsEveryProblemInKeyOrderAndAppliesTheRest) {
+    const db::ObjectId dashed = addDashed();
+    addLayer("A", db::Color::fromIndex(2));
+    addLayer("B");
+    addLayer("C");
+    const std::string unchanged = drawingText(db);
+    EXPECT_EQ(
+        batch(ModifyLayersResponse,
+              {QJsonObject{{"name", "C"},
+                           {"newName", ""},
+                           {"color", QJsonValue()},
+                           {"linetype", QJsonValue()},
+                           {"lineweight", "thick"},
+                           {"on", QJsonValue()}},
+               QJsonObject{{"name", "X"}, {"color", 1}}, QJsonObject{{"name", "0"}, {"newName", "Base"}}},
+              false),
+        QJsonArray({done("C", "C"), failed("Layer 'X' does not exist"),
+                    failed("Error modifying layer: Invalid input: layer 0 cannot be renamed")}));
+    EXPECT_EQ(drawingText(db), unchanged)
+        << "null and empty values, unknown lineweights and failures change nothing";
+
+    const QJsonArray results =
+        batch(ModifyLayersResponse,
+              {QJsonObject{{"name", "A"}, {"newName", "B"}, {"linetype", "NOSUCH"}},
+               QJsonObject{{"locked", true},
+                           {"linetype", "NOSUCH"},
+                           {"color", "#GG0000"},
+                           {"newName", "A/B"},
+                           {"name", "A"}},
+               QJsonObject{{"name", "a"},
+                           {"newName", "A"}},  // differs in case only: the table finds the layer itself
+               QJsonObject{{"name", "b"},
+                           {"newName", "b"}},  // the same text passes and takes the request's spelling
+               QJsonObject{{"name", "C"},
+                           {"newName", "Glass"},
+                           {"color", "(1,2,3)"},
+                           {"linetype", "Dashed"},
+                           {"lineweight", "ByBlock"},
+                           {"on", "0"},
+                           {"frozen", 1}}},
+              true);
+    QJsonObject first = done("A", "A");
+    first.insert("error", "Layer with name 'B' already exists. Linetype 'NOSUCH' not found. ");
+    EXPECT_EQ(results[0], first);
+    const QString badHex =
+        properties::ColorParseErrorMessage(properties::ParseColorText("#GG0000").status, "#GG0000");
+    EXPECT_EQ(results[1]["error"].toString(),
+              "Invalid new layer name: 'A/B'. Color parsing for Layer 'A' failed. " + badHex +
+                  ". Linetype 'NOSUCH' not found. ");
+    EXPECT_EQ(results[2]["error"], "Layer with name 'A' already exists. ");
+    EXPECT_FALSE(results[3].toObject().contains("error"));
+    EXPECT_EQ(results[4], QJsonObject({{"success", true}, {"name", "C"}, {"handle", hex(id("Glass"))}}));
+    EXPECT_TRUE(layer("A")->isLocked() && layer("A")->color() == db::Color::fromIndex(2));
+    EXPECT_EQ(layer("B")->name(), "b");
+    const db::LayerTableRecord* glass = layer("Glass");
+    ASSERT_TRUE(glass && id("C").isNull());
+    EXPECT_TRUE(glass->color() == db::Color::fromRgb(1, 2, 3) && glass->linetypeId() == dashed);
+    EXPECT_TRUE(glass->lineWeight() == db::LineWeight::ByBlock && glass->isOff() && glass->isFrozen());
+}
+
+TEST_F(LayerCommandsTest, DeleteRefusesInOrderAndJudgesUseByTheWholeDrawing) {
+    const db::ObjectId used = addLayer("Used");
+    line(used);
+    addLayer("Defpoints");
+    addLayer("Empty");  // added after the last usage scan: only a fresh scan shows it unused
+    const db::ObjectId inBlock = addLayer("InBlock"), erasedOnly = addLayer("ErasedOnly");
+    db::ObjectId chair, xref, usedXref;
+    ASSERT_EQ(db.addRecord(db.blockTableId(), std::make_unique<db::BlockTableRecord>("Chair"), &chair),
+              db::ErrorStatus::Ok);
+    add(std::make_unique<db::Circle>(db::Point3d(), 1), inBlock, chair);
+    ASSERT_EQ(db::openObject<db::Entity>(line(erasedOnly), db::OpenMode::ForWrite)->erase(),
+              db::ErrorStatus::Ok);
+    // Layers of an external reference, which only a file brings (their names hold the bar).
+    for (auto [name, out] : {std::pair{"Site|Walls", &xref}, std::pair{"Site|Roof", &usedXref}})
+        ASSERT_EQ(
+            db.addRecord(db.layerTableId(), std::make_unique<db::LayerTableRecord>(name), out, {}, true),
+            db::ErrorStatus::Ok);
+    circle(usedXref);
+    const QJsonObject empty = done("empty", "Empty"), erased = done("ErasedOnly", "ErasedOnly");
+
+    auto names = [](std::initializer_list<const char*> list) {
+        QJsonArray layers;
+        for (const char* n : list) layers.append(QJsonObject{{"name", n}});
+        return layers;
+    };
+    EXPECT_EQ(
+        batch(DeleteLayersResponse,
+              names({"X", "0", "defPOINTS", "Used", "InBlock", "Site|Walls", "Site|Roof", "empty",
+                     "ErasedOnly"}),
+              false),
+        QJsonArray(
+            {failed("Layer 'X' does not exist"),
+             failed("Cannot delete layer '0' because it is the current layer"),
+             failed("Cannot delete the Defpoints layer"),
+             failed("Cannot delete layer 'Used' because it is currently in use"),
+             failed("Cannot delete layer 'InBlock' because it is currently in use"),
+             failed("Cannot delete layer 'Site|Walls' because it is dependent on an external reference"),
+             failed("Cannot delete layer 'Site|Roof' because it is currently in use"), empty, erased}));
+    EXPECT_TRUE(id("Empty").isNull() && id("ErasedOnly").isNull() && !inBlock.isErased());
+    ASSERT_EQ(db.setCurrentLayer(used), db::ErrorStatus::Ok);
+    EXPECT_EQ(batch(DeleteLayersResponse, names({"0", "used"}), false),
+              QJsonArray({failed("Cannot delete layer '0'"),
+                          failed("Cannot delete layer 'used' because it is the current layer")}));
+}
+
+TEST_F(LayerCommandsTest, EachCommandIsOneUndoStepThatRestoresTheDrawing) {
+    addDashed();
+    addLayer("A", db::Color::fromIndex(2));
+    line(addLayer("B"));
+    const std::vector<std::pair<Body, const char*>> runs = {
+        {CreateLayersResponse, R"({"layers":[{"name":"N1","color":"1","linetype":"DASHED","on":false},)"
+                               R"({"name":"N2"},{"name":"A"}]})"},
+        {ModifyLayersResponse, R"({"layers":[{"name":"A","newName":"A2","color":"#102030","locked":true},)"
+                               R"({"name":"B","frozen":1}]})"},
+        {DeleteLayersResponse, R"({"layers":[{"name":"A"},{"name":"B"},{"name":"0"}]})"},
+    };
+    for (const auto& [body, request] : runs) {
+        const std::string before = drawingText(db);
+        const std::size_t steps = db.undoManager().undoCount();
+        db.undoManager().beginGroup();
+        const QJsonObject r = run(body, request);
+        db.undoManager().endGroup();
+        ASSERT_TRUE(r["layers"][0]["success"].toBool()) << request;
+        const std::string after = drawingText(db);
+        EXPECT_NE(after, before) << request;
+        ASSERT_EQ(db.undoManager().undoCount(), steps + 1) << request;
+        ASSERT_EQ(db.undoManager().undo(), 1u);
+        EXPECT_EQ(drawingText(db), before) << request;
+        ASSERT_EQ(db.undoManager().redo(), 1u);
+        EXPECT_EQ(drawingText(db), after) << request;
+        ASSERT_EQ(db.undoManager().undo(), 1u);
+    }
+}
+
+}  // namespace
+}  // namespace vela::commands

@@ -1,0 +1,183 @@
+#include "commands/entities/transform_entities.h"
+
+#include <cmath>
+
+#include "db/dxf/dxf_writer.h"
+#include "db/entities/polyline.h"
+#include "fixture.h"
+
+namespace vela::commands {
+namespace {
+
+using testing::DrawingTest;
+
+QJsonObject matrix(std::initializer_list<std::pair<const char*, double>> elements) {
+    QJsonObject m;
+    for (const auto& [key, value] : elements) m.insert(QLatin1String(key), value);
+    return m;
+}
+
+::testing::AssertionResult At(const db::Point3d& p, double x, double y) {
+    if (std::abs(p.x - x) < 1e-12 && std::abs(p.y - y) < 1e-12) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure()
+           << "(" << p.x << ", " << p.y << ") is not (" << x << ", " << y << ")";
+}
+
+class TransformTest : public DrawingTest {
+  protected:
+    bool transform(const QJsonObject& request) {
+        host::UserIO io({}, host.services().userInput());
+        host::CommandContext context(doc, io);
+        return TransformEntities(QJsonDocument(request), context);
+    }
+    QJsonObject request(std::initializer_list<db::ObjectId> ids, QJsonArray matrices,
+                        const char* flag = nullptr) {
+        QJsonArray handles;
+        for (db::ObjectId id : ids) handles.append(hex(id));
+        QJsonObject r{{"handles", handles}, {"transformationMatrices", matrices}};
+        if (flag) r.insert(QLatin1String(flag), true);
+        return r;
+    }
+    db::ObjectId lineFrom(db::Point3d a, db::Point3d b, db::ObjectId layer = {}) {
+        return add(std::make_unique<db::Line>(a, b), layer);
+    }
+    static db::Point3d start(db::ObjectId id) {
+        return db::openObject<db::Line>(id, db::OpenMode::ForRead, {true})->startPoint();
+    }
+    void lock(db::ObjectId layer) {
+        db::openObject<db::LayerTableRecord>(layer, db::OpenMode::ForWrite)->setIsLocked(true);
+    }
+};
+
+TEST(TransformMatrices, KeysAreSearchedAndTheLastInNameOrderWins) {
+    const std::vector<db::Matrix3d> m =
+        ReadTransformMatrices(QJsonDocument::fromJson(R"({"transformationMatrices":[
+        {"a03": 5, "xa13y": 6, "A23": 7, "a4": 8, "a0312": 10, "a11": "2"}, {"za00": 3, "a00": 2}, 7, {}]})")
+                                  .object());
+    ASSERT_EQ(m.size(), 4u) << "one matrix per element, in request order";
+    EXPECT_EQ(m[0](0, 3), 10) << "\"a0312\" names a03 by its first match and sorts after \"a03\"";
+    EXPECT_EQ(m[0](1, 3), 6) << "the pattern is searched, not anchored";
+    EXPECT_EQ(m[0](2, 3), 0) << "upper-case A names nothing";
+    EXPECT_EQ(m[0](1, 1), 0) << "a value that is not a JSON number counts as 0";
+    EXPECT_EQ(m[0](0, 0), 1) << "elements not given keep the identity's value";
+    EXPECT_EQ(m[1](0, 0), 3) << "\"za00\" comes after \"a00\" in name order";
+    EXPECT_EQ(m[2], db::Matrix3d::identity()) << "an element that is not an object reads as an empty one";
+    EXPECT_EQ(m[3], db::Matrix3d::identity());
+}
+
+TEST_F(TransformTest, MatricesApplyInRequestOrder) {
+    const db::ObjectId a = lineFrom({1, 0}, {2, 0}), b = lineFrom({1, 0}, {2, 0});
+    const QJsonObject move = matrix({{"a03", 10}});
+    const QJsonObject turn = matrix({{"a00", 0}, {"a01", -1}, {"a10", 1}, {"a11", 0}});  // +90 degrees
+    EXPECT_TRUE(transform(request({a}, {move, turn})));
+    EXPECT_TRUE(transform(request({b}, {turn, move})));
+    EXPECT_TRUE(At(start(a), 0, 11)) << "moved to (11, 0), then turned";
+    EXPECT_TRUE(At(start(b), 10, 1)) << "turned to (0, 1), then moved";
+}
+
+TEST_F(TransformTest, CentringUsesOneBoxForAllEntitiesLockedOnesIncluded) {
+    const db::ObjectId locked = addLayer("Locked");
+    const db::ObjectId a = lineFrom({0, 0}, {2, 0}), b = lineFrom({4, 2}, {6, 2});
+    const db::ObjectId pinned = lineFrom({10, 10}, {12, 10}, locked);
+    lock(locked);
+    const QJsonObject twice = matrix({{"a00", 2}, {"a11", 2}, {"a22", 2}});
+
+    // The box of all three is (0,0)-(12,10): the locked line helps place the center (6,5) but does not move.
+    EXPECT_TRUE(transform(request({a, b, pinned}, {twice}, "scaleAroundBoundingBoxCenter")));
+    EXPECT_TRUE(At(start(a), -6, -5));
+    EXPECT_TRUE(At(start(b), 2, -1));
+    EXPECT_TRUE(At(start(pinned), 10, 10));
+    // The other flag centres too: the box is now (-6,-5)-(12,10), center (3, 2.5).
+    EXPECT_TRUE(transform(
+        request({a, pinned}, {matrix({{"a00", -1}, {"a11", -1}})}, "rotateAroundBoundingBoxCenter")));
+    EXPECT_TRUE(At(start(a), 12, 10));
+
+    // Without a flag, or with one that is not a JSON boolean, the matrix acts about the origin.
+    const db::ObjectId c = lineFrom({1, 1}, {2, 1});
+    for (const QJsonValue& flag : {QJsonValue(), QJsonValue("true"), QJsonValue(1)}) {
+        QJsonObject r = request({c}, {twice});
+        if (!flag.isNull()) r.insert("scaleAroundBoundingBoxCenter", flag);
+        EXPECT_TRUE(transform(r));
+    }
+    EXPECT_TRUE(At(start(c), 8, 8));
+
+    // Without extents to be had (an empty polyline) the matrices stay as given: z' = 2 z + 1.
+    auto empty = std::make_unique<db::Polyline>();
+    empty->setElevation(5);
+    const db::ObjectId hollow = add(std::move(empty));
+    EXPECT_TRUE(
+        transform(request({hollow}, {matrix({{"a22", 2}, {"a23", 1}})}, "scaleAroundBoundingBoxCenter")));
+    EXPECT_DOUBLE_EQ(db::openObject<db::Polyline>(hollow, db::OpenMode::ForRead)->elevation(), 11);
+}
+
+TEST_F(TransformTest, SkipsSilentlyWhatCannotBeTransformed) {
+    const db::ObjectId locked = addLayer("Locked");
+    const db::ObjectId target = lineFrom({0, 0}, {1, 0}), pinned = lineFrom({0, 0}, {1, 0}, locked);
+    const db::ObjectId gone = lineFrom({0, 0}, {1, 0});
+    db::openObject(gone, db::OpenMode::ForWrite)->erase();
+    lock(locked);
+
+    QJsonObject r = request({pinned, gone, locked, target}, {matrix({{"a03", 3}})});
+    QJsonArray handles = r.value("handles").toArray();
+    for (const QJsonValue& odd : {QJsonValue("zz"), QJsonValue("0x" + hex(target)), QJsonValue(""),
+                                  QJsonValue(" " + hex(target)), QJsonValue("FFFFFF"), QJsonValue(0)})
+        handles.append(odd);
+    handles.append(hex(target).toLower());
+    r.insert("handles", handles);
+    EXPECT_TRUE(transform(r)) << "locked, erased, unknown and non-entity objects are no failure";
+    EXPECT_TRUE(At(start(target), 6, 0)) << "named twice (once in lower case), moved twice";
+    EXPECT_TRUE(At(start(pinned), 0, 0));
+    EXPECT_TRUE(At(start(gone), 0, 0));
+}
+
+TEST_F(TransformTest, SelectionIsTakenWithoutHandlesAndNothingToTransformFails) {
+    const db::ObjectId a = lineFrom({0, 0}, {1, 0}), b = lineFrom({0, 0}, {1, 0}),
+                       gone = lineFrom({0, 0}, {1, 0});
+    const QJsonArray up{matrix({{"a13", 1}})};
+    EXPECT_FALSE(transform(QJsonObject{{"transformationMatrices", up}})) << "no handles, empty selection";
+
+    doc->selection().set({b, gone});
+    db::openObject(gone, db::OpenMode::ForWrite)->erase();
+    EXPECT_TRUE(transform(QJsonObject{{"transformationMatrices", up}}));
+    EXPECT_TRUE(transform(QJsonObject{{"handles", QJsonArray()}, {"transformationMatrices", up}}));
+    EXPECT_TRUE(transform(QJsonObject{{"handles", "1F"}, {"transformationMatrices", up}}));
+    EXPECT_TRUE(At(start(b), 0, 3)) << "missing, empty and non-array \"handles\" take the selection";
+    EXPECT_TRUE(At(start(a), 0, 0));
+
+    doc->selection().set({gone});
+    EXPECT_FALSE(transform(QJsonObject{{"transformationMatrices", up}})) << "only an erased object selected";
+    EXPECT_TRUE(transform(request({a}, {}))) << "no matrices: nothing to apply, but the entity was found";
+}
+
+TEST_F(TransformTest, ARefusalFailsButTheRestIsStillApplied) {
+    const db::ObjectId round = circle({}, 1), straight = lineFrom({1, 1}, {2, 1});
+    EXPECT_FALSE(
+        transform(request({round, straight}, {matrix({{"a00", 2}, {"a11", 3}}), matrix({{"a03", 5}})})));
+    auto c = db::openObject<db::Circle>(round, db::OpenMode::ForRead);
+    EXPECT_TRUE(At(c->center(), 5, 0)) << "the circle refuses the stretch but takes the move after it";
+    EXPECT_DOUBLE_EQ(c->radius(), 1);
+    EXPECT_TRUE(At(start(straight), 7, 3)) << "the next entity takes both";
+    EXPECT_FALSE(transform(request({straight}, {matrix({{"a30", 1}})}))) << "a projective matrix is refused";
+    EXPECT_TRUE(At(start(straight), 7, 3));
+}
+
+TEST_F(TransformTest, UndoRestoresTheDrawingExactly) {
+    const db::ObjectId locked = addLayer("Locked");
+    const db::ObjectId a = lineFrom({0, 0}, {3, 4}), pinned = lineFrom({5, 5}, {6, 6}, locked);
+    const db::ObjectId round = circle({}, 2),
+                       bow = add(std::make_unique<db::Arc>(db::Point3d(1, 1), 2, 0.5, 2.5));
+    lock(locked);
+    const std::string before = db::writeDxf(db);
+    db.undoManager().beginGroup("transform");
+    EXPECT_FALSE(transform(request({a, pinned, round, bow},
+                                   {matrix({{"a00", 0.5}, {"a11", 0.5}, {"a22", 0.5}}), matrix({{"a01", 1}})},
+                                   "rotateAroundBoundingBoxCenter")))
+        << "the circle and the arc refuse the shear";
+    db.undoManager().endGroup();
+    ASSERT_NE(db::writeDxf(db), before);
+    EXPECT_EQ(db.undoManager().undo(1), 1u);
+    EXPECT_EQ(db::writeDxf(db), before);
+}
+
+}  // namespace
+}  // namespace vela::commands
