@@ -299,38 +299,22 @@ TEST_F(CreateBlocksTest, ASavedDrawingAuditsCleanInEzdxfAndReadsBackTheBlock) {
                                 QJsonObject{{"name", "Chair"}, {"entityHandles", hex(lamp)}}});
     ASSERT_TRUE(r["success"].toBool()) << QJsonDocument(r).toJson().constData();
 
-    namespace fs = std::filesystem;
-    const fs::path file = fs::temp_directory_path() / ("vela_blocks_" + std::to_string(::getpid()) + ".dxf");
-    ASSERT_TRUE(db::saveDxfFile(db, file).ok);
-    const std::string audit = "/usr/bin/python3 " VELA_SOURCE_DIR
-                              "/tests/dxf_roundtrip/compare.py --audit-only '" +
-                              file.string() + "'";
-    EXPECT_EQ(std::system(audit.c_str()), 0);
-    const std::string probe =
-        "/usr/bin/python3 -c \"\n"
-        "import ezdxf, sys\n"
-        "doc = ezdxf.readfile(sys.argv[1])\n"
-        "msp = doc.modelspace()\n"
-        "assert sorted(e.dxftype() for e in msp) == ['INSERT', 'INSERT', 'LINE'], [e.dxftype() for e in "
-        "msp]\n"
-        "inserts = {i.dxf.name: i for i in msp.query('INSERT')}\n"
-        "assert inserts['Chair'].dxf.insert.isclose((10, 20, 0)), inserts['Chair'].dxf.insert\n"
-        "assert inserts['Chair_1'].dxf.insert.isclose((28, 38, 0)), inserts['Chair_1'].dxf.insert\n"
-        "chair = doc.blocks.get('Chair')\n"
-        "assert chair.block.dxf.description == 'Four legs', chair.block.dxf.description\n"
-        "assert chair.block_record.dxf.explode == 0 and chair.block_record.dxf.scale == 1\n"
-        "assert sorted(e.dxftype() for e in chair) == ['CIRCLE', 'LINE'], [e.dxftype() for e in chair]\n"
-        "line = chair.query('LINE')[0]\n"
-        "assert line.dxf.start.isclose((2, 0, 0)) and line.dxf.end.isclose((4, 0, 0)), line.dxf.start\n"
-        "assert line.dxf.layer == 'Walls', line.dxf.layer\n"
-        "circle = chair.query('CIRCLE')[0]\n"
-        "assert circle.dxf.center.isclose((3, 2, 0)) and circle.dxf.radius == 1, circle.dxf.center\n"
-        "lamp = doc.blocks.get('Chair_1')\n"
-        "assert [e.dxftype() for e in lamp] == ['CIRCLE'] and lamp[0].dxf.center.isclose((2, 2, 0))\n"
-        "\" '" +
-        file.string() + "'";
-    EXPECT_EQ(std::system(probe.c_str()), 0);
-    fs::remove(file);
+    EXPECT_TRUE(ezdxfAccepts("vela_blocks",
+                             "assert sorted(e.dxftype() for e in msp) == ['INSERT', 'INSERT', 'LINE'], [e.dxftype() for e in msp]\n"
+                             "inserts = {i.dxf.name: i for i in msp.query('INSERT')}\n"
+                             "assert inserts['Chair'].dxf.insert.isclose((10, 20, 0)), inserts['Chair'].dxf.insert\n"
+                             "assert inserts['Chair_1'].dxf.insert.isclose((28, 38, 0)), inserts['Chair_1'].dxf.insert\n"
+                             "chair = doc.blocks.get('Chair')\n"
+                             "assert chair.block.dxf.description == 'Four legs', chair.block.dxf.description\n"
+                             "assert chair.block_record.dxf.explode == 0 and chair.block_record.dxf.scale == 1\n"
+                             "assert sorted(e.dxftype() for e in chair) == ['CIRCLE', 'LINE'], [e.dxftype() for e in chair]\n"
+                             "line = chair.query('LINE')[0]\n"
+                             "assert line.dxf.start.isclose((2, 0, 0)) and line.dxf.end.isclose((4, 0, 0)), line.dxf.start\n"
+                             "assert line.dxf.layer == 'Walls', line.dxf.layer\n"
+                             "circle = chair.query('CIRCLE')[0]\n"
+                             "assert circle.dxf.center.isclose((3, 2, 0)) and circle.dxf.radius == 1, circle.dxf.center\n"
+                             "lamp = doc.blocks.get('Chair_1')\n"
+                             "assert [e.dxftype() for e in lamp] == ['CIRCLE'] and lamp[0].dxf.center.isclose((2, 2, 0))\n"));
 }
 
 }  // namespace

@@ -3,12 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <QJsonArray>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <unistd.h>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"
+#include "db/dxf/dxf_writer.h"
 #include "db/entities/line.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
@@ -52,6 +57,20 @@ protected:
         return body(QJsonDocument::fromJson(json), context);
     }
     static QString hex(db::ObjectId id) { return QString::fromStdString(id.handle().toText()); }
+    /// Saves the drawing and has ezdxf (Debian's python3-ezdxf) load it: its audit must be clean and the Python
+    /// `checks` must hold (they see `doc` and `msp`; they may hold no double quotes). True when both pass.
+    bool ezdxfAccepts(const std::string& name, const std::string& checks) {
+        const std::filesystem::path file =
+            std::filesystem::temp_directory_path() / (name + "_" + std::to_string(::getpid()) + ".dxf");
+        if (!db::saveDxfFile(db, file).ok) return false;
+        const std::string audit =
+            "/usr/bin/python3 " VELA_SOURCE_DIR "/tests/dxf_roundtrip/compare.py --audit-only '" + file.string() + "'";
+        const std::string probe = "/usr/bin/python3 -c \"\nimport ezdxf, sys\ndoc = ezdxf.readfile(sys.argv[1])\n"
+                                  "msp = doc.modelspace()\n" + checks + "\" '" + file.string() + "'";
+        const bool ok = std::system(audit.c_str()) == 0 && std::system(probe.c_str()) == 0;
+        std::filesystem::remove(file);
+        return ok;
+    }
     static QStringList strings(const QJsonValue& array) {
         QStringList out;
         for (const QJsonValue& v : array.toArray()) out << v.toString();
