@@ -231,7 +231,8 @@ std::unique_ptr<db::Entity> makePolyline(const db::Database& database, const Ent
     for (qsizetype i = 0; i < points->size(); ++i) {
         const QJsonValue element = points->at(i);
         if (!element.isString()) return nullptr;
-        const std::optional<PointParts> parts = splitPoint(element.toString());
+        const QString text = element.toString();  // the parts view this text: it must outlive them
+        const std::optional<PointParts> parts = splitPoint(text);
         const std::optional<db::Point3d> p = parts ? convertPoint(*parts) : std::nullopt;
         if (!p) return nullptr;
         // A lightweight polyline is flat: Z is checked and reported but the vertex keeps only X and Y. Widths
