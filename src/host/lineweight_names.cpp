@@ -60,17 +60,17 @@ bool lineWeightFromString(const QString& text, db::LineWeight& out) {
     return true;
 }
 
-QString lineWeightToDisplayString(db::LineWeight weight) {
+std::optional<QString> specialLineWeightName(db::LineWeight weight) {
     switch (weight) {
-        case db::LineWeight::ByLayer:
-            return QStringLiteral("ByLayer");
-        case db::LineWeight::ByBlock:
-            return QStringLiteral("ByBlock");
-        case db::LineWeight::ByLineWeightDefault:
-            return QStringLiteral("Default");
-        default:
-            break;
+        case db::LineWeight::ByLayer: return QStringLiteral("ByLayer");
+        case db::LineWeight::ByBlock: return QStringLiteral("ByBlock");
+        case db::LineWeight::ByLineWeightDefault: return QStringLiteral("Default");
+        default: return std::nullopt;
     }
+}
+
+QString lineWeightToDisplayString(db::LineWeight weight) {
+    if (const std::optional<QString> name = specialLineWeightName(weight)) return *name;
     // Integer arithmetic, so 0.05 mm never shows as 0.04 and odd stored values still show what they are.
     const int value = static_cast<int>(weight);
     const int magnitude = std::abs(value);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include <QString>
 
 #include "db/lineweight.h"
@@ -18,5 +20,7 @@ bool lineWeightFromString(const QString& text, db::LineWeight& out);
 /// The panel's text for a lineweight: "ByLayer", "ByBlock", "Default", or millimetres with two decimals and
 /// the unit ("0.25 mm", "0.00 mm"). lineWeightFromString reads every such text of a standard width back.
 QString lineWeightToDisplayString(db::LineWeight weight);
+/// "ByLayer", "ByBlock" or "Default" for the three special values; nothing for a width.
+std::optional<QString> specialLineWeightName(db::LineWeight weight);
 
 }  // namespace vela::host

@@ -74,10 +74,6 @@ public:
     /// A reference to a table record, written as the record's name; nothing when the id is null or the name is
     /// `skipName` (compared without regard to case).
     void symbol(int code, const ObjectId& v, TableKind kind, const char* skipName = nullptr);
-    /// A point stored in world coordinates that files give in the object coordinate system of `normal`.
-    void ocsPoint(int code, const Point3d& wcs, const Vector3d& normal) {
-        out_.writePoint3d(code, wcsToOcs(wcs, normal));
-    }
 
     static double toDegrees(double radians) {
         // Angles that are whole degrees in memory print as whole degrees.
@@ -127,13 +123,6 @@ public:
     /// A record name. Names of records that come later in the file are resolved when it is all read; a layer
     /// that the file never defines is created, as drawing programs do.
     void symbol(int code, ObjectId& v, TableKind kind, const char* skipName = nullptr);
-    void ocsPoint(int code, Point3d& wcs, const Vector3d& normal) {
-        Point3d ocs;
-        if (!in_.readPoint3d(code, ocs)) return;
-        // The normal may come later in the record: convert once everything is read.
-        in_.afterReading([&wcs, &normal, ocs] { wcs = ocsToWcs(ocs, normal); });
-        wcs = ocs;
-    }
 
 private:
     DxfInput& in_;

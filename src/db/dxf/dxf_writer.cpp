@@ -145,10 +145,6 @@ private:
         return s;
     }
 
-    void writeObject(const DbObject& o, const char*) { writeDxfRecord(o, out_); }
-
-    static const char* typeOf(const DbObject& o) { return dxfRecordType(o); }
-
     void writeTables() {
         section("TABLES");
         const std::pair<ObjectId, const char*> tables[] = {
@@ -168,20 +164,20 @@ private:
             table->dxfOutFields(out_);
             if (const ObjectExtras* x = table->extras())
                 for (const DxfTag& t : x->xdata) out_.writeRaw(t.code, t.value);
-            table->forEachRecord([&](SymbolTableRecord* r) { writeObject(*r, name); });
+            table->forEachRecord([&](SymbolTableRecord* r) { writeDxfRecord(*r, out_); });
             tags_.writeString(0, "ENDTAB");
         }
         endSection();
     }
 
     void writeEntity(const Entity& e) {
-        writeObject(e, typeOf(e));
+        writeDxfRecord(e, out_);
         const std::vector<ObjectId>* followers = nullptr;
         if (auto* insert = objectCast<BlockReference>(&e)) followers = &insert->attributes();
         if (auto* raw = objectCast<RawEntity>(&e)) followers = &raw->followers();
         if (!followers) return;
         for (ObjectId f : *followers)
-            if (auto* sub = objectCast<Entity>(f.peek()); sub && !sub->isErased()) writeObject(*sub, typeOf(*sub));
+            if (auto* sub = objectCast<Entity>(f.peek()); sub && !sub->isErased()) writeDxfRecord(*sub, out_);
     }
 
     void writeBlocks() {
@@ -229,7 +225,7 @@ private:
         for (ObjectId id : db_.fileData().objects) {
             DbObject* o = id.peek();
             if (!o || o->isErased()) continue;
-            writeObject(*o, typeOf(*o));
+            writeDxfRecord(*o, out_);
         }
         endSection();
     }

@@ -51,9 +51,8 @@ void Arc::setCenter(const Point3d& p) {
 void Arc::setNormal(const Vector3d& n) {
     if (n.isZero()) return;
     assertWriteEnabled();
-    const Point3d wcs = center();
+    center_ = reexpressInPlane(center_, normal_, n.normalized());
     normal_ = n.normalized();
-    center_ = wcsToOcs(wcs, normal_);
 }
 
 double Arc::totalAngle() const { return sweepAngle(startAngle_, endAngle_); }

@@ -59,9 +59,8 @@ void BlockReference::setPosition(const Point3d& p) {
 void BlockReference::setNormal(const Vector3d& n) {
     if (n.isZero()) return;
     assertWriteEnabled();
-    const Point3d p = position();
+    position_ = reexpressInPlane(position_, normal_, n.normalized());
     normal_ = n.normalized();
-    position_ = wcsToOcs(p, normal_);
 }
 
 ErrorStatus BlockReference::setScaleFactors(const Vector3d& s) {

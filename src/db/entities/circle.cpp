@@ -38,9 +38,8 @@ void Circle::setCenter(const Point3d& p) {
 void Circle::setNormal(const Vector3d& n) {
     if (n.isZero()) return;
     assertWriteEnabled();
-    const Point3d wcs = center();
+    center_ = reexpressInPlane(center_, normal_, n.normalized());
     normal_ = n.normalized();
-    center_ = wcsToOcs(wcs, normal_);
 }
 
 double Circle::circumference() const { return kTwoPi * radius_; }

@@ -61,10 +61,9 @@ void Text::setAlignmentPoint(const Point3d& p) {
 void Text::setNormal(const Vector3d& n) {
     if (n.isZero()) return;
     assertWriteEnabled();
-    const Point3d p = position(), a = alignmentPoint();
+    position_ = reexpressInPlane(position_, normal_, n.normalized());
+    alignmentPoint_ = reexpressInPlane(alignmentPoint_, normal_, n.normalized());
     normal_ = n.normalized();
-    position_ = wcsToOcs(p, normal_);
-    alignmentPoint_ = wcsToOcs(a, normal_);
 }
 
 ErrorStatus Text::setHeight(double h) {

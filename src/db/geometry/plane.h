@@ -19,6 +19,12 @@ Point3d wcsToOcs(const Point3d& p, const Vector3d& normal);
 Vector3d ocsToWcs(const Vector3d& v, const Vector3d& normal);
 Vector3d wcsToOcs(const Vector3d& v, const Vector3d& normal);
 
+/// A point given in the object coordinate system of `from`, given in that of `to` instead (the point stays where
+/// it is in the world): what a planar entity does to its stored points when its plane is tilted.
+inline Point3d reexpressInPlane(const Point3d& ocs, const Vector3d& from, const Vector3d& to) {
+    return wcsToOcs(ocsToWcs(ocs, from), to);
+}
+
 /// The angle in [0, 2pi).
 double normalizeAngle(double angle);
 /// True when `angle` lies on the counter-clockwise sweep from `start` to `end` (both ends included).
