@@ -7,6 +7,7 @@
 
 #include "bridge/assistant_command.h"
 #include "bridge/command_call.h"
+#include "bridge/command_catalogue.h"
 #include "bridge/velaassistant_communication.h"
 #include "host/command_context.h"
 #include "host/host.h"
@@ -27,8 +28,7 @@ void BM_SlotRoundTrip(benchmark::State& state) {
     host::Host host;
     host.capabilities().registerCapability(QStringLiteral("veladesk.v3.selectentities"));
     host.documents().createNew();
-    bridge::AssistantCommand command(*bridge::findAssistantVariant(QStringLiteral("_V3_SUMMARIZEENTITIES")),
-                                     &almostNothing);
+    bridge::AssistantCommand command(*bridge::FindByGlobalName(u"_V3_SUMMARIZEENTITIES"), &almostNothing);
     host.commands().addCommand(&command);
     bridge::CJxVelaAssistantCommunication bridge;
     for (auto _ : state) benchmark::DoNotOptimize(bridge.SummarizeEntities(kRequest));

@@ -9,8 +9,7 @@
 #include <QJsonObject>
 #include <memory>
 
-#include "commands/entities/create_entities.h"
-#include "commands/entities/transform_entities.h"
+#include "commands/commands.h"
 #include "db/entities/line.h"
 #include "host/command_context.h"
 #include "host/host.h"
@@ -81,7 +80,7 @@ QJsonDocument mixedRequest() {
 // One request, as the host runs it: an undo group around the body, then the user's undo.
 void createAndUndo(Session& s, const QJsonDocument& request, benchmark::State& state) {
     s.db.undoManager().beginGroup("_V3_CREATEENTITIES");
-    QJsonObject response = commands::CreateObjectsResponse(request, s.context);
+    QJsonObject response = commands::kCreateEntities.body(request, s.context);
     s.db.undoManager().endGroup();
     s.db.undoManager().undo(1);
     state.PauseTiming();
@@ -143,7 +142,8 @@ void BM_TransformLines(benchmark::State& state) {
                                 QJsonObject{{"a03", 10}, {"a13", -5}}}}});
     for (auto _ : state) {
         s.db.undoManager().beginGroup("_V3_TRANSFORMENTITIES");
-        const bool ok = commands::TransformEntities(request, s.context);
+        const bool ok =
+            commands::kTransformEntities.body(request, s.context).value(QStringLiteral("success")).toBool();
         s.db.undoManager().endGroup();
         s.db.undoManager().undo(1);
         if (!ok) state.SkipWithError("the transformation failed");

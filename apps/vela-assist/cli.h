@@ -10,16 +10,17 @@ int infoCommand(const std::vector<std::string>& args);
 int convertCommand(const std::vector<std::string>& args);
 int runCommand(const std::vector<std::string>& args);
 int shellCommand(const std::vector<std::string>& args);
+int catalogueCommand(const std::vector<std::string>& args);
 
 /// A progress bar on standard error for loads of large files; silent for small ones and when stderr is no
 /// terminal (then one line per tenth).
 class ProgressBar {
-public:
+  public:
     explicit ProgressBar(std::string label) : label_(std::move(label)) {}
     void update(std::size_t done, std::size_t total);
     void finish();
 
-private:
+  private:
     std::string label_;
     int lastShown_ = -1;
     bool shown_ = false;

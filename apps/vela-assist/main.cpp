@@ -18,6 +18,8 @@ void usage(std::FILE* to) {
         "                       converse with the assistant module: one JSON request a line on standard\n"
         "                       input, one answer a line on standard output (bundled sample by default)\n"
         "  shell [DRAWING]      an interactive command line, as in a CAD program\n"
+        "  catalogue            the assistant's commands with descriptions and JSON Schemas of their "
+        "requests\n"
         "  help                 this text\n",
         to);
 }
@@ -35,6 +37,7 @@ int main(int argc, char** argv) {
     if (command == "convert") return vela::cli::convertCommand(args);
     if (command == "run") return vela::cli::runCommand(args);
     if (command == "shell") return vela::cli::shellCommand(args);
+    if (command == "catalogue") return vela::cli::catalogueCommand(args);
     if (command == "help" || command == "--help" || command == "-h") {
         usage(stdout);
         return 0;

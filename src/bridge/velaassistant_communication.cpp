@@ -5,7 +5,9 @@
 #include <QVariant>
 
 #include "bridge/command_call.h"
-#include "bridge/direct_bodies.h"
+#include "bridge/command_catalogue.h"
+#include "bridge/electrical_go_to.h"
+#include "host/command_context.h"
 #include "host/host.h"
 
 namespace vela::bridge {
@@ -16,29 +18,59 @@ const QString kCapability = QStringLiteral("veladesk.v3.selectentities");
 const QString kDebugKey = QStringLiteral("V3Debugging");
 
 // Logging is on only for exactly "enabled"; the setting is read afresh each time.
-bool loggingOn() { return host::debugSettings().value(kDebugKey) == QLatin1String("enabled"); }
+bool loggingOn() {
+    return host::debugSettings().value(kDebugKey) == QLatin1String("enabled");
+}
 
-void log(const QString& text) { host::systemServices().writeMessage(text); }
+void log(const QString& text) {
+    host::systemServices().writeMessage(text);
+}
+
+// A log line of a row: "%1" stands for the argument; a text without it is written as it stands.
+void logLine(const char* format, const QString& argument) {
+    if (!format || !loggingOn()) return;
+    const QString text = QString::fromUtf8(format);
+    log(text.contains(QLatin1String("%1")) ? text.arg(argument) : text);
+}
 
 bool gateOpen() {
     host::Capabilities* caps = host::capabilities();
     return caps && caps->hasCapability(kCapability) && host::activeDocument() != nullptr;
 }
 
-QJsonObject refusal(const char* payloadKey) {
+QJsonObject refusal(const catalogue::CommandRow& row) {
     QJsonObject result = MakeResult(false);
-    if (payloadKey) result.insert(QLatin1String(payloadKey), QJsonArray());
+    if (row.refusalPayloadKey) result.insert(QLatin1String(row.refusalPayloadKey), QJsonArray());
     return result;
+}
+
+QString indented(const QJsonObject& response) {
+    return QString::fromUtf8(QJsonDocument(response).toJson(QJsonDocument::Indented));
+}
+
+// Calls a body at once in the active document, as a command would run it but without the host: no request
+// registry, no undo step (direct bodies only read the drawing or change the selection).
+QJsonObject callDirectly(const catalogue::CommandRow& row, const QString& requestText) {
+    if (!row.body) return MakeResult(false);
+    const QJsonDocument request =
+        row.takesPayload ? QJsonDocument::fromJson(requestText.toUtf8()) : QJsonDocument();
+    host::NoUserInput noUser;
+    host::UserIO io({}, noUser);
+    host::CommandContext context(host::activeDocument(), io);
+    if (!row.modelessOperation) return row.body(request, context);
+    const QString operation = QString::fromLatin1(row.modelessOperation);
+    host::editor().fireModelessOperationWillStart(operation);
+    const QJsonObject response = row.body(request, context);
+    host::editor().fireModelessOperationEnded(operation);
+    return response;
 }
 
 }  // namespace
 
-struct CJxVelaAssistantCommunication::SlotRow {
-    const char* command;
-    const char* receivedText;
-    const char* responseText;  // null: no log lines at all
-    const char* refusalPayloadKey;
-};
+std::function<bool(const QString& query)>& ElectricalGoTo() {
+    static std::function<bool(const QString&)> goTo;
+    return goTo;
+}
 
 CJxVelaAssistantCommunication::CJxVelaAssistantCommunication(QObject* parent) : QObject(parent) {}
 
@@ -47,79 +79,50 @@ QString CJxVelaAssistantCommunication::answer(const QString& text) {
     return text;
 }
 
-QString CJxVelaAssistantCommunication::runCommandSlot(const SlotRow& row, const QString& requestText) {
-    if (!gateOpen()) return answer(ToCompactText(refusal(row.refusalPayloadKey)));
-    if (row.responseText && loggingOn()) log(QString::fromUtf8(row.receivedText).arg(requestText));
-    CommandCall call;
-    call.requestText = requestText;
-    call.commandName = QString::fromLatin1(row.command);
-    call.response = MakeResult(false);
-    RunAssistantCommand(call);
-    if (row.responseText && loggingOn())
-        log(QString::fromUtf8(row.responseText)
-                .arg(QString::fromUtf8(QJsonDocument(call.response).toJson(QJsonDocument::Indented))));
-    return answer(ToCompactText(call.response));
-}
-
-#define VELA_COMMAND_SLOT(Slot, Param, Command, Received, Response, Refusal)                     \
-    QString CJxVelaAssistantCommunication::Slot(QString Param) {                                 \
-        static const SlotRow row{Command, Received, Response, Refusal};                          \
-        return runCommandSlot(row, Param);                                                       \
+QString CJxVelaAssistantCommunication::call(const char* slot, const QString& requestText) {
+    const catalogue::CommandRow& row = *FindBySlot(QLatin1StringView(slot));
+    if (row.gated && !gateOpen()) return answer(ToCompactText(refusal(row)));
+    logLine(row.receivedLog, requestText);
+    QJsonObject response;
+    if (row.dispatch == catalogue::Dispatch::Direct) {
+        response = callDirectly(row, requestText);
+    } else {
+        CommandCall call;
+        call.requestText = requestText;
+        call.commandName = QString::fromLatin1(row.globalName);
+        call.response = MakeResult(false);
+        RunAssistantCommand(call);
+        response = call.response;
     }
-
-VELA_COMMAND_SLOT(SelectEntities, sSelectionQuery, "_V3_SELECTENTITIES",
-                  "Received selection query from assistant:\n%1", "Entity selection response:\n%1", nullptr)
-VELA_COMMAND_SLOT(ModifyEntityProperties, sModificationQuery, "_V3_MODIFYENTITYPROPERTIES",
-                  "Received modification query from assistant:\n%1", "Entity modification response:\n%1", nullptr)
-VELA_COMMAND_SLOT(TransformEntities, sTransformationQuery, "_V3_TRANSFORMENTITIES",
-                  "Received transformation query from assistant:\n%1", "Entity transformation response:\n%1", nullptr)
-VELA_COMMAND_SLOT(CreateEntities, creationQuery, "_V3_CREATEENTITIES", "Received creation query from assistant:\n%1",
-                  "Entity creation response:\n%1", "entities")
-VELA_COMMAND_SLOT(DeleteEntities, deletionQuery, "_V3_DELETEENTITIES", "Received deletion query from assistant:\n%1",
-                  "Entity deletion response:\n%1", nullptr)
-VELA_COMMAND_SLOT(CreateLayers, layerQuery, "_V3_CREATELAYERS", "Received layer creation query from assistant:\n%1",
-                  "Layer creation response:\n%1", "layers")
-VELA_COMMAND_SLOT(ModifyLayers, layerQuery, "_V3_MODIFYLAYERS",
-                  "Received layer modification query from assistant:\n%1", "Layer modification response:\n%1", nullptr)
-VELA_COMMAND_SLOT(DeleteLayers, layerQuery, "_V3_DELETELAYERS", "Received layer deletion query from assistant:\n%1",
-                  "Layer deletion response:\n%1", "layers")
-VELA_COMMAND_SLOT(CreateBlocks, blockQuery, "_V3_CREATEBLOCKS", "Received block creation query from assistant:\n%1",
-                  "Block creation response:\n%1", "blocks")
-VELA_COMMAND_SLOT(CreateHatch, hatchQuery, "_V3_CREATEHATCH", "Received hatch creation query from assistant:\n%1",
-                  "Hatch creation response:\n%1", "entities")
-VELA_COMMAND_SLOT(EvaluateLisp, lispQuery, "_V3_EVALUATELISP", "Received EvaluateLisp query from assistant:\n%1",
-                  "EvaluateLisp response:\n%1", nullptr)
-VELA_COMMAND_SLOT(SummarizeEntities, jsonRequest, "_V3_SUMMARIZEENTITIES",
-                  "Received SummarizeEntities query from assistant:\n%1", "Drawing summarization response:\n%1", nullptr)
-// The layer summary writes no log lines at all.
-VELA_COMMAND_SLOT(GetCurrentLayersInfo, jsonRequest, "_V3_SUMMARIZELAYERS", "", nullptr, nullptr)
-
-#undef VELA_COMMAND_SLOT
-
-QString CJxVelaAssistantCommunication::GetChangesInfo(QString) {
-    // No gate: the changes report is about what happened, and answers for no drawing as well.
-    if (loggingOn()) log(QStringLiteral("Received GetChangesInfo query from assistant"));
-    const auto& body = DirectBodies::instance().changesReport;
-    return answer(ToCompactText(body ? body(host::activeDocument()) : MakeResult(false)));
-}
-
-QString CJxVelaAssistantCommunication::GetHandlesOfSelectedEntities(QString) {
-    if (!gateOpen()) return answer(ToCompactText(MakeResult(false)));
-    if (loggingOn()) log(QStringLiteral("Received GetHandlesOfSelectedEntities query from assistant"));
-    const auto& body = DirectBodies::instance().selectedHandles;
-    return answer(ToCompactText(body ? body(host::activeDocument()) : MakeResult(false)));
-}
-
-QString CJxVelaAssistantCommunication::SelectEntityByHandle(QString jsonQuery) {
-    if (!gateOpen()) return answer(ToCompactText(MakeResult(false)));
-    if (loggingOn()) log(QStringLiteral("Received SelectEntityByHandle query from assistant:\n%1").arg(jsonQuery));
-    const QString operation = QStringLiteral("V3_SELECTBYHANDLE");
-    host::editor().fireModelessOperationWillStart(operation);
-    const auto& body = DirectBodies::instance().selectByHandle;
-    const QJsonObject response = body ? body(host::activeDocument(), jsonQuery) : MakeResult(false);
-    host::editor().fireModelessOperationEnded(operation);
+    if (row.responseLog && loggingOn()) logLine(row.responseLog, indented(response));
     return answer(ToCompactText(response));
 }
+
+// Each slot is its catalogue row; the declarations stay in the header because the web channel lists the
+// object's methods from its meta-object, in declaration order.
+#define VELA_CATALOGUE_SLOT(Slot, Parameter)                         \
+    QString CJxVelaAssistantCommunication::Slot(QString Parameter) { \
+        return call(#Slot, Parameter);                               \
+    }
+
+VELA_CATALOGUE_SLOT(SelectEntities, sSelectionQuery)
+VELA_CATALOGUE_SLOT(ModifyEntityProperties, sModificationQuery)
+VELA_CATALOGUE_SLOT(TransformEntities, sTransformationQuery)
+VELA_CATALOGUE_SLOT(CreateEntities, creationQuery)
+VELA_CATALOGUE_SLOT(DeleteEntities, deletionQuery)
+VELA_CATALOGUE_SLOT(CreateLayers, layerQuery)
+VELA_CATALOGUE_SLOT(ModifyLayers, layerQuery)
+VELA_CATALOGUE_SLOT(DeleteLayers, layerQuery)
+VELA_CATALOGUE_SLOT(CreateBlocks, blockQuery)
+VELA_CATALOGUE_SLOT(CreateHatch, hatchQuery)
+VELA_CATALOGUE_SLOT(GetChangesInfo, jsonRequest)
+VELA_CATALOGUE_SLOT(EvaluateLisp, lispQuery)
+VELA_CATALOGUE_SLOT(SelectEntityByHandle, jsonQuery)
+VELA_CATALOGUE_SLOT(SummarizeEntities, jsonRequest)
+VELA_CATALOGUE_SLOT(GetCurrentLayersInfo, jsonRequest)
+VELA_CATALOGUE_SLOT(GetHandlesOfSelectedEntities, jsonRequest)
+
+#undef VELA_CATALOGUE_SLOT
 
 bool CJxVelaAssistantCommunication::ElectricalGoTo(QString query) {
     if (!gateOpen()) return false;
@@ -127,7 +130,7 @@ bool CJxVelaAssistantCommunication::ElectricalGoTo(QString query) {
     if (loggingOn()) log(QStringLiteral("Received creation query from assistant:\n%1").arg(query));
     const QString operation = QStringLiteral("V3_ELECTRICALGOTO");
     host::editor().fireModelessOperationWillStart(operation);
-    const auto& goTo = DirectBodies::instance().electricalGoTo;
+    const auto& goTo = bridge::ElectricalGoTo();
     const bool done = goTo && goTo(query);
     host::editor().fireModelessOperationEnded(operation);
     return done;
@@ -143,9 +146,12 @@ QString CJxVelaAssistantCommunication::HighlightUi(QString sCommandName) {
 }
 
 void CJxVelaAssistantCommunication::newThreadStarted() {
-    // Nothing in the drawing depends on the page's conversations; the call is accepted and has no effect here.
+    // Nothing in the drawing depends on the page's conversations; the call is accepted and has no effect
+    // here.
 }
 
-void CJxVelaAssistantCommunication::openUrl(QString sUrl) { host::systemServices().openUrl(sUrl); }
+void CJxVelaAssistantCommunication::openUrl(QString sUrl) {
+    host::systemServices().openUrl(sUrl);
+}
 
 }  // namespace vela::bridge

@@ -10,10 +10,10 @@ namespace vela::bridge {
 /// slots is the web channel's method order.
 class CJxVelaAssistantCommunication : public QObject {
     Q_OBJECT
-public:
+  public:
     explicit CJxVelaAssistantCommunication(QObject* parent = nullptr);
 
-public slots:
+  public slots:
     QString HighlightUi(QString sCommandName);
     QString SelectEntities(QString sSelectionQuery);
     QString ModifyEntityProperties(QString sModificationQuery);
@@ -35,9 +35,9 @@ public slots:
     void newThreadStarted();
     void openUrl(QString sUrl);
 
-private:
-    struct SlotRow;
-    QString runCommandSlot(const SlotRow& row, const QString& requestText);
+  private:
+    /// Answers a slot by its catalogue row.
+    QString call(const char* slot, const QString& requestText);
     QString answer(const QString& text);
 };
 

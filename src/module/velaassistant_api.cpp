@@ -1,86 +1,79 @@
 #include "module/velaassistant_api.h"
 
-#include "commands/blocks/create_blocks.h"
-#include "commands/entities/create_entities.h"
-#include "commands/entities/delete_entities.h"
-#include "commands/entities/modify_entity_properties.h"
-#include "commands/entities/select_entities.h"
-#include "commands/entities/transform_entities.h"
-#include "commands/layers/create_layers.h"
-#include "commands/layers/delete_layers.h"
-#include "commands/layers/modify_layers.h"
-#include "commands/entities/selected_handles.h"
-#include "commands/entities/summarize_entities.h"
-#include "commands/layers/summarize_layers.h"
+#include "commands/commands.h"
 #include "host/command_context.h"
 
 namespace vela::module {
 
-void CJxVelaAssistantAPIImpl::SelectEntities(const QJsonDocument& request, host::CommandContext* context,
-                                             QJsonObject& response) {
-    response = commands::SelectObjects(request.object(), context ? context->document() : nullptr);
-}
-
-void CJxVelaAssistantAPIImpl::GetHandlesOfSelectedEntities(host::CommandContext* context, QJsonObject& response) {
-    response = commands::SelectedHandlesResponse(context ? context->document() : nullptr);
-}
-
-void CJxVelaAssistantAPIImpl::SummarizeLayers(host::CommandContext* context, QJsonObject& response) {
-    response = commands::SummarizeLayers(context ? context->database() : nullptr);
-}
-
-void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
-                                                QJsonObject& response) {
-    if (context) {
-        response = commands::SummarizeEntitiesResponse(request, *context);
-        return;
-    }
-    response = QJsonObject{{QStringLiteral("success"), false}};
-}
-
 namespace {
-// The bodies that take a command context by reference answer "no context" the way the envelope would.
-const QJsonObject kNoContext{{QStringLiteral("success"), false},
-                             {QStringLiteral("errorMessages"), QStringLiteral("Invalid command context")}};
+
+QJsonObject run(const catalogue::CommandRow& row, const QJsonDocument& request,
+                host::CommandContext* context) {
+    if (context) return row.body(request, *context);
+    host::NoUserInput noUser;
+    host::UserIO io({}, noUser);
+    host::CommandContext noDrawing(nullptr, io);
+    return row.body(request, noDrawing);
+}
+
 }  // namespace
 
-bool CJxVelaAssistantAPIImpl::TransformEntities(const QJsonDocument& request, host::CommandContext* context) {
-    return context && commands::TransformEntities(request, *context);
+void CJxVelaAssistantAPIImpl::SelectEntities(const QJsonDocument& request, host::CommandContext* context,
+                                             QJsonObject& response) {
+    response = run(commands::kSelectEntities, request, context);
 }
 
-void CJxVelaAssistantAPIImpl::ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
-                                                     QJsonObject& response) {
-    response = context ? commands::ModifyEntityPropertiesResponse(request, *context) : kNoContext;
+void CJxVelaAssistantAPIImpl::GetHandlesOfSelectedEntities(host::CommandContext* context,
+                                                           QJsonObject& response) {
+    response = run(commands::kSelectedHandles, QJsonDocument(), context);
+}
+
+bool CJxVelaAssistantAPIImpl::TransformEntities(const QJsonDocument& request, host::CommandContext* context) {
+    return run(commands::kTransformEntities, request, context).value(QStringLiteral("success")).toBool();
+}
+
+void CJxVelaAssistantAPIImpl::ModifyEntityProperties(const QJsonDocument& request,
+                                                     host::CommandContext* context, QJsonObject& response) {
+    response = run(commands::kModifyEntityProperties, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::CreateEntities(const QJsonDocument& request, host::CommandContext* context,
                                              QJsonObject& response) {
-    response = context ? commands::CreateObjectsResponse(request, *context) : kNoContext;
+    response = run(commands::kCreateEntities, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::DeleteEntities(const QJsonDocument& request, host::CommandContext* context,
                                              QJsonObject& response) {
-    response = context ? commands::DeleteEntitiesResponse(request, *context) : kNoContext;
+    response = run(commands::kDeleteEntities, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::CreateLayers(const QJsonDocument& request, host::CommandContext* context,
                                            QJsonObject& response) {
-    response = commands::CreateLayers(request, context);
+    response = run(commands::kCreateLayers, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::ModifyLayers(const QJsonDocument& request, host::CommandContext* context,
                                            QJsonObject& response) {
-    response = commands::ModifyLayers(request, context);
+    response = run(commands::kModifyLayers, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::DeleteLayers(const QJsonDocument& request, host::CommandContext* context,
                                            QJsonObject& response) {
-    response = commands::DeleteLayers(request, context);
+    response = run(commands::kDeleteLayers, request, context);
 }
 
 void CJxVelaAssistantAPIImpl::CreateBlocks(const QJsonDocument& request, host::CommandContext* context,
                                            QJsonObject& response) {
-    response = commands::CreateBlocks(request, context);
+    response = run(commands::kCreateBlocks, request, context);
+}
+
+void CJxVelaAssistantAPIImpl::SummarizeLayers(host::CommandContext* context, QJsonObject& response) {
+    response = run(commands::kSummarizeLayers, QJsonDocument(), context);
+}
+
+void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
+                                                QJsonObject& response) {
+    response = run(commands::kSummarizeEntities, request, context);
 }
 
 }  // namespace vela::module
@@ -91,8 +84,16 @@ vela::module::CJxElectricalAssistantAPI* g_electricalApi = nullptr;
 }  // namespace
 
 extern "C" {
-vela::module::CJxVelaAssistantAPI* GetJxVelaAssistantAPI() { return g_assistantApi; }
-void SetJxVelaAssistantAPI(vela::module::CJxVelaAssistantAPI* api) { g_assistantApi = api; }
-vela::module::CJxElectricalAssistantAPI* GetJxElectricalAssistantAPI() { return g_electricalApi; }
-void SetJxElectricalAssistantAPI(vela::module::CJxElectricalAssistantAPI* api) { g_electricalApi = api; }
+vela::module::CJxVelaAssistantAPI* GetJxVelaAssistantAPI() {
+    return g_assistantApi;
+}
+void SetJxVelaAssistantAPI(vela::module::CJxVelaAssistantAPI* api) {
+    g_assistantApi = api;
+}
+vela::module::CJxElectricalAssistantAPI* GetJxElectricalAssistantAPI() {
+    return g_electricalApi;
+}
+void SetJxElectricalAssistantAPI(vela::module::CJxElectricalAssistantAPI* api) {
+    g_electricalApi = api;
+}
 }

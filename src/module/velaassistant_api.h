@@ -14,31 +14,39 @@ namespace vela::module {
 /// command context and returns the response the page would get. Operations appear here as their commands
 /// are built.
 class CJxVelaAssistantAPI {
-public:
+  public:
     CJxVelaAssistantAPI() = default;
     CJxVelaAssistantAPI(const CJxVelaAssistantAPI&) = default;
     CJxVelaAssistantAPI& operator=(const CJxVelaAssistantAPI&) = default;
     virtual ~CJxVelaAssistantAPI() = default;
 
-    virtual void SelectEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    // In the order other modules have always found them.
+    virtual void SelectEntities(const QJsonDocument& request, host::CommandContext* context,
+                                QJsonObject& response) = 0;
     virtual void GetHandlesOfSelectedEntities(host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
-                                   QJsonObject& response) = 0;
     virtual bool TransformEntities(const QJsonDocument& request, host::CommandContext* context) = 0;
     virtual void ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
                                         QJsonObject& response) = 0;
-    virtual void CreateEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void DeleteEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void CreateLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void ModifyLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void DeleteLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
-    virtual void CreateBlocks(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void CreateEntities(const QJsonDocument& request, host::CommandContext* context,
+                                QJsonObject& response) = 0;
+    virtual void DeleteEntities(const QJsonDocument& request, host::CommandContext* context,
+                                QJsonObject& response) = 0;
+    virtual void CreateLayers(const QJsonDocument& request, host::CommandContext* context,
+                              QJsonObject& response) = 0;
+    virtual void ModifyLayers(const QJsonDocument& request, host::CommandContext* context,
+                              QJsonObject& response) = 0;
+    virtual void DeleteLayers(const QJsonDocument& request, host::CommandContext* context,
+                              QJsonObject& response) = 0;
+    virtual void CreateBlocks(const QJsonDocument& request, host::CommandContext* context,
+                              QJsonObject& response) = 0;
+    virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
+    virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
+                                   QJsonObject& response) = 0;
 };
 
 /// What the electrical add-on offers the assistant; the add-on implements and installs it.
 class CJxElectricalAssistantAPI {
-public:
+  public:
     CJxElectricalAssistantAPI() = default;
     CJxElectricalAssistantAPI(const CJxElectricalAssistantAPI&) = default;
     CJxElectricalAssistantAPI& operator=(const CJxElectricalAssistantAPI&) = default;
@@ -49,24 +57,32 @@ public:
     virtual QJsonObject SelectEntityByHandle(const QString& query) = 0;
 };
 
-/// The module's own implementation, installed in test-framework mode: the bare command bodies, with no gate,
-/// no request registry and no logging.
+/// The module's own implementation, installed in test-framework mode: the bare command bodies of the
+/// catalogue, with no gate, no request registry and no logging. A null context is a context without a
+/// drawing, which every body answers for.
 class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {
-public:
-    void SelectEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+  public:
+    void SelectEntities(const QJsonDocument& request, host::CommandContext* context,
+                        QJsonObject& response) override;
     void GetHandlesOfSelectedEntities(host::CommandContext* context, QJsonObject& response) override;
-    void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
-    void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
-                           QJsonObject& response) override;
     bool TransformEntities(const QJsonDocument& request, host::CommandContext* context) override;
     void ModifyEntityProperties(const QJsonDocument& request, host::CommandContext* context,
                                 QJsonObject& response) override;
-    void CreateEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
-    void DeleteEntities(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
-    void CreateLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
-    void ModifyLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
-    void DeleteLayers(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
-    void CreateBlocks(const QJsonDocument& request, host::CommandContext* context, QJsonObject& response) override;
+    void CreateEntities(const QJsonDocument& request, host::CommandContext* context,
+                        QJsonObject& response) override;
+    void DeleteEntities(const QJsonDocument& request, host::CommandContext* context,
+                        QJsonObject& response) override;
+    void CreateLayers(const QJsonDocument& request, host::CommandContext* context,
+                      QJsonObject& response) override;
+    void ModifyLayers(const QJsonDocument& request, host::CommandContext* context,
+                      QJsonObject& response) override;
+    void DeleteLayers(const QJsonDocument& request, host::CommandContext* context,
+                      QJsonObject& response) override;
+    void CreateBlocks(const QJsonDocument& request, host::CommandContext* context,
+                      QJsonObject& response) override;
+    void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
+    void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
+                           QJsonObject& response) override;
 };
 
 }  // namespace vela::module

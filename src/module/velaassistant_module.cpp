@@ -1,8 +1,6 @@
 #include "module/velaassistant_module.h"
 
-#include "bridge/direct_bodies.h"
-#include "commands/entities/select_by_handle.h"
-#include "commands/entities/selected_handles.h"
+#include "bridge/electrical_go_to.h"
 #include "host/host.h"
 #include "module/command_table.h"
 #include "module/dock_widget_manager.h"
@@ -13,7 +11,9 @@ namespace vela::module {
 
 CJxVelaAssistantModule::CJxVelaAssistantModule() = default;
 
-CJxVelaAssistantModule::~CJxVelaAssistantModule() { removeCommands(); }
+CJxVelaAssistantModule::~CJxVelaAssistantModule() {
+    removeCommands();
+}
 
 void CJxVelaAssistantModule::initApp() {
     if (host::Capabilities* caps = host::capabilities()) caps->registerCapability(kSelectEntitiesCapability);
@@ -28,10 +28,7 @@ void CJxVelaAssistantModule::initApp() {
         SetJxVelaAssistantAPI(api_.get());
     }
     if (host::Capabilities* caps = host::capabilities()) caps->registerCapability(kAiFeaturesCapability);
-    bridge::DirectBodies& direct = bridge::DirectBodies::instance();
-    direct.selectedHandles = &commands::SelectedHandlesResponse;
-    direct.selectByHandle = &commands::SelectEntitiesByHandle;
-    direct.electricalGoTo = [](const QString& query) {
+    bridge::ElectricalGoTo() = [](const QString& query) {
         CJxElectricalAssistantAPI* api = GetJxElectricalAssistantAPI();
         return api && api->GoTo(query);
     };
@@ -41,7 +38,7 @@ void CJxVelaAssistantModule::uninitApp() {
     removeCommands();
     // The dock manager's code leaves with the module: it must not stay on the editor's list.
     if (host::Host::instance()) host::editor().removeReactor(&CJxDockWidgetManager::instance());
-    bridge::DirectBodies::instance().clear();
+    bridge::ElectricalGoTo() = nullptr;
 }
 
 void CJxVelaAssistantModule::registerCommands() {
@@ -72,13 +69,15 @@ extern "C" {
 __attribute__((visibility("default"))) vela::host::Module* odrxCreateModuleObject() {
     return new vela::module::CJxVelaAssistantModule();
 }
-__attribute__((visibility("default"))) int odrxGetAPIVersion() { return vela::host::kModuleApiVersion; }
+__attribute__((visibility("default"))) int odrxGetAPIVersion() {
+    return vela::host::kModuleApiVersion;
+}
 }
 
 // How a desktop front end tells the module how to make its palette widget (the module needs no widget library
 // to be loaded by a headless host).
 extern "C" __attribute__((visibility("default"))) void VelaAssistSetPaletteFactory(void* (*create)(),
-                                                                                  void (*destroy)(void*)) {
+                                                                                   void (*destroy)(void*)) {
     vela::module::CJxDockWidgetManager::PaletteFactory factory;
     if (create) factory.create = create;
     if (destroy) factory.destroy = destroy;

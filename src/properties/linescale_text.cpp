@@ -1,13 +1,11 @@
 #include "properties/linescale_text.h"
 
-#include <cmath>
+#include "properties/number_text.h"
 
 namespace vela::properties {
 
 LineScaleParseResult LineScaleFromText(const QString& text) {
-    bool ok = false;
-    const double value = text.toDouble(&ok);
-    if (ok && std::isfinite(value)) return {value, {}};
+    if (const std::optional<double> value = NumberFromText(text)) return {*value, {}};
     return {std::nullopt, QStringLiteral("Error parsing linescale %1. ").arg(text)};
 }
 

@@ -13,7 +13,7 @@ struct LineScaleParseResult {
     bool ok() const { return scale.has_value(); }
 };
 
-/// Reads a linetype scale: the whole text as a double (QString::toDouble: decimal point, exponent allowed,
+/// Reads a linetype scale: the whole text as a number (NumberFromText: decimal point, exponent allowed,
 /// surrounding blanks ignored, no unit). Infinity and NaN are refused as well, since no drawing can use them.
 /// Whether zero or a negative scale is acceptable is the caller's decision.
 LineScaleParseResult LineScaleFromText(const QString& text);

@@ -6,6 +6,7 @@
 
 #include "bridge/assistant_command.h"
 #include "bridge/command_call.h"
+#include "bridge/command_catalogue.h"
 #include "bridge/request_registry.h"
 #include "bridge/velaassistant_communication.h"
 #include "host/command_context.h"
@@ -19,23 +20,25 @@ using host::RTERROR;
 using host::RTNORM;
 
 class Log : public host::MessageSink {
-public:
+  public:
     QStringList lines;
     void writeMessage(const QString& text) override { lines << text; }
 };
 
-QJsonObject parse(const QString& text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
+QJsonObject parse(const QString& text) {
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
 
 class BridgeTest : public ::testing::Test {
-protected:
+  protected:
     BridgeTest() {
         host.services().setMessageSink(&log);
         host.capabilities().registerCapability(QStringLiteral("veladesk.v3.selectentities"));
         host.documents().createNew();
     }
     /// Registers an assistant command with its real variant and a body given by the test.
-    void addCommand(const char* globalName, AssistantBody body) {
-        commands.push_back(std::make_unique<AssistantCommand>(*findAssistantVariant(QLatin1String(globalName)),
+    void addCommand(const char* globalName, AssistantCommand::BodyFunction body) {
+        commands.push_back(std::make_unique<AssistantCommand>(*FindByGlobalName(QLatin1String(globalName)),
                                                               std::move(body)));
         host.commands().addCommand(commands.back().get());
     }
@@ -61,7 +64,8 @@ TEST(RequestRegistry, KeepsUnansweredRequestsAndHandsOutAnswersOnce) {
     EXPECT_FALSE(r.TakeResponse(id).has_value()) << "not answered yet";
     EXPECT_TRUE(r.FindRequest(id).has_value()) << "an unanswered request is kept";
     r.SetResponse(QStringLiteral("{unknown}"), MakeResult(true));
-    EXPECT_FALSE(r.FindRequest(QStringLiteral("{unknown}")).has_value()) << "setting an unknown id adds nothing";
+    EXPECT_FALSE(r.FindRequest(QStringLiteral("{unknown}")).has_value())
+        << "setting an unknown id adds nothing";
     r.SetResponse(id, MakeResult(true));
     const auto response = r.TakeResponse(id);
     ASSERT_TRUE(response.has_value());
@@ -72,7 +76,8 @@ TEST(RequestRegistry, KeepsUnansweredRequestsAndHandsOutAnswersOnce) {
 }
 
 TEST_F(BridgeTest, RefusesWithoutCapabilityOrDrawing) {
-    addCommand("_V3_CREATELAYERS", [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
+    addCommand("_V3_CREATELAYERS",
+               [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
     EXPECT_EQ(bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"success\":true}"));
 
     host.capabilities().setGranted(QStringLiteral("veladesk.v3.selectentities"), false);
@@ -123,8 +128,9 @@ TEST_F(BridgeTest, LogsTwoLinesOnlyWhenDebuggingIsExactlyEnabled) {
     const QString answer = bridge.CreateBlocks(request);
     ASSERT_EQ(log.lines.size(), 2);
     EXPECT_EQ(log.lines[0], QStringLiteral("Received block creation query from assistant:\n") + request);
-    EXPECT_EQ(log.lines[1], QStringLiteral("Block creation response:\n") +
-                                QString::fromUtf8(QJsonDocument(parse(answer)).toJson(QJsonDocument::Indented)));
+    EXPECT_EQ(log.lines[1],
+              QStringLiteral("Block creation response:\n") +
+                  QString::fromUtf8(QJsonDocument(parse(answer)).toJson(QJsonDocument::Indented)));
     EXPECT_EQ(answer, QStringLiteral("{\"blocks\":[\"B1\"],\"success\":true}")) << "compact, keys sorted";
     EXPECT_EQ(bridge.property("JxAnswer").toString(), answer);
     log.lines.clear();
@@ -151,16 +157,21 @@ TEST_F(BridgeTest, PrologueAnswersNotFoundAndBadJsonPerVariant) {
         ++bodies;
         return MakeResult(true);
     };
-    for (const AssistantCommandVariant& v : assistantVariants()) addCommand(v.globalName, body);
+    std::vector<const catalogue::CommandRow*> rows;
+    for (const catalogue::CommandRow* row : Catalogue())
+        if (row->globalName) rows.push_back(row);
+    for (const catalogue::CommandRow* row : rows) addCommand(row->globalName, body);
     RequestRegistry& registry = RequestRegistry::instance();
     const int before = registry.size();
     // Typed on the command line with an identifier that was never registered.
-    for (const AssistantCommandVariant& v : assistantVariants()) {
-        const int code = host.services().runCommand(QLatin1String(v.globalName), {QStringLiteral("{nothing}")});
-        EXPECT_EQ(code, v.notFoundReturn) << v.globalName;
+    for (const catalogue::CommandRow* row : rows) {
+        const int code =
+            host.services().runCommand(QLatin1String(row->globalName), {QStringLiteral("{nothing}")});
+        EXPECT_EQ(code, row->notFoundReturn) << row->globalName;
     }
     EXPECT_EQ(registry.size(), before) << "the registry is left as it was";
-    EXPECT_EQ(host.services().runCommand(QStringLiteral("_V3_CREATEBLOCKS"), {}), RTERROR) << "no identifier to read";
+    EXPECT_EQ(host.services().runCommand(QStringLiteral("_V3_CREATEBLOCKS"), {}), RTERROR)
+        << "no identifier to read";
     EXPECT_EQ(bodies, 0);
 
     // Bad JSON never reaches the body; commands that take no payload never parse.
@@ -170,10 +181,14 @@ TEST_F(BridgeTest, PrologueAnswersNotFoundAndBadJsonPerVariant) {
     EXPECT_FALSE(empty.value(QStringLiteral("success")).toBool());
     EXPECT_EQ(empty.value(QStringLiteral("errorMessages")).toString(),
               QStringLiteral("Invalid JSON payload: ") + expected.errorString());
-    EXPECT_EQ(parse(bridge.EvaluateLisp(QStringLiteral("{oops"))).value(QStringLiteral("error")).toString().left(22),
+    EXPECT_EQ(parse(bridge.EvaluateLisp(QStringLiteral("{oops")))
+                  .value(QStringLiteral("error"))
+                  .toString()
+                  .left(22),
               QStringLiteral("Invalid JSON payload: "));
     EXPECT_EQ(bodies, 0);
-    EXPECT_EQ(bridge.GetCurrentLayersInfo(QStringLiteral("not json at all")), QStringLiteral("{\"success\":true}"));
+    EXPECT_EQ(bridge.GetCurrentLayersInfo(QStringLiteral("not json at all")),
+              QStringLiteral("{\"success\":true}"));
     EXPECT_EQ(bodies, 1);
 
     // The layer summary needs a drawing before anything else: no response is stored without one.
@@ -185,13 +200,11 @@ TEST_F(BridgeTest, PrologueAnswersNotFoundAndBadJsonPerVariant) {
     EXPECT_FALSE(registry.TakeResponse(id).has_value());
 }
 
-TEST(AssistantCommand, LocalNamesComeFromTheCatalogueOrTheNameItself) {
-    const AssistantCommand command(*findAssistantVariant(QStringLiteral("_V3_CREATEBLOCKS")),
-                                   [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
+TEST(AssistantCommand, LocalNamesComeFromTheTranslationsOrTheNameItself) {
+    const AssistantCommand command(*FindByGlobalName(u"_V3_CREATEBLOCKS"));
     EXPECT_EQ(command.globalName(), QStringLiteral("_V3_CREATEBLOCKS"));
     EXPECT_EQ(command.localName(), QStringLiteral("V3_CREATEBLOCKS"));
-    EXPECT_EQ(findAssistantVariant(QStringLiteral("_NOT_ONE")), nullptr);
-    EXPECT_EQ(assistantVariants().size(), 14u);
+    EXPECT_EQ(FindByGlobalName(u"_NOT_ONE"), nullptr);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-#include "commands/blocks/create_blocks.h"
-
 #include <unistd.h>
 
 #include <QRegularExpression>
 #include <cstdlib>
 #include <filesystem>
 
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/entities/point.h"
 #include "db/entities/polyline.h"
@@ -33,7 +32,7 @@ class CreateBlocksTest : public testing::DrawingTest {
   protected:
     QJsonObject call(const QJsonArray& blocks) {
         const QByteArray json = QJsonDocument(QJsonObject{{"blocks", blocks}}).toJson(QJsonDocument::Compact);
-        return run(CreateBlocksResponse, json.constData());
+        return run(kCreateBlocks.body, json.constData());
     }
     // The result of a one-block batch, with the command's flag checked against it.
     QJsonObject single(const QJsonObject& block) {
@@ -68,14 +67,13 @@ class CreateBlocksTest : public testing::DrawingTest {
 
 TEST_F(CreateBlocksTest, FrameRefusesBadRequestsAndOneFailedBlockFailsOnlyItself) {
     for (const char* request : {"{}", R"({"blocks":{"name":"A"}})", "[]"})
-        EXPECT_EQ(run(CreateBlocksResponse, request), failed("Missing or invalid 'blocks' array in input"));
-    EXPECT_EQ(run(CreateBlocksResponse, R"({"blocks":[1,"x",null,[{}]]})"),
+        EXPECT_EQ(run(kCreateBlocks.body, request), failed("Missing or invalid 'blocks' array in input"));
+    EXPECT_EQ(run(kCreateBlocks.body, R"({"blocks":[1,"x",null,[{}]]})"),
               QJsonObject({{"success", true}, {"blocks", QJsonArray()}}));
     const QJsonDocument request = QJsonDocument::fromJson(R"({"blocks":[{"name":"A","entityHandles":"1"}]})");
-    EXPECT_EQ(CreateBlocks(request, nullptr), failed("Invalid command context"));
     host::UserIO io({}, host.services().userInput());
     host::CommandContext noDrawing(nullptr, io);
-    EXPECT_EQ(CreateBlocks(request, &noDrawing), failed("Invalid database"));
+    EXPECT_EQ(kCreateBlocks.body(request, noDrawing), failed("Invalid database"));
 
     const db::ObjectId a = line(), b = circle();
     const QJsonObject r =
@@ -299,22 +297,24 @@ TEST_F(CreateBlocksTest, ASavedDrawingAuditsCleanInEzdxfAndReadsBackTheBlock) {
                                 QJsonObject{{"name", "Chair"}, {"entityHandles", hex(lamp)}}});
     ASSERT_TRUE(r["success"].toBool()) << QJsonDocument(r).toJson().constData();
 
-    EXPECT_TRUE(ezdxfAccepts("vela_blocks",
-                             "assert sorted(e.dxftype() for e in msp) == ['INSERT', 'INSERT', 'LINE'], [e.dxftype() for e in msp]\n"
-                             "inserts = {i.dxf.name: i for i in msp.query('INSERT')}\n"
-                             "assert inserts['Chair'].dxf.insert.isclose((10, 20, 0)), inserts['Chair'].dxf.insert\n"
-                             "assert inserts['Chair_1'].dxf.insert.isclose((28, 38, 0)), inserts['Chair_1'].dxf.insert\n"
-                             "chair = doc.blocks.get('Chair')\n"
-                             "assert chair.block.dxf.description == 'Four legs', chair.block.dxf.description\n"
-                             "assert chair.block_record.dxf.explode == 0 and chair.block_record.dxf.scale == 1\n"
-                             "assert sorted(e.dxftype() for e in chair) == ['CIRCLE', 'LINE'], [e.dxftype() for e in chair]\n"
-                             "line = chair.query('LINE')[0]\n"
-                             "assert line.dxf.start.isclose((2, 0, 0)) and line.dxf.end.isclose((4, 0, 0)), line.dxf.start\n"
-                             "assert line.dxf.layer == 'Walls', line.dxf.layer\n"
-                             "circle = chair.query('CIRCLE')[0]\n"
-                             "assert circle.dxf.center.isclose((3, 2, 0)) and circle.dxf.radius == 1, circle.dxf.center\n"
-                             "lamp = doc.blocks.get('Chair_1')\n"
-                             "assert [e.dxftype() for e in lamp] == ['CIRCLE'] and lamp[0].dxf.center.isclose((2, 2, 0))\n"));
+    EXPECT_TRUE(ezdxfAccepts(
+        "vela_blocks",
+        "assert sorted(e.dxftype() for e in msp) == ['INSERT', 'INSERT', 'LINE'], [e.dxftype() for e in "
+        "msp]\n"
+        "inserts = {i.dxf.name: i for i in msp.query('INSERT')}\n"
+        "assert inserts['Chair'].dxf.insert.isclose((10, 20, 0)), inserts['Chair'].dxf.insert\n"
+        "assert inserts['Chair_1'].dxf.insert.isclose((28, 38, 0)), inserts['Chair_1'].dxf.insert\n"
+        "chair = doc.blocks.get('Chair')\n"
+        "assert chair.block.dxf.description == 'Four legs', chair.block.dxf.description\n"
+        "assert chair.block_record.dxf.explode == 0 and chair.block_record.dxf.scale == 1\n"
+        "assert sorted(e.dxftype() for e in chair) == ['CIRCLE', 'LINE'], [e.dxftype() for e in chair]\n"
+        "line = chair.query('LINE')[0]\n"
+        "assert line.dxf.start.isclose((2, 0, 0)) and line.dxf.end.isclose((4, 0, 0)), line.dxf.start\n"
+        "assert line.dxf.layer == 'Walls', line.dxf.layer\n"
+        "circle = chair.query('CIRCLE')[0]\n"
+        "assert circle.dxf.center.isclose((3, 2, 0)) and circle.dxf.radius == 1, circle.dxf.center\n"
+        "lamp = doc.blocks.get('Chair_1')\n"
+        "assert [e.dxftype() for e in lamp] == ['CIRCLE'] and lamp[0].dxf.center.isclose((2, 2, 0))\n"));
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include "commands/entities/create_entities.h"
-
 #include <unistd.h>
 
 #include <cmath>
@@ -7,8 +5,7 @@
 #include <filesystem>
 #include <random>
 
-#include "commands/entities/number_text.h"
-#include "commands/entities/transform_entities.h"
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/polyline.h"
@@ -19,33 +16,9 @@ namespace {
 
 using testing::DrawingTest;
 
-TEST(NumberTexts, ShortestTextsReadBackExactlyAndOnlyPlainNumbersAreRead) {
-    EXPECT_EQ(ShortestNumberText(250000), "250000");
-    EXPECT_EQ(ShortestNumberText(1e-6), "1e-06");
-    EXPECT_EQ(ShortestNumberText(-0.0), "0");
-    QByteArray text;
-    AppendPointText(text, {-1.5, 1e300, 0.00001});
-    AppendSixDigitNumber(text += ' ', 1234567.0);
-    EXPECT_EQ(text, "-1.5,1e+300,0.00001 1.23457e+06");
-    std::mt19937_64 random(7);
-    for (int i = 0; i < 20000; ++i) {
-        const std::uint64_t bits = random();
-        double v;
-        std::memcpy(&v, &bits, sizeof v);
-        if (i % 2) v = std::ldexp(static_cast<double>(bits >> 11), -20);  // everyday magnitudes too
-        if (!std::isfinite(v)) continue;
-        ASSERT_EQ(NumberFromText(ShortestNumberText(v)), v) << ShortestNumberText(v).toStdString();
-    }
-    EXPECT_EQ(NumberFromText(u" +1.5e3 "), 1500);
-    EXPECT_EQ(NumberFromText(u".5"), 0.5);
-    for (const char16_t* bad :
-         {u"", u"1e", u"+-1", u"1 2", u"0x1", u"1,5", u"inf", u"nan", u"1e999", u"\u0661"})
-        EXPECT_FALSE(NumberFromText(bad)) << QString::fromUtf16(bad).toStdString();
-}
-
 class CreateTest : public DrawingTest {
   protected:
-    QJsonObject create(const char* json) { return run(&CreateObjectsResponse, json); }
+    QJsonObject create(const char* json) { return run(kCreateEntities.body, json); }
     // The summary of one entity, or an empty object when it failed.
     QJsonObject createOne(const char* entity) {
         const QJsonObject r = create(("{\"entities\":[" + std::string(entity) + "]}").c_str());
@@ -238,18 +211,22 @@ TEST_F(CreateTest, DrawingEditedByTheCommandsAuditsCleanInEzdxf) {
                                    QJsonObject{{"a03", 100}}};
     host::UserIO io({}, host.services().userInput());
     host::CommandContext context(doc, io);
-    ASSERT_TRUE(TransformEntities(QJsonDocument(QJsonObject{{"handles", handles},
-                                                            {"rotateAroundBoundingBoxCenter", true},
-                                                            {"transformationMatrices", turnAndDouble}}),
-                                  context));
+    ASSERT_TRUE(kTransformEntities
+                    .body(QJsonDocument(QJsonObject{{"handles", handles},
+                                                    {"rotateAroundBoundingBoxCenter", true},
+                                                    {"transformationMatrices", turnAndDouble}}),
+                          context)
+                    .value("success")
+                    .toBool());
 
-    EXPECT_TRUE(ezdxfAccepts("vela_create",
-                             "assert sorted(e.dxftype() for e in msp) == ['ARC','CIRCLE','ELLIPSE','LINE','LWPOLYLINE']\n"
-                             "assert abs(msp.query('CIRCLE')[0].dxf.radius - 3) < 1e-9\n"
-                             "pl = msp.query('LWPOLYLINE')[0]\n"
-                             "assert pl.closed and len(pl) == 3 and abs(pl[0][4] - 0.5) < 1e-12, list(pl)\n"
-                             "e = msp.query('ELLIPSE')[0]\n"
-                             "assert abs(e.dxf.ratio - 0.25) < 1e-12 and abs(e.dxf.major_axis.magnitude - 8) < 1e-9\n"));
+    EXPECT_TRUE(ezdxfAccepts(
+        "vela_create",
+        "assert sorted(e.dxftype() for e in msp) == ['ARC','CIRCLE','ELLIPSE','LINE','LWPOLYLINE']\n"
+        "assert abs(msp.query('CIRCLE')[0].dxf.radius - 3) < 1e-9\n"
+        "pl = msp.query('LWPOLYLINE')[0]\n"
+        "assert pl.closed and len(pl) == 3 and abs(pl[0][4] - 0.5) < 1e-12, list(pl)\n"
+        "e = msp.query('ELLIPSE')[0]\n"
+        "assert abs(e.dxf.ratio - 0.25) < 1e-12 and abs(e.dxf.major_axis.magnitude - 8) < 1e-9\n"));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-#include "commands/entities/delete_entities.h"
-
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/raw_object.h"
 #include "fixture.h"
@@ -10,7 +9,7 @@ namespace {
 class DeleteEntitiesTest : public testing::DrawingTest {
   protected:
     QJsonObject erase(const QJsonArray& handles) {
-        return run(DeleteEntitiesResponse,
+        return run(kDeleteEntities.body,
                    QJsonDocument(QJsonObject{{"handles", handles}}).toJson().constData());
     }
     static QJsonObject erased(std::initializer_list<std::pair<QString, const char*>> entities,
@@ -25,14 +24,14 @@ class DeleteEntitiesTest : public testing::DrawingTest {
 
 TEST_F(DeleteEntitiesTest, EarlyFailuresAnswerWithOneErrorText) {
     doc->selection().set({line()});  // a selection is no substitute for the handles
-    EXPECT_EQ(run(DeleteEntitiesResponse, "{}"), error("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(DeleteEntitiesResponse, "{\"handles\":\"1F\"}"),
+    EXPECT_EQ(run(kDeleteEntities.body, "{}"), error("Missing or invalid 'handles' array in input"));
+    EXPECT_EQ(run(kDeleteEntities.body, "{\"handles\":\"1F\"}"),
               error("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(DeleteEntitiesResponse, "{\"handles\":[]}"), error("Empty 'handles' array in input"));
+    EXPECT_EQ(run(kDeleteEntities.body, "{\"handles\":[]}"), error("Empty 'handles' array in input"));
     EXPECT_FALSE(doc->selection().ids()[0].isErased());
     host::UserIO io({}, host.services().userInput());
     host::CommandContext noDrawing(nullptr, io);
-    EXPECT_EQ(DeleteEntitiesResponse(QJsonDocument::fromJson("{\"handles\":[\"1\"]}"), noDrawing),
+    EXPECT_EQ(kDeleteEntities.body(QJsonDocument::fromJson("{\"handles\":[\"1\"]}"), noDrawing),
               error("Invalid database"));
 }
 

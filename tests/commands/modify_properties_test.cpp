@@ -2,8 +2,7 @@
 
 #include <filesystem>
 
-#include "commands/entities/delete_entities.h"
-#include "commands/entities/modify_entity_properties.h"
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/records/linetype_table_record.h"
@@ -16,7 +15,7 @@ class ModifyPropertiesTest : public testing::DrawingTest {
   protected:
     QJsonObject modify(const QJsonArray& handles, const QJsonArray& descriptors) {
         const QJsonObject request{{"handles", handles}, {"propertyDescriptors", descriptors}};
-        return run(ModifyEntityPropertiesResponse, QJsonDocument(request).toJson().constData());
+        return run(kModifyEntityProperties.body, QJsonDocument(request).toJson().constData());
     }
     QJsonObject modify(db::ObjectId id, const QJsonObject& descriptor) {
         return modify(QJsonArray{hex(id)}, QJsonArray{descriptor});
@@ -58,7 +57,7 @@ TEST_F(ModifyPropertiesTest, TakesTheSelectionWithoutHandlesAndSkipsWhatIsNoUnlo
     EXPECT_EQ(modify(QJsonArray(), QJsonArray{color}), failed(none)) << "nothing selected is left";
     host::UserIO io({}, host.services().userInput());
     host::CommandContext noDrawing(nullptr, io);
-    EXPECT_EQ(ModifyEntityPropertiesResponse(QJsonDocument::fromJson("{\"handles\":[\"1\"]}"), noDrawing),
+    EXPECT_EQ(kModifyEntityProperties.body(QJsonDocument::fromJson("{\"handles\":[\"1\"]}"), noDrawing),
               failed("Invalid database"));
 }
 
@@ -226,19 +225,22 @@ TEST_F(ModifyPropertiesTest, EditedDrawingAuditsCleanInEzdxf) {
         modify(QJsonArray{hex(l), hex(c), hex(el), hex(r)}, QJsonArray{general, geometry}).value("success"),
         true);
     const QByteArray erase = "{\"handles\":[\"" + hex(gone).toUtf8() + "\"]}";
-    ASSERT_EQ(run(DeleteEntitiesResponse, erase.constData()).value("success"), true);
+    ASSERT_EQ(run(kDeleteEntities.body, erase.constData()).value("success"), true);
 
-    EXPECT_TRUE(ezdxfAccepts("vela_modified",
-                             "assert sorted(e.dxftype() for e in msp) == ['CIRCLE', 'ELLIPSE', 'INSERT', 'LINE']\n"
-                             "for e in msp:\n"
-                             "    d = e.dxf\n"
-                             "    assert (d.layer, d.linetype, d.lineweight, d.ltscale) == ('Walls', 'DASHDOT', 70, 2), e.dxfattribs()\n"
-                             "    assert e.rgb == (0x33, 0x66, 0x99) and d.transparency == 0x02000080, e.dxfattribs()\n"
-                             "assert tuple(msp.query('LINE')[0].dxf.end) == (10, 5, 1) and msp.query('CIRCLE')[0].dxf.radius == 3\n"
-                             "el = msp.query('ELLIPSE')[0].dxf\n"
-                             "assert tuple(el.major_axis) == (0, 6, 0) and el.ratio == 0.25\n"
-                             "ins = msp.query('INSERT')[0].dxf\n"
-                             "assert (ins.xscale, ins.yscale, ins.zscale) == (2, 3, 2)\n"));
+    EXPECT_TRUE(ezdxfAccepts(
+        "vela_modified",
+        "assert sorted(e.dxftype() for e in msp) == ['CIRCLE', 'ELLIPSE', 'INSERT', 'LINE']\n"
+        "for e in msp:\n"
+        "    d = e.dxf\n"
+        "    assert (d.layer, d.linetype, d.lineweight, d.ltscale) == ('Walls', 'DASHDOT', 70, 2), "
+        "e.dxfattribs()\n"
+        "    assert e.rgb == (0x33, 0x66, 0x99) and d.transparency == 0x02000080, e.dxfattribs()\n"
+        "assert tuple(msp.query('LINE')[0].dxf.end) == (10, 5, 1) and msp.query('CIRCLE')[0].dxf.radius == "
+        "3\n"
+        "el = msp.query('ELLIPSE')[0].dxf\n"
+        "assert tuple(el.major_axis) == (0, 6, 0) and el.ratio == 0.25\n"
+        "ins = msp.query('INSERT')[0].dxf\n"
+        "assert (ins.xscale, ins.yscale, ins.zscale) == (2, 3, 2)\n"));
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
-#include "commands/entities/select_entities.h"
-
-#include "commands/entities/select_by_handle.h"
+#include "commands/commands.h"
 #include "fixture.h"
 
 namespace vela::commands {
@@ -9,8 +7,8 @@ namespace {
 using testing::DrawingTest;
 
 class SelectEntitiesTest : public DrawingTest {
-protected:
-    QJsonObject select(const char* json) { return run(&SelectObjectsResponse, json); }
+  protected:
+    QJsonObject select(const char* json) { return run(kSelectEntities.body, json); }
 };
 
 TEST_F(SelectEntitiesTest, AndWithinAClassOrAcrossClasses) {
@@ -28,18 +26,21 @@ TEST_F(SelectEntitiesTest, AndWithinAClassOrAcrossClasses) {
     EXPECT_EQ(r.value("numSelected").toInt(), 1);
     EXPECT_EQ(doc->selection().ids(), std::vector<db::ObjectId>{redWall}) << "the result is selected";
 
-    r = select(R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
+    r = select(
+        R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
         {"className":"AcDbCircle","properties":[{"property":"Layer","operator":"==","value":"Walls"}]}]})");
     EXPECT_EQ(strings(r.value("handles")), (QStringList{hex(wallCircle), hex(redWall), hex(plainWall)}))
         << "classes: OR, in class-name order";
 
     // Two entries for one class are intersected, not united.
-    r = select(R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
+    r = select(
+        R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
         {"className":"AcDbLine","properties":[{"property":"Color","operator":"!=","value":"1"}]}]})");
     EXPECT_EQ(strings(r.value("handles")), QStringList{hex(plainWall)});
 
     // A condition that matches nothing empties everything, also the other class's part.
-    r = select(R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
+    r = select(
+        R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"==","value":"Walls"}]},
         {"className":"AcDbCircle","properties":[{"property":"Radius","operator":">","value":100}]}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 0);
     EXPECT_TRUE(strings(r.value("handles")).isEmpty());
@@ -54,18 +55,23 @@ TEST_F(SelectEntitiesTest, EmptyUnknownAndAllQueries) {
     EXPECT_EQ(r.value("numSelected").toInt(), 0);
     EXPECT_TRUE(r.value("handles").isArray());
     EXPECT_FALSE(r.contains("errorMessages"));
-    r = select(R"({"entities":[{"className":"AcDbNothing","properties":[{"property":"Layer","operator":"==","value":"0"}]},
+    r = select(
+        R"({"entities":[{"className":"AcDbNothing","properties":[{"property":"Layer","operator":"==","value":"0"}]},
         {"className":"AcDbLine","properties":[{"property":"No such property","operator":"==","value":"0"}]}]})");
     EXPECT_FALSE(r.value("success").toBool()) << "unknown classes and properties contribute nothing";
     r = select(R"({"entities":[{"className":"All"}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 2);
-    r = select(R"({"entities":[{"className":"All","properties":[{"property":"Layer","operator":"SelectAll"}]}]})");
+    r = select(
+        R"({"entities":[{"className":"All","properties":[{"property":"Layer","operator":"SelectAll"}]}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 2);
-    r = select(R"({"entities":[{"className":"AcDbCircle","properties":[{"property":"x","operator":"SelectAll"}]}]})");
+    r = select(
+        R"({"entities":[{"className":"AcDbCircle","properties":[{"property":"x","operator":"SelectAll"}]}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 1);
-    r = select(R"({"entities":[{"className":"All","properties":[{"property":"Radius","operator":"==","value":1}]}]})");
+    r = select(
+        R"({"entities":[{"className":"All","properties":[{"property":"Radius","operator":"==","value":1}]}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 1) << "All with a condition searches the classes that have it";
-    r = select(R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"~=","value":"0"}]}]})");
+    r = select(
+        R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"~=","value":"0"}]}]})");
     EXPECT_EQ(r.value("numSelected").toInt(), 0) << "an operator not understood matches nothing";
 }
 
@@ -78,15 +84,18 @@ TEST_F(SelectEntitiesTest, ValuesAreConvertedPerPropertyType) {
         l->setTransparency(db::Transparency::fromAlpha(127));
     }
     auto handles = [&](const char* property, const char* op, const char* value) {
-        const QString q = QStringLiteral(R"({"entities":[{"className":"AcDbLine","properties":[{"property":"%1","operator":"%2","value":%3}]}]})")
-                              .arg(QLatin1String(property), QLatin1String(op), QLatin1String(value));
-        return strings(run(&SelectObjectsResponse, q.toUtf8().constData()).value("handles"));
+        const QString q =
+            QStringLiteral(
+                R"({"entities":[{"className":"AcDbLine","properties":[{"property":"%1","operator":"%2","value":%3}]}]})")
+                .arg(QLatin1String(property), QLatin1String(op), QLatin1String(value));
+        return strings(run(kSelectEntities.body, q.toUtf8().constData()).value("handles"));
     };
     EXPECT_EQ(handles("Color", "==", "\"#FF8000\""), QStringList{hex(a)});
     EXPECT_EQ(handles("Color", "==", "\"(255,128,0)\""), QStringList{hex(a)});
     EXPECT_EQ(handles("Color", "==", "\"3\""), QStringList{hex(b)});
     EXPECT_EQ(handles("Length", "==", "2.5"), QStringList{hex(a)});
-    EXPECT_EQ(handles("Length", "==", "1234567"), QStringList{hex(b)}) << "six significant digits still match";
+    EXPECT_EQ(handles("Length", "==", "1234567"), QStringList{hex(b)})
+        << "six significant digits still match";
     EXPECT_EQ(handles("Length", ">", "\"3\""), QStringList{hex(b)});
     EXPECT_EQ(handles("Length", "<", "3"), QStringList{hex(a)});
     EXPECT_EQ(handles("Lineweight", "==", "\"0.25 mm\""), QStringList{hex(b)});
@@ -94,7 +103,7 @@ TEST_F(SelectEntitiesTest, ValuesAreConvertedPerPropertyType) {
     EXPECT_EQ(handles("Transparency", "==", "\"50\""), QStringList{hex(b)});
     EXPECT_EQ(handles("Layer", "==", "\"0\""), (QStringList{hex(a), hex(b)}));
 
-    const QJsonObject r = run(&SelectObjectsResponse, R"({"entities":[{"className":"AcDbLine","properties":[
+    const QJsonObject r = run(kSelectEntities.body, R"({"entities":[{"className":"AcDbLine","properties":[
         {"property":"Color","operator":"==","value":"#FF00001"},{"property":"Color","operator":"==","value":"red"}]}]})");
     EXPECT_EQ(strings(r.value("errorMessages")),
               (QStringList{QStringLiteral("Error parsing property from #FF00001 because . "),
@@ -111,20 +120,22 @@ TEST_F(SelectEntitiesTest, HandleSelectorSortsEveryHandleIntoOneList) {
     const QString query = QStringLiteral(R"({"handles":["0x%1"," %2 ","%3","%4","zz","","%5","%6"]})")
                               .arg(hex(a).toLower(), hex(b), hex(paper), hex(gone), QStringLiteral("FFFFFF"),
                                    hex(db.layerZeroId()));
-    QJsonObject r = SelectEntitiesByHandle(doc, query);
+    QJsonObject r = run(kSelectEntityByHandle.body, query.toUtf8());
     EXPECT_TRUE(r.value("success").toBool());
     EXPECT_EQ(strings(r.value("selectedHandles")), (QStringList{hex(a), hex(b)}));
     EXPECT_EQ(r.value("numSelected").toInt(), 2);
-    EXPECT_EQ(strings(r.value("notFoundHandles")),
-              (QStringList{hex(gone), QStringLiteral("zz"), QStringLiteral("FFFFFF"), hex(db.layerZeroId())}));
+    EXPECT_EQ(
+        strings(r.value("notFoundHandles")),
+        (QStringList{hex(gone), QStringLiteral("zz"), QStringLiteral("FFFFFF"), hex(db.layerZeroId())}));
     EXPECT_EQ(strings(r.value("foundHandlesNotInActiveSpace")), QStringList{hex(paper)});
     EXPECT_EQ(doc->selection().ids(), (std::vector<db::ObjectId>{a, b}));
 
-    r = SelectEntitiesByHandle(doc, QStringLiteral(R"({"handles":["0X%1"],"clearSelection":false})").arg(hex(paper)));
+    r = run(kSelectEntityByHandle.body,
+            QStringLiteral(R"({"handles":["0X%1"],"clearSelection":false})").arg(hex(paper)).toUtf8());
     EXPECT_FALSE(r.value("success").toBool());
     EXPECT_FALSE(r.contains("notFoundHandles")) << "empty lists are left out";
     EXPECT_EQ(doc->selection().ids().size(), 2u) << "kept when not asked to clear";
-    r = SelectEntitiesByHandle(doc, QStringLiteral("not json"));
+    r = run(kSelectEntityByHandle.body, "not json");
     EXPECT_EQ(r.value("numSelected").toInt(), 0);
     EXPECT_TRUE(doc->selection().isEmpty()) << "a bad query is an empty one, which clears";
 }

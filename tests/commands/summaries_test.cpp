@@ -1,8 +1,6 @@
 #include <charconv>
 
-#include "commands/entities/selected_handles.h"
-#include "commands/entities/summarize_entities.h"
-#include "commands/layers/summarize_layers.h"
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/hatch.h"
@@ -51,13 +49,15 @@ std::vector<std::pair<int, std::string>> spread(const QJsonArray& dxf) {
         const QJsonValue v = g.toObject().value("value");
         if (v.isArray()) {
             const QJsonArray a = v.toArray();
-            for (qsizetype i = 0; i < a.size(); ++i) groups.emplace_back(code + 10 * static_cast<int>(i), number(a[i].toDouble()));
+            for (qsizetype i = 0; i < a.size(); ++i)
+                groups.emplace_back(code + 10 * static_cast<int>(i), number(a[i].toDouble()));
         } else if (v.isString()) {
             groups.emplace_back(code, v.toString().toStdString());
         } else if (v.isBool()) {
             groups.emplace_back(code, v.toBool() ? "1" : "0");
         } else if (v.toDouble() == static_cast<double>(v.toInteger()) && (code < 10 || code >= 60) &&
-                   !(code >= 110 && code < 150) && !(code >= 210 && code < 240) && !(code >= 1010 && code < 1060)) {
+                   !(code >= 110 && code < 150) && !(code >= 210 && code < 240) &&
+                   !(code >= 1010 && code < 1060)) {
             groups.emplace_back(code, std::to_string(v.toInteger()));
         } else {
             groups.emplace_back(code, number(v.toDouble()));
@@ -67,7 +67,7 @@ std::vector<std::pair<int, std::string>> spread(const QJsonArray& dxf) {
 }
 
 class SummaryTest : public DrawingTest {
-protected:
+  protected:
     std::vector<db::ObjectId> everyType() {
         std::vector<db::ObjectId> ids;
         ids.push_back(line(addLayer("Walls"), db::Color::fromRgb(1, 2, 3)));
@@ -108,65 +108,69 @@ TEST_F(SummaryTest, EveryEntityTypeDumpsTheGroupsItsDxfRecordHolds) {
     request.append(42);
     request.append(QStringLiteral("ZZZ"));
     request.append(hex(db.layerZeroId()));  // not an entity
-    const QJsonObject r = run(&SummarizeEntitiesResponse,
-                              QJsonDocument(QJsonObject{{"handles", request}}).toJson().constData());
+    const QJsonObject r =
+        run(kSummarizeEntities.body, QJsonDocument(QJsonObject{{"handles", request}}).toJson().constData());
     ASSERT_TRUE(r.value("success").toBool());
     ASSERT_EQ(r.value("total").toInt(), static_cast<int>(ids.size()));
     const std::string dxf = db::writeDxf(db);
-    const QStringList classes = {"LINE", "CIRCLE", "ARC", "LWPOLYLINE", "ELLIPSE", "POINT",
-                                 "TEXT", "MTEXT",  "SPLINE", "INSERT", "HATCH"};
+    const QStringList classes = {"LINE", "CIRCLE", "ARC",    "LWPOLYLINE", "ELLIPSE", "POINT",
+                                 "TEXT", "MTEXT",  "SPLINE", "INSERT",     "HATCH"};
     const QJsonArray entities = r.value("entities").toArray();
     for (qsizetype i = 0; i < entities.size(); ++i) {
         const QJsonObject e = entities[i].toObject();
         EXPECT_EQ(e.value("class").toString(), classes[i]);
         EXPECT_EQ(e.value("id").toString(), hex(ids[static_cast<std::size_t>(i)]));
         EXPECT_FALSE(e.contains("isXref"));
-        EXPECT_EQ(spread(e.value("dxf").toArray()), recordOf(dxf, hex(ids[static_cast<std::size_t>(i)]).toStdString()))
+        EXPECT_EQ(spread(e.value("dxf").toArray()),
+                  recordOf(dxf, hex(ids[static_cast<std::size_t>(i)]).toStdString()))
             << "one declaration, two outputs: " << classes[i].toStdString();
     }
     const QJsonArray lineGroups = entities[0].toObject().value("dxf").toArray();
     EXPECT_EQ(lineGroups[0].toObject().value("code").toInt(), 5);
     bool sawPoint = false;
     for (const QJsonValue& g : lineGroups)
-        if (g.toObject().value("code").toInt() == 10) sawPoint = g.toObject().value("value").toArray().size() == 3;
+        if (g.toObject().value("code").toInt() == 10)
+            sawPoint = g.toObject().value("value").toArray().size() == 3;
     EXPECT_TRUE(sawPoint) << "a 3D point is one group holding [x, y, z]";
 }
 
 TEST_F(SummaryTest, HandlesArrayIsRequiredAndXrefsAreMarked) {
-    EXPECT_EQ(run(&SummarizeEntitiesResponse, "{}").value("errorMessages").toString(),
+    EXPECT_EQ(run(kSummarizeEntities.body, "{}").value("errorMessages").toString(),
               QStringLiteral("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(&SummarizeEntitiesResponse, R"({"handles":"2B7"})").value("errorMessages").toString(),
+    EXPECT_EQ(run(kSummarizeEntities.body, R"({"handles":"2B7"})").value("errorMessages").toString(),
               QStringLiteral("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(&SummarizeEntitiesResponse, R"({"handles":[]})").value("errorMessages").toString(),
+    EXPECT_EQ(run(kSummarizeEntities.body, R"({"handles":[]})").value("errorMessages").toString(),
               QStringLiteral("Empty 'handles' array in input"));
     auto xref = std::make_unique<db::BlockTableRecord>("Site");
     xref->setPathName("site.dwg");
     db::ObjectId block;
     db.addRecord(db.blockTableId(), std::move(xref), &block);
     const db::ObjectId ref = add(std::make_unique<db::BlockReference>(db::Point3d(), block));
-    const QJsonObject r = run(&SummarizeEntitiesResponse,
-                              QStringLiteral(R"({"handles":["%1"]})").arg(hex(ref).toLower()).toUtf8().constData());
+    const QJsonObject r =
+        run(kSummarizeEntities.body,
+            QStringLiteral(R"({"handles":["%1"]})").arg(hex(ref).toLower()).toUtf8().constData());
     const QJsonObject e = r.value("entities").toArray()[0].toObject();
     EXPECT_TRUE(e.value("isXref").toBool());
     EXPECT_EQ(e.value("id").toString(), hex(ref).toLower()) << "the id is the text as given";
 }
 
 TEST_F(SummaryTest, SelectedHandlesSkipErasedAndNonEntities) {
-    QJsonObject r = SelectedHandlesResponse(doc);
+    QJsonObject r = run(kSelectedHandles.body, "{}");
     EXPECT_TRUE(r.value("success").toBool());
     EXPECT_EQ(r.value("count").toInt(), 0);
     EXPECT_TRUE(r.value("handles").toArray().isEmpty());
     const db::ObjectId a = line(), b = circle(), gone = line();
     db::openObject(gone, db::OpenMode::ForWrite)->erase();
     doc->selection().set({b, gone, db.layerZeroId(), a});
-    r = SelectedHandlesResponse(doc);
+    r = run(kSelectedHandles.body, "{}");
     EXPECT_EQ(strings(r.value("handles")), (QStringList{hex(b), hex(a)}));
     EXPECT_EQ(r.value("count").toInt(), 2);
-    EXPECT_EQ(SelectedHandlesResponse(nullptr).value("error").toString(), QStringLiteral("Invalid command context"));
+    EXPECT_EQ(runWithoutDrawing(kSelectedHandles.body, "{}").value("error").toString(),
+              QStringLiteral("Invalid command context"));
 }
 
 TEST_F(SummaryTest, LayerSummaryGivesColorsAsRgbAndTransparencyAsPercentOrWord) {
-    QJsonObject r = SummarizeLayers(&db);
+    QJsonObject r = run(kSummarizeLayers.body, "{}");
     ASSERT_TRUE(r.value("success").toBool());
     ASSERT_EQ(r.value("total").toInt(), 1);
     QJsonObject zero = r.value("layers").toArray()[0].toObject();
@@ -178,9 +182,12 @@ TEST_F(SummaryTest, LayerSummaryGivesColorsAsRgbAndTransparencyAsPercentOrWord) 
     EXPECT_TRUE(zero.value("on").toBool());
 
     const std::vector<std::pair<db::Transparency, QJsonValue>> cases = {
-        {db::Transparency::fromAlpha(229), 10},  {db::Transparency::fromAlpha(127), 50},
-        {db::Transparency::fromAlpha(128), 49},  {db::Transparency::fromAlpha(0), 100},
-        {db::Transparency::byLayer(), QStringLiteral("ByLayer")}, {db::Transparency::byBlock(), QStringLiteral("ByBlock")},
+        {db::Transparency::fromAlpha(229), 10},
+        {db::Transparency::fromAlpha(127), 50},
+        {db::Transparency::fromAlpha(128), 49},
+        {db::Transparency::fromAlpha(0), 100},
+        {db::Transparency::byLayer(), QStringLiteral("ByLayer")},
+        {db::Transparency::byBlock(), QStringLiteral("ByBlock")},
     };
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const db::ObjectId id = addLayer("L" + std::to_string(i), db::Color::fromIndex(1));
@@ -192,19 +199,21 @@ TEST_F(SummaryTest, LayerSummaryGivesColorsAsRgbAndTransparencyAsPercentOrWord) 
     }
     const db::ObjectId erased = addLayer("Gone");
     db::openObject(erased, db::OpenMode::ForWrite)->erase();
-    r = SummarizeLayers(&db);
+    r = run(kSummarizeLayers.body, "{}");
     EXPECT_EQ(r.value("total").toInt(), 1 + static_cast<int>(cases.size())) << "erased layers are not listed";
     const QJsonArray layers = r.value("layers").toArray();
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const QJsonObject l = layers[static_cast<qsizetype>(i + 1)].toObject();
         EXPECT_EQ(l.value("transparency"), cases[i].second) << i;
-        EXPECT_EQ(l.value("color").toArray(), (QJsonArray{255, 0, 0})) << "a palette index gives its components";
+        EXPECT_EQ(l.value("color").toArray(), (QJsonArray{255, 0, 0}))
+            << "a palette index gives its components";
         EXPECT_EQ(l.value("lineweight").toString(), QStringLiteral("0.25 mm"));
     }
     EXPECT_FALSE(layers[1].toObject().value("on").toBool());
     EXPECT_TRUE(layers[2].toObject().value("locked").toBool());
-    EXPECT_EQ(SummarizeLayers(nullptr).value("error").toString(), QStringLiteral("Invalid database"));
-    EXPECT_EQ(SummarizeLayers(nullptr).value("total").toInt(-1), 0);
+    EXPECT_EQ(runWithoutDrawing(kSummarizeLayers.body, "{}").value("error").toString(),
+              QStringLiteral("Invalid database"));
+    EXPECT_EQ(runWithoutDrawing(kSummarizeLayers.body, "{}").value("total").toInt(-1), 0);
 }
 
 }  // namespace

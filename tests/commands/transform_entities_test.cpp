@@ -1,7 +1,6 @@
-#include "commands/entities/transform_entities.h"
-
 #include <cmath>
 
+#include "commands/commands.h"
 #include "db/dxf/dxf_writer.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"
@@ -28,7 +27,7 @@ class TransformTest : public DrawingTest {
     bool transform(const QJsonObject& request) {
         host::UserIO io({}, host.services().userInput());
         host::CommandContext context(doc, io);
-        return TransformEntities(QJsonDocument(request), context);
+        return kTransformEntities.body(QJsonDocument(request), context).value("success").toBool();
     }
     QJsonObject request(std::initializer_list<db::ObjectId> ids, QJsonArray matrices,
                         const char* flag = nullptr) {

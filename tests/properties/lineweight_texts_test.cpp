@@ -2,33 +2,32 @@
 
 #include <vector>
 
-#include "host/lineweight_names.h"
 #include "properties/lineweight_text.h"
 
-namespace vela {
+namespace vela::properties {
 namespace {
 
 using db::LineWeight;
 
 TEST(LineWeightToText, WritesSpecialValuesByNameAndWidthsInHundredths) {
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::ByLayer), QStringLiteral("ByLayer"));
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::ByBlock), QStringLiteral("ByBlock"));
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::ByLineWeightDefault), QStringLiteral("Default"));
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::W000), QStringLiteral("0"));
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::W025), QStringLiteral("25"));
-    EXPECT_EQ(properties::LineWeightToText(LineWeight::W211), QStringLiteral("211"));
+    EXPECT_EQ(LineWeightToText(LineWeight::ByLayer), QStringLiteral("ByLayer"));
+    EXPECT_EQ(LineWeightToText(LineWeight::ByBlock), QStringLiteral("ByBlock"));
+    EXPECT_EQ(LineWeightToText(LineWeight::ByLineWeightDefault), QStringLiteral("Default"));
+    EXPECT_EQ(LineWeightToText(LineWeight::W000), QStringLiteral("0"));
+    EXPECT_EQ(LineWeightToText(LineWeight::W025), QStringLiteral("25"));
+    EXPECT_EQ(LineWeightToText(LineWeight::W211), QStringLiteral("211"));
 }
 
 TEST(LineWeightDisplayString, WritesMillimetresWithTwoDecimals) {
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::ByLayer), QStringLiteral("ByLayer"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::ByBlock), QStringLiteral("ByBlock"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::ByLineWeightDefault), QStringLiteral("Default"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::W000), QStringLiteral("0.00 mm"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::W005), QStringLiteral("0.05 mm"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::W025), QStringLiteral("0.25 mm"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::W100), QStringLiteral("1.00 mm"));
-    EXPECT_EQ(host::lineWeightToDisplayString(LineWeight::W211), QStringLiteral("2.11 mm"));
-    EXPECT_EQ(host::lineWeightToDisplayString(static_cast<LineWeight>(-25)), QStringLiteral("-0.25 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::ByLayer), QStringLiteral("ByLayer"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::ByBlock), QStringLiteral("ByBlock"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::ByLineWeightDefault), QStringLiteral("Default"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::W000), QStringLiteral("0.00 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::W005), QStringLiteral("0.05 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::W025), QStringLiteral("0.25 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::W100), QStringLiteral("1.00 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(LineWeight::W211), QStringLiteral("2.11 mm"));
+    EXPECT_EQ(LineWeightToDisplayText(static_cast<LineWeight>(-25)), QStringLiteral("-0.25 mm"));
 }
 
 TEST(LineWeightFromString, ReadsBackEveryDisplayString) {
@@ -36,9 +35,9 @@ TEST(LineWeightFromString, ReadsBackEveryDisplayString) {
     all.insert(all.end(), db::kStandardLineWeights.begin(), db::kStandardLineWeights.end());
     for (int value : all) {
         const auto weight = static_cast<LineWeight>(value);
-        const QString text = host::lineWeightToDisplayString(weight);
+        const QString text = LineWeightToDisplayText(weight);
         LineWeight read = static_cast<LineWeight>(-99);
-        EXPECT_TRUE(host::lineWeightFromString(text, read)) << text.toStdString();
+        EXPECT_TRUE(LineWeightFromText(text, read)) << text.toStdString();
         EXPECT_EQ(read, weight) << text.toStdString();
     }
 }
@@ -57,7 +56,7 @@ TEST(LineWeightFromString, AcceptsTheUsualSpellings) {
     for (const auto& [weight, texts] : accepted) {
         for (const char* text : texts) {
             LineWeight read = static_cast<LineWeight>(-99);
-            EXPECT_TRUE(host::lineWeightFromString(QString::fromUtf8(text), read)) << text;
+            EXPECT_TRUE(LineWeightFromText(QString::fromUtf8(text), read)) << text;
             EXPECT_EQ(read, weight) << text;
         }
     }
@@ -77,10 +76,10 @@ TEST(LineWeightFromString, RefusesOtherTextsAndLeavesTheValueAlone) {
                              "10",       "99999999999999999999"};
     for (const char* text : refused) {
         LineWeight read = LineWeight::W090;
-        EXPECT_FALSE(host::lineWeightFromString(QString::fromUtf8(text), read)) << text;
+        EXPECT_FALSE(LineWeightFromText(QString::fromUtf8(text), read)) << text;
         EXPECT_EQ(read, LineWeight::W090) << text;
     }
 }
 
 }  // namespace
-}  // namespace vela
+}  // namespace vela::properties

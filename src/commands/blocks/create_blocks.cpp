@@ -1,19 +1,19 @@
-#include "commands/blocks/create_blocks.h"
-
 #include <QJsonArray>
-#include <QLocale>
-#include <QStringList>
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>
 #include <vector>
 
-#include "commands/layers/attribute_values.h"
+#include "commands/commands.h"
 #include "db/database.h"
 #include "db/entities/block_reference.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "host/command_context.h"
+#include "properties/handle_text.h"
+#include "properties/number_text.h"
+#include "properties/point_text.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -28,11 +28,7 @@ const QString kError = QStringLiteral("error");
 std::vector<db::ObjectId> collectEntities(const db::Database& database, const QString& handles) {
     std::vector<db::ObjectId> ids;
     for (const QString& piece : handles.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-        const QString text = piece.trimmed();
-        if (text.isEmpty()) continue;
-        const std::optional<db::Handle> handle = db::Handle::fromText(text.toStdString());
-        if (!handle) continue;
-        const db::ObjectId id = database.getObjectId(*handle);
+        const db::ObjectId id = properties::ObjectIdFromHandleText(database, piece.trimmed());
         if (id.isNull()) continue;
         if (auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForRead)) {
             auto layer = db::openObject<db::LayerTableRecord>(entity->layerId(), db::OpenMode::ForRead);
@@ -69,12 +65,6 @@ void calculatedBasePoint(const std::vector<db::ObjectId>& ids, BasePoint& base) 
             QStringLiteral("Unable to calculate base point from entity extents. Using default (0,0,0). ");
 }
 
-bool toCoordinate(const QString& text, double& out) {
-    bool ok = false;
-    out = text.toDouble(&ok);
-    return ok && std::isfinite(out);
-}
-
 BasePoint basePoint(const QJsonObject& attributes, const std::vector<db::ObjectId>& ids) {
     BasePoint base;
     const QString key = QStringLiteral("basePoint");
@@ -82,22 +72,19 @@ BasePoint basePoint(const QJsonObject& attributes, const std::vector<db::ObjectI
         base.message = QStringLiteral("Base point is not provided. Using calculated extents base point. ");
     } else {
         const QJsonValue value = attributes.value(key);
-        const QString text = AttributeText(value);
+        const QString text = properties::PlainText(value);
         if (value.isNull() || text.isEmpty()) {
             base.message = QStringLiteral("Invalid base point. Using calculated extents base point. ");
         } else {
-            const QStringList parts = text.split(QLatin1Char(','));
-            if (parts.size() < 2) {
+            const properties::PointText given = properties::ReadPointText(text);
+            if (given.parts < 2) {
                 base.message = QStringLiteral(
                     "Base point requires at least X and Y coordinates. Using calculated extents base "
                     "point. ");
+            } else if (const std::optional<db::Point3d> point = given.point()) {
+                base.point = *point;
+                return base;
             } else {
-                double x = 0, y = 0, z = 0;
-                if (toCoordinate(parts[0], x) && toCoordinate(parts[1], y) &&
-                    (parts.size() < 3 || toCoordinate(parts[2], z))) {
-                    base.point = db::Point3d(x, y, z);
-                    return base;
-                }
                 base.message =
                     QStringLiteral("Invalid base point format. Using calculated extents base point. ");
             }
@@ -189,28 +176,21 @@ db::ObjectId populateBlock(db::Database& database, const std::vector<db::ObjectI
     return referenceId;
 }
 
-// Each coordinate in the shortest decimal form that reads back as exactly the same number.
-QString pointText(const db::Point3d& p) {
-    auto number = [](double v) { return QString::number(v, 'g', QLocale::FloatingPointShortest); };
-    return QStringLiteral("%1,%2,%3").arg(number(p.x), number(p.y), number(p.z));
-}
-
-QJsonObject createBlock(host::CommandContext* context, const QJsonObject& attributes) {
+QJsonObject createBlock(host::CommandContext& context, const QJsonObject& attributes) {
     QJsonObject result{{kSuccess, false}};
     auto fail = [&result](const QString& message) {
         result.insert(kError, message);
         return result;
     };
     try {
-        if (!context) return fail(QStringLiteral("Invalid command context"));
-        db::Database* database = context->database();
+        db::Database* database = context.database();
         if (!database) return fail(QStringLiteral("Invalid database"));
-        const QString name = AttributeText(attributes.value(QStringLiteral("name")));
+        const QString name = properties::PlainText(attributes.value(QStringLiteral("name")));
         if (name.isEmpty()) return fail(QStringLiteral("Block name is required"));
         if (!db::isValidSymbolName(name.toStdString()))
             return fail(QStringLiteral("Invalid block name: '%1'").arg(name));
-        const std::vector<db::ObjectId> ids =
-            collectEntities(*database, AttributeText(attributes.value(QStringLiteral("entityHandles"))));
+        const std::vector<db::ObjectId> ids = collectEntities(
+            *database, properties::PlainText(attributes.value(QStringLiteral("entityHandles"))));
         if (ids.empty())
             return fail(QStringLiteral(
                 "No valid entities found. Please provide entity handles in 'entityHandles' field"));
@@ -226,12 +206,14 @@ QJsonObject createBlock(host::CommandContext* context, const QJsonObject& attrib
         auto record = std::make_unique<db::BlockTableRecord>(blockName.name.toStdString());
         record->setOrigin(db::Point3d(0, 0, 0));
         if (attributes.contains(QStringLiteral("description")))
-            record->setComments(AttributeText(attributes.value(QStringLiteral("description"))).toStdString());
+            record->setComments(
+                properties::PlainText(attributes.value(QStringLiteral("description"))).toStdString());
         if (attributes.contains(QStringLiteral("explodable")))
-            setBlockRecordGroup(*record, 280, AttributeTruth(attributes.value(QStringLiteral("explodable"))));
+            setBlockRecordGroup(*record, 280,
+                                properties::Truth(attributes.value(QStringLiteral("explodable"))));
         if (attributes.contains(QStringLiteral("uniformScaling")))
             setBlockRecordGroup(*record, 281,
-                                AttributeTruth(attributes.value(QStringLiteral("uniformScaling"))));
+                                properties::Truth(attributes.value(QStringLiteral("uniformScaling"))));
         db::ObjectId blockId;
         if (const db::ErrorStatus es =
                 database->addRecord(database->blockTableId(), std::move(record), &blockId);
@@ -243,11 +225,10 @@ QJsonObject createBlock(host::CommandContext* context, const QJsonObject& attrib
         if (!warning.isEmpty()) result.insert(QStringLiteral("warning"), warning);
         result.insert(kSuccess, true);
         result.insert(QStringLiteral("name"), blockName.name);
-        result.insert(QStringLiteral("handle"), QString::fromStdString(referenceId.handle().toText()));
-        result.insert(QStringLiteral("blockDefinitionHandle"),
-                      QString::fromStdString(blockId.handle().toText()));
+        result.insert(QStringLiteral("handle"), properties::HandleText(referenceId));
+        result.insert(QStringLiteral("blockDefinitionHandle"), properties::HandleText(blockId));
         result.insert(QStringLiteral("entityCount"), static_cast<int>(ids.size()));
-        result.insert(QStringLiteral("basePoint"), pointText(base.point));
+        result.insert(QStringLiteral("basePoint"), properties::PointToText(base.point));
     } catch (const db::DbError& e) {
         // What was done before the failure (a definition added, entities copied) stays: the command is one
         // undo step, which takes it back as a whole.
@@ -261,15 +242,15 @@ QJsonObject createBlock(host::CommandContext* context, const QJsonObject& attrib
     return result;
 }
 
-}  // namespace
-
-QJsonObject CreateBlocks(const QJsonDocument& request, host::CommandContext* context) {
+// Turns groups of entities into blocks. For each element of the request's "blocks" array: a new block
+// definition named "name" (or "name_1", "name_2", ... when taken) holding copies of the entities listed in
+// "entityHandles" (one comma-separated text), moved so that "basePoint" (else the lower left corner of their
+// extents) becomes the block's origin; the entities themselves are erased and one reference to the block
+// takes their place in model space. Optional "description", "explodable" and "uniformScaling" set the
+// definition's comments and behaviour.
+QJsonObject createBlocks(const QJsonDocument& request, host::CommandContext& context) {
     QJsonObject response{{kSuccess, false}};
-    if (!context) {
-        response.insert(kError, QStringLiteral("Invalid command context"));
-        return response;
-    }
-    if (!context->database()) {
+    if (!context.database()) {
         response.insert(kError, QStringLiteral("Invalid database"));
         return response;
     }
@@ -291,8 +272,48 @@ QJsonObject CreateBlocks(const QJsonDocument& request, host::CommandContext* con
     return response;
 }
 
-QJsonObject CreateBlocksResponse(const QJsonDocument& request, host::CommandContext& context) {
-    return CreateBlocks(request, &context);
-}
+}  // namespace
+
+extern const catalogue::CommandRow kCreateBlocks = {
+    .slot = "CreateBlocks",
+    .parameter = "blockQuery",
+    .refusalPayloadKey = "blocks",
+    .receivedLog = "Received block creation query from assistant:\n%1",
+    .responseLog = "Block creation response:\n%1",
+    .globalName = "_V3_CREATEBLOCKS",
+    .className = "CJxCommandCreateBlocks",
+    .body = createBlocks,
+    .effect = catalogue::Effect::Changes,
+    .description =
+        "Turns groups of entities into blocks: each block gets copies of the entities listed in "
+        "\"entityHandles\" (comma-separated), moved so that \"basePoint\" (else the lower left corner of "
+        "their "
+        "extents) is its origin; the entities are replaced by one reference to the block. A taken name gets "
+        "_1, _2, ... appended.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "blocks": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "properties": {
+          "name": {"type": ["string", "number"]},
+          "entityHandles": {"type": "string", "description": "handles joined by commas"},
+          "basePoint": {"type": "string", "description": "x,y[,z]"},
+          "description": {"type": "string"},
+          "explodable": {"type": ["boolean", "number", "string"]},
+          "uniformScaling": {"type": ["boolean", "number", "string"]}
+        },
+        "required": ["name", "entityHandles"]
+      }
+    }
+  },
+  "required": ["blocks"]
+})json",
+    .exampleRequest = R"json({"blocks": [{"name": "DESK_SET", "entityHandles": "111,112", "basePoint": "0,0",
+        "description": "desk with chair", "explodable": true}]})json",
+};
 
 }  // namespace vela::commands

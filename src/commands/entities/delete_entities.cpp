@@ -1,12 +1,11 @@
-#include "commands/entities/delete_entities.h"
-
 #include <QJsonArray>
 #include <cstdlib>
 
-#include "commands/entities/handle_text.h"
+#include "commands/commands.h"
 #include "db/database.h"
 #include "db/raw_object.h"
 #include "host/command_context.h"
+#include "properties/handle_text.h"
 
 namespace vela::commands {
 
@@ -35,9 +34,12 @@ QString className(const db::Entity& entity) {
     return QString::fromLatin1(entity.isA()->name());
 }
 
-}  // namespace
-
-QJsonObject DeleteEntitiesResponse(const QJsonDocument& request, host::CommandContext& context) {
+// Erases the entities named by "handles" and lists each erased one under "entities" as {"handle": the text
+// as sent, "className": its class name}, in request order. Elements that are not strings, handles that name
+// nothing and objects that are not entities are skipped without a trace; an entity that cannot be opened for
+// write (on a locked layer) is left alone and makes "success" false. Early failures (no "handles" array, an
+// empty one, no database) answer with a single "error" text.
+QJsonObject deleteEntities(const QJsonDocument& request, host::CommandContext& context) {
     QJsonObject response{{QStringLiteral("success"), false}};
     const QJsonValue handles = request.object().value(QStringLiteral("handles"));
     if (!handles.isArray()) {
@@ -61,7 +63,7 @@ QJsonObject DeleteEntitiesResponse(const QJsonDocument& request, host::CommandCo
         if (!value.isString()) continue;
         const QString text = value.toString();
         // An erased object is not found by its handle, so a handle listed twice is erased and reported once.
-        const db::ObjectId id = ObjectIdFromHandleText(*database, text);
+        const db::ObjectId id = properties::ObjectIdFromHandleText(*database, text);
         if (!db::openObject<db::Entity>(id, db::OpenMode::ForRead)) continue;  // nothing, or not an entity
         auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
         if (!entity) {
@@ -81,5 +83,32 @@ QJsonObject DeleteEntitiesResponse(const QJsonDocument& request, host::CommandCo
     response.insert(QStringLiteral("entities"), erased);
     return response;
 }
+
+}  // namespace
+
+extern const catalogue::CommandRow kDeleteEntities = {
+    .slot = "DeleteEntities",
+    .parameter = "deletionQuery",
+    .receivedLog = "Received deletion query from assistant:\n%1",
+    .responseLog = "Entity deletion response:\n%1",
+    .globalName = "_V3_DELETEENTITIES",
+    .className = "CJxCommandDeleteObjects",
+    .notFoundMessage = "Empty JSON payload",
+    .notFoundReturn = host::RTNORM,
+    .body = deleteEntities,
+    .effect = catalogue::Effect::Deletes,
+    .description =
+        "Erases the entities named by their handles and lists those erased with their class names. Entities "
+        "on locked layers are left alone and make the answer's success false.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "handles": {"type": "array", "items": {"type": "string"}, "minItems": 1}
+  },
+  "required": ["handles"]
+})json",
+    .exampleRequest = R"json({"handles": ["113", "114"]})json",
+};
 
 }  // namespace vela::commands

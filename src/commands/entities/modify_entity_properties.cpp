@@ -1,5 +1,3 @@
-#include "commands/entities/modify_entity_properties.h"
-
 #include <QFileInfo>
 #include <QJsonArray>
 #include <cmath>
@@ -7,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "commands/entities/handle_text.h"
+#include "commands/commands.h"
 #include "db/database.h"
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
@@ -17,10 +15,14 @@
 #include "db/support/support_path.h"
 #include "host/command_context.h"
 #include "host/document.h"
-#include "host/lineweight_names.h"
 #include "properties/color_text.h"
 #include "properties/linescale_text.h"
+#include "properties/lineweight_text.h"
+#include "properties/number_text.h"
+#include "properties/point_text.h"
+#include "properties/requested_entities.h"
 #include "properties/transparency_text.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -43,13 +45,6 @@ struct ModifyResult {
     }
 };
 
-std::optional<QString> descriptorValue(const QJsonValue& value) {
-    if (value.isString()) return value.toString();
-    if (value.isBool()) return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
-    if (value.isDouble()) return QString::number(value.toDouble(), 'g', 6);
-    return std::nullopt;  // null, arrays and objects carry no property value
-}
-
 std::vector<PropertyDescriptor> readDescriptors(const QJsonValue& list) {
     std::vector<PropertyDescriptor> descriptors;
     for (const QJsonValue& element : list.toArray()) {
@@ -57,18 +52,11 @@ std::vector<PropertyDescriptor> readDescriptors(const QJsonValue& list) {
         PropertyDescriptor descriptor;
         const QJsonObject object = element.toObject();
         for (auto it = object.begin(); it != object.end(); ++it)
-            if (std::optional<QString> text = descriptorValue(it.value())) descriptor[it.key()] = *text;
+            if (std::optional<QString> text = properties::SixDigitText(it.value()))
+                descriptor[it.key()] = *text;
         descriptors.push_back(std::move(descriptor));
     }
     return descriptors;
-}
-
-/// The handles of the selected objects that still exist, in selection order.
-QJsonArray selectedHandles(const host::Document& document) {
-    QJsonArray handles;
-    for (db::ObjectId id : document.selection().ids())
-        if (id.isValid()) handles.append(QString::fromStdString(id.handle().toText()));
-    return handles;
 }
 
 /// Runs a setter of the drawing database; true when the database refused it by throwing (the setters of an
@@ -85,19 +73,15 @@ bool refused(Set&& set) {
 
 /// A finite number, or nothing: geometry that took an infinity or NaN could not be drawn or saved.
 std::optional<double> readNumber(const QString& text) {
-    bool ok = false;
-    const double value = text.toDouble(&ok);
-    if (!ok || !std::isfinite(value)) return std::nullopt;
-    return value;
+    return properties::NumberFromText(text);
 }
 
 /// "x,y" or "x,y,z". With two parts the current z stays; a part that does not read counts as 0, so a point
 /// with a typo still lands somewhere predictable rather than being refused.
 std::optional<db::Point3d> readPoint(const QString& text, const db::Point3d& current) {
-    const QStringList parts = text.split(QLatin1Char(','));
-    if (parts.size() < 2) return std::nullopt;
-    const auto part = [&](qsizetype i) { return readNumber(parts[i]).value_or(0.0); };
-    return db::Point3d(part(0), part(1), parts.size() > 2 ? part(2) : current.z);
+    const properties::PointText p = properties::ReadPointText(text);
+    if (p.parts < 2) return std::nullopt;
+    return db::Point3d(p.x.value_or(0.0), p.y.value_or(0.0), p.parts > 2 ? p.z.value_or(0.0) : current.z);
 }
 
 /// The one routine behind every point property: read the value against the current point, then set it.
@@ -190,10 +174,10 @@ void applyBlockReference(db::BlockReference& ref, const QString& name, const QSt
         setCoordinate(&db::Point3d::z);
     } else if (name == QLatin1String("ScaleFactors")) {
         // No range check here: a part that does not read is 0, and the database refuses a zero factor.
-        const QStringList parts = value.split(QLatin1Char(','));
-        const auto part = [&](qsizetype i) { return readNumber(parts[i]).value_or(0.0); };
-        const double x = part(0);
-        ref.setScaleFactors(db::Vector3d(x, parts.size() > 1 ? part(1) : x, parts.size() > 2 ? part(2) : x));
+        const properties::PointText p = properties::ReadPointText(value);
+        const double x = p.x.value_or(0.0);
+        ref.setScaleFactors(
+            db::Vector3d(x, p.parts > 1 ? p.y.value_or(0.0) : x, p.parts > 2 ? p.z.value_or(0.0) : x));
     } else if (name == QLatin1String("Scale X")) {
         setFactor(&db::Vector3d::x);
     } else if (name == QLatin1String("Scale Y")) {
@@ -325,7 +309,7 @@ class PropertyApplier {
         // A text that names no lineweight keeps the entity's own: guessing a width would change the drawing
         // in a way the user did not ask for. It is not reported either, as the page expects.
         db::LineWeight weight = entity.lineWeight();
-        if (!host::lineWeightFromString(text, weight)) return;
+        if (!properties::LineWeightFromText(text, weight)) return;
         if (refused([&] { entity.setLineWeight(weight); }))
             result.fail(QStringLiteral("Error setting lineweight to %1. ").arg(text));
     }
@@ -376,14 +360,16 @@ class PropertyApplier {
     std::map<QString, LoadAttempt> failedLoads_;
 };
 
-}  // namespace
-
-QJsonObject ModifyEntityPropertiesResponse(const QJsonDocument& request, host::CommandContext& context) {
+// Applies each property descriptor of "propertyDescriptors" to each entity of "handles" (or, without handles,
+// of the current selection), the properties of one descriptor in ascending order of their names. Handles that
+// name no entity and entities on locked layers are skipped without a message. "success" is false when any
+// property failed; the messages of all entities are joined into one string under "errorMessages" (on failure)
+// or "infoMessages" (on success).
+QJsonObject modifyEntityProperties(const QJsonDocument& request, host::CommandContext& context) {
     QJsonObject response{{QStringLiteral("success"), false}};
     const QJsonObject object = request.object();
-    QJsonArray handles = object.value(QStringLiteral("handles")).toArray();
-    if (handles.isEmpty() && context.document()) handles = selectedHandles(*context.document());
-    if (handles.isEmpty()) {
+    const std::vector<db::ObjectId> ids = properties::RequestedOrSelectedIds(object, context);
+    if (ids.empty()) {
         response.insert(QStringLiteral("errorMessages"),
                         QStringLiteral("No entities to modify. Provide handles or select entities first."));
         return response;
@@ -392,17 +378,14 @@ QJsonObject ModifyEntityPropertiesResponse(const QJsonDocument& request, host::C
         readDescriptors(object.value(QStringLiteral("propertyDescriptors")));
 
     ModifyResult result;
-    db::Database* database = context.database();
-    if (!database) {
+    if (!context.database()) {
         result.fail(QStringLiteral("Invalid database"));
     } else {
         PropertyApplier applier(context.document());
-        for (const QJsonValue& handle : handles) {
-            if (!handle.isString()) continue;
+        for (db::ObjectId id : ids) {
             // Unknown handles, non-entities, erased objects and entities on locked layers are passed over
             // without a word: the page often sends whatever was selected.
-            auto entity = db::openObject<db::Entity>(ObjectIdFromHandleText(*database, handle.toString()),
-                                                     db::OpenMode::ForWrite);
+            auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
             if (!entity) continue;
             ModifyResult entityResult;
             for (const PropertyDescriptor& descriptor : descriptors)
@@ -419,5 +402,38 @@ QJsonObject ModifyEntityPropertiesResponse(const QJsonDocument& request, host::C
         response.insert(QStringLiteral("infoMessages"), result.messages);
     return response;
 }
+
+}  // namespace
+
+extern const catalogue::CommandRow kModifyEntityProperties = {
+    .slot = "ModifyEntityProperties",
+    .parameter = "sModificationQuery",
+    .receivedLog = "Received modification query from assistant:\n%1",
+    .responseLog = "Entity modification response:\n%1",
+    .globalName = "_V3_MODIFYENTITYPROPERTIES",
+    .className = "CJxCommandModifyEntityProperties",
+    .body = modifyEntityProperties,
+    .effect = catalogue::Effect::Changes,
+    .description =
+        "Changes properties of entities named by \"handles\" or, without them, of the selection. General "
+        "properties: Layer, LineColor (index 0-256, #RRGGBB or (r,g,b)), LineType (loaded from the standard "
+        "file when missing), LineWeight (millimetres such as 0.35, ByLayer, ByBlock, Default), LineScale, "
+        "Transparency (alpha 0-255, ByLayer, ByBlock). Geometry: StartPoint, EndPoint, Center, Radius, "
+        "StartAngle, EndAngle (radians), MajorAxis, MinorAxisRatio, Position, ScaleFactors, Scale X/Y/Z.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "handles": {"type": "array", "items": {"type": "string"}},
+    "propertyDescriptors": {
+      "type": "array",
+      "items": {"type": "object", "additionalProperties": {"type": ["string", "number", "boolean"]}}
+    }
+  },
+  "required": ["propertyDescriptors"]
+})json",
+    .exampleRequest = R"json({"handles": ["113"], "propertyDescriptors": [
+        {"Layer": "Walls", "LineColor": "#FF8000", "LineWeight": "0.35"}]})json",
+};
 
 }  // namespace vela::commands

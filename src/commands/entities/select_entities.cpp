@@ -1,18 +1,19 @@
-#include "commands/entities/select_entities.h"
-
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <algorithm>
 #include <map>
 #include <unordered_set>
 
-#include "commands/entities/property_value_converter.h"
+#include "commands/commands.h"
 #include "db/database.h"
 #include "db/entities/block_reference.h"
 #include "host/command_context.h"
 #include "host/document.h"
-#include "host/properties/selection_engine.h"
+#include "host/property_protocol/selection_engine.h"
 #include "properties/color_text.h"
+#include "properties/handle_text.h"
+#include "properties/property_value_text.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -27,21 +28,27 @@ int operatorCode(const QString& text, int previous) {
     return previous;  // an unknown text leaves the code as it was
 }
 
-QString valueText(const QJsonValue& v) {
-    if (v.isDouble()) return QString::number(v.toDouble(), 'g', 6);
-    if (v.isString()) return v.toString();
-    if (v.isBool()) return v.toBool() ? QStringLiteral("true") : QStringLiteral("false");
-    return v.toVariant().toString();
-}
+/// One property condition of a selection query.
+struct SelectionCondition {
+    QString property;  // display name (the request's text translated in the context "property_types")
+    int operatorCode =
+        0;  // 1 ==, 2 !=, 3 <, 4 >, 6 SelectAll; 0 for an operator text that was not understood
+    QString value;
+};
+
+/// One element of the query's "entities": a class name ("AcDbLine", "All") and its conditions.
+struct SelectionEntry {
+    QString className;
+    std::vector<SelectionCondition> conditions;
+};
 
 struct ResultList {
     std::vector<db::ObjectId> ids;
     bool mixed = false;  // entities of several classes (all entities), so it can share ids with other lists
 };
 
-}  // namespace
-
-std::vector<SelectionEntry> ReadSelectionQuery(const QJsonObject& request) {
+// The entries of a query, ordered by class name (entries of one class in request order).
+std::vector<SelectionEntry> readSelectionQuery(const QJsonObject& request) {
     std::multimap<QString, SelectionEntry> ordered;
     for (const QJsonValue& element : request.value(QStringLiteral("entities")).toArray()) {
         if (!element.isObject()) continue;
@@ -57,11 +64,12 @@ std::vector<SelectionEntry> ReadSelectionQuery(const QJsonObject& request) {
                 const QJsonObject o = c.toObject();
                 for (auto it = o.begin(); it != o.end(); ++it) {
                     if (it.key() == QLatin1String("property"))
-                        condition.property = QCoreApplication::translate("property_types", it.value().toString().toUtf8().constData());
+                        condition.property = QCoreApplication::translate(
+                            "property_types", it.value().toString().toUtf8().constData());
                     else if (it.key() == QLatin1String("operator"))
                         condition.operatorCode = operatorCode(it.value().toString(), condition.operatorCode);
                     else if (it.key() == QLatin1String("value"))
-                        condition.value = valueText(it.value());
+                        condition.value = properties::SixDigitText(it.value()).value_or(QString());
                 }
                 entry.conditions.push_back(condition);
             }
@@ -73,11 +81,11 @@ std::vector<SelectionEntry> ReadSelectionQuery(const QJsonObject& request) {
     return entries;
 }
 
-QJsonObject SelectObjectsResponse(const QJsonDocument& request, host::CommandContext& context) {
-    return SelectObjects(request.object(), context.document());
-}
-
-QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) {
+// Finds the entities of the active space that the query describes, selects them and answers with their
+// handles. Conditions on one class are joined by AND, classes by OR.
+QJsonObject selectEntities(const QJsonDocument& query, host::CommandContext& context) {
+    const QJsonObject request = query.object();
+    host::Document* document = context.document();
     using host::SearchItem;
     using host::SearchOperator;
     QJsonObject response;
@@ -88,8 +96,8 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
     db::Database* database = document ? document->database() : nullptr;
     const db::ObjectId space = document ? document->activeSpaceId() : db::ObjectId();
 
-    // One engine search. `always` keeps even an empty result: a condition on a named class that matches nothing
-    // empties the whole answer, as an AND must.
+    // One engine search. `always` keeps even an empty result: a condition on a named class that matches
+    // nothing empties the whole answer, as an AND must.
     auto search = [&](const SearchItem& item, bool always) {
         ResultList list;
         list.mixed = item.cls == nullptr;
@@ -98,7 +106,7 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
         if (count > 0 || always) lists.push_back(std::move(list));
     };
 
-    for (const SelectionEntry& entry : ReadSelectionQuery(request)) {
+    for (const SelectionEntry& entry : readSelectionQuery(request)) {
         if (entry.className == QLatin1String("All")) {
             const bool selectAll = entry.conditions.empty() ||
                                    (entry.conditions.size() == 1 && entry.conditions[0].operatorCode == 6);
@@ -107,11 +115,11 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
                 continue;
             }
             // Every class that has the property gets a search; a class without matches is not a reason to
-            // empty the answer, so only searches that find something count here. One pass over the space serves
-            // all classes of a condition.
+            // empty the answer, so only searches that find something count here. One pass over the space
+            // serves all classes of a condition.
             for (const SelectionCondition& c : entry.conditions) {
                 if (c.operatorCode == 0 || c.operatorCode == 6) continue;
-                std::map<const host::PropertyDescriptor*, ConvertedValue> converted;
+                std::map<const host::PropertyDescriptor*, properties::ConvertedValue> converted;
                 std::map<const db::RxClass*, const host::PropertyDescriptor*> propertyOf;
                 bool reported = false;
                 for (const db::RxClass* cls : protocol.classes()) {
@@ -119,7 +127,10 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
                     if (!property) continue;
                     auto it = converted.find(property);
                     if (it == converted.end()) {
-                        it = converted.emplace(property, ConvertPropertyValue(*property, c.value, database)).first;
+                        it = converted
+                                 .emplace(property,
+                                          properties::ConvertPropertyValue(*property, c.value, database))
+                                 .first;
                         // A value that does not read is reported once for the condition, not once per class.
                         if (it->second.status != properties::ColorParseStatus::Ok && !reported) {
                             errors.append(properties::ColorParseErrorMessage(it->second.status, c.value));
@@ -149,7 +160,8 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
                         if (!property) continue;
                         host::SelectionEngine::selectItems(
                             *database, space,
-                            SearchItem{protocol.classes()[i], property, static_cast<SearchOperator>(c.operatorCode),
+                            SearchItem{protocol.classes()[i], property,
+                                       static_cast<SearchOperator>(c.operatorCode),
                                        converted.at(property).value, SearchItem::Kind::Ordinary},
                             perClass[i].ids);
                     }
@@ -169,7 +181,8 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
             SearchItem item;
             item.cls = cls;
             item.kind = isBlockReference ? SearchItem::Kind::BlockReference : SearchItem::Kind::Ordinary;
-            if (isBlockReference && c.property.compare(QLatin1String("External Reference"), Qt::CaseInsensitive) == 0) {
+            if (isBlockReference &&
+                c.property.compare(QLatin1String("External Reference"), Qt::CaseInsensitive) == 0) {
                 item.kind = SearchItem::Kind::ExternalReference;
                 item.op = SearchOperator::SelectAll;
                 search(item, true);
@@ -184,10 +197,12 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
             if (!property) continue;
             if (c.operatorCode == 0) {
                 // An operator that was not understood matches nothing.
-                search(SearchItem{cls, property, SearchOperator::Equal, host::PropertyValue(), item.kind}, true);
+                search(SearchItem{cls, property, SearchOperator::Equal, host::PropertyValue(), item.kind},
+                       true);
                 continue;
             }
-            const ConvertedValue converted = ConvertPropertyValue(*property, c.value, database);
+            const properties::ConvertedValue converted =
+                properties::ConvertPropertyValue(*property, c.value, database);
             if (converted.status != properties::ColorParseStatus::Ok)
                 errors.append(properties::ColorParseErrorMessage(converted.status, c.value));
             if (std::holds_alternative<std::monostate>(converted.value)) continue;
@@ -200,14 +215,16 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
 
     // Combine: AND within the lists of one class (by the class of a list's first entity), OR across classes.
     std::vector<db::ObjectId> result;
-    const bool anyEmpty = std::any_of(lists.begin(), lists.end(), [](const ResultList& l) { return l.ids.empty(); });
+    const bool anyEmpty =
+        std::any_of(lists.begin(), lists.end(), [](const ResultList& l) { return l.ids.empty(); });
     if (!anyEmpty) {
         // Lists are intersected in handle order, so that answers list entities in a stable order.
         const auto byHandle = [](db::ObjectId a, db::ObjectId b) { return a.handle() < b.handle(); };
         std::vector<std::pair<const db::RxClass*, std::vector<db::ObjectId>>> groups;
         for (ResultList& list : lists) {
             const db::RxClass* cls = list.ids.front().peek()->isA();
-            auto group = std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.first == cls; });
+            auto group =
+                std::find_if(groups.begin(), groups.end(), [&](const auto& g) { return g.first == cls; });
             if (group == groups.end()) {
                 groups.emplace_back(cls, std::move(list.ids));
                 continue;
@@ -217,13 +234,14 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
             if (!std::is_sorted(list.ids.begin(), list.ids.end(), byHandle))
                 std::sort(list.ids.begin(), list.ids.end(), byHandle);
             std::vector<db::ObjectId> both;
-            std::set_intersection(group->second.begin(), group->second.end(), list.ids.begin(), list.ids.end(),
-                                  std::back_inserter(both), byHandle);
+            std::set_intersection(group->second.begin(), group->second.end(), list.ids.begin(),
+                                  list.ids.end(), std::back_inserter(both), byHandle);
             group->second = std::move(both);
         }
         // Lists of one class each cannot share an entity across groups: only a list of all entities calls for
         // removing duplicates.
-        const bool mixed = std::any_of(lists.begin(), lists.end(), [](const ResultList& l) { return l.mixed; });
+        const bool mixed =
+            std::any_of(lists.begin(), lists.end(), [](const ResultList& l) { return l.mixed; });
         if (groups.size() == 1) {
             result = std::move(groups.front().second);
         } else if (!mixed) {
@@ -239,17 +257,7 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
         }
     }
 
-    // A selection can hold much of a drawing. Handle texts need no escaping, and the JSON library builds a long
-    // array from its text several times faster than element by element.
-    QByteArray text;
-    text.reserve(static_cast<qsizetype>(result.size() * 8 + 2));
-    text.append('[');
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        if (i) text.append(',');
-        text.append('"').append(result[i].handle().toText()).append('"');
-    }
-    text.append(']');
-    const QJsonArray handles = QJsonDocument::fromJson(text).array();
+    const QJsonArray handles = properties::HandleArray(result);
     const qint64 count = static_cast<qint64>(result.size());
     if (document) document->selection().assignDistinct(std::move(result));
 
@@ -259,5 +267,55 @@ QJsonObject SelectObjects(const QJsonObject& request, host::Document* document) 
     if (!errors.isEmpty()) response.insert(QStringLiteral("errorMessages"), errors);
     return response;
 }
+
+}  // namespace
+
+extern const catalogue::CommandRow kSelectEntities = {
+    .slot = "SelectEntities",
+    .parameter = "sSelectionQuery",
+    .receivedLog = "Received selection query from assistant:\n%1",
+    .responseLog = "Entity selection response:\n%1",
+    .globalName = "_V3_SELECTENTITIES",
+    .className = "CJxCommandSelectObjects",
+    .body = selectEntities,
+    .effect = catalogue::Effect::Reads,
+    .description =
+        "Selects the entities of the active space whose properties match, and answers their handles. Each "
+        "element of \"entities\" names a class (\"All\" for every class) with conditions joined by AND; "
+        "elements are joined by OR. Properties are named as a properties panel shows them (Color, Layer, "
+        "Linetype, Lineweight, Length, Radius, Area, Name, ...).",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "entities": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "properties": {
+          "className": {"type": "string", "description": "All, AcDbLine, AcDbCircle, AcDbArc, AcDbPolyline, AcDbEllipse, AcDbPoint, AcDbText, AcDbMText, AcDbSpline, AcDbBlockReference or AcDbHatch"},
+          "properties": {
+            "type": "array",
+            "items": {
+              "type": "object",
+              "properties": {
+                "property": {"type": "string"},
+                "operator": {"enum": ["==", "!=", "<", ">", "SelectAll"]},
+                "value": {"type": ["string", "number", "boolean"]}
+              },
+              "required": ["property", "operator"]
+            }
+          }
+        },
+        "required": ["className"]
+      }
+    }
+  },
+  "required": ["entities"]
+})json",
+    .exampleRequest = R"json({"entities": [{"className": "AcDbPolyline", "properties": [
+        {"property": "Layer", "operator": "==", "value": "Walls"},
+        {"property": "Area", "operator": ">", "value": 1000000}]}]})json",
+};
 
 }  // namespace vela::commands

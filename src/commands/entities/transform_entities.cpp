@@ -1,12 +1,11 @@
-#include "commands/entities/transform_entities.h"
-
 #include <QJsonArray>
 #include <exception>
 #include <optional>
 
-#include "commands/entities/requested_entities.h"
+#include "commands/commands.h"
 #include "db/database.h"
 #include "host/command_context.h"
+#include "properties/requested_entities.h"
 
 namespace vela::commands {
 namespace {
@@ -61,10 +60,17 @@ std::vector<db::Matrix3d> ReadTransformMatrices(const QJsonObject& request) {
     return matrices;
 }
 
-bool TransformEntities(const QJsonDocument& request, host::CommandContext& context) {
+namespace {
+
+// Applies the matrices, in order, to the entities named by "handles" or, without any, to the current
+// selection. With "scaleAroundBoundingBoxCenter" or "rotateAroundBoundingBoxCenter" (JSON true) each matrix
+// acts about the center of the entities' common box. Handles that name nothing, objects that are not entities
+// and entities on locked layers are skipped. False when there is nothing to transform, no drawing, or an
+// entity refused a transformation (the rest is still transformed).
+bool transformEntities(const QJsonDocument& request, host::CommandContext& context) {
     const QJsonObject object = request.object();
     db::Database* database = context.database();
-    const std::vector<db::ObjectId> ids = RequestedOrSelectedIds(object, context.document(), database);
+    const std::vector<db::ObjectId> ids = properties::RequestedOrSelectedIds(object, context);
     if (ids.empty()) return false;
     std::vector<db::Matrix3d> matrices = ReadTransformMatrices(object);
     const bool centred = object.value(QStringLiteral("scaleAroundBoundingBoxCenter")).toBool(false) ||
@@ -96,5 +102,48 @@ bool TransformEntities(const QJsonDocument& request, host::CommandContext& conte
     }
     return result;
 }
+
+}  // namespace
+
+extern const catalogue::CommandRow kTransformEntities = {
+    .slot = "TransformEntities",
+    .parameter = "sTransformationQuery",
+    .receivedLog = "Received transformation query from assistant:\n%1",
+    .responseLog = "Entity transformation response:\n%1",
+    .globalName = "_V3_TRANSFORMENTITIES",
+    .className = "CJxCommandTransformEntities",
+    // The work answers only whether it succeeded.
+    .body =
+        [](const QJsonDocument& request, host::CommandContext& context) {
+            return QJsonObject{{QStringLiteral("success"), transformEntities(request, context)}};
+        },
+    .effect = catalogue::Effect::Changes,
+    .description =
+        "Moves, rotates, scales or mirrors entities by 4x4 matrices applied in order (keys a00 to a33, row "
+        "then column; missing elements keep the identity's). Works on \"handles\" or, without them, on the "
+        "selection; with rotateAroundBoundingBoxCenter or scaleAroundBoundingBoxCenter the matrices act "
+        "about "
+        "the center of the entities' common bounding box.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "handles": {"type": "array", "items": {"type": "string"}},
+    "transformationMatrices": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "patternProperties": {"^a[0-3][0-3]$": {"type": "number"}},
+        "additionalProperties": false
+      }
+    },
+    "rotateAroundBoundingBoxCenter": {"type": "boolean"},
+    "scaleAroundBoundingBoxCenter": {"type": "boolean"}
+  },
+  "required": ["transformationMatrices"]
+})json",
+    .exampleRequest = R"json({"handles": ["11A"], "transformationMatrices": [
+        {"a00": 0, "a01": -1, "a10": 1, "a11": 0}], "rotateAroundBoundingBoxCenter": true})json",
+};
 
 }  // namespace vela::commands

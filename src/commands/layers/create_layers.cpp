@@ -1,9 +1,8 @@
-#include "commands/layers/create_layers.h"
-
-#include "commands/layers/attribute_values.h"
+#include "commands/commands.h"
 #include "commands/layers/layer_batch.h"
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -40,8 +39,8 @@ void createLayer(const LayerRequest& request, QJsonObject& result) {
         // Only linetypes the drawing has are used; an unknown one leaves the layer's default without a word.
         auto linetypes = db::openObject<db::LinetypeTable>(database.linetypeTableId(), db::OpenMode::ForRead);
         if (linetypes) {
-            const db::ObjectId linetype =
-                linetypes->getAt(AttributeText(attributes.value(QStringLiteral("linetype"))).toStdString());
+            const db::ObjectId linetype = linetypes->getAt(
+                properties::PlainText(attributes.value(QStringLiteral("linetype"))).toStdString());
             if (!linetype.isNull()) layer->setLinetypeId(linetype);
         }
     }
@@ -61,17 +60,56 @@ void createLayer(const LayerRequest& request, QJsonObject& result) {
     if (!messages.isEmpty()) result.insert(QStringLiteral("error"), messages);
 }
 
-}  // namespace
-
-QJsonObject CreateLayers(const QJsonDocument& request, host::CommandContext* context) {
+QJsonObject createLayers(const QJsonDocument& request, host::CommandContext& context) {
     return RunLayerBatch(
         request, context,
         LayerOperation{
             createLayer, "Error creating layer: %1", "Unknown error occurred while creating layer", {}});
 }
 
-QJsonObject CreateLayersResponse(const QJsonDocument& request, host::CommandContext& context) {
-    return CreateLayers(request, &context);
-}
+}  // namespace
+
+extern const catalogue::CommandRow kCreateLayers = {
+    .slot = "CreateLayers",
+    .parameter = "layerQuery",
+    .refusalPayloadKey = "layers",
+    .receivedLog = "Received layer creation query from assistant:\n%1",
+    .responseLog = "Layer creation response:\n%1",
+    .globalName = "_V3_CREATELAYERS",
+    .className = "CJxCommandCreateLayers",
+    .notFoundMessage = "Empty JSON payload",
+    .notFoundReturn = host::RTNORM,
+    .body = createLayers,
+    .effect = catalogue::Effect::Changes,
+    .description =
+        "Creates layers with an optional color, linetype, lineweight and on/frozen/locked states, and "
+        "answers "
+        "each layer's handle. A layer that exists already is reported and left unchanged.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "layers": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "properties": {
+          "name": {"type": ["string", "number"]},
+          "color": {"type": ["string", "number"], "description": "index 0-256, #RRGGBB or (r,g,b)"},
+          "linetype": {"type": "string", "description": "a linetype the drawing has"},
+          "lineweight": {"type": "string", "description": "millimetres such as 0.35, or Default"},
+          "on": {"type": ["boolean", "number", "string"]},
+          "frozen": {"type": ["boolean", "number", "string"]},
+          "locked": {"type": ["boolean", "number", "string"]}
+        },
+        "required": ["name"]
+      }
+    }
+  },
+  "required": ["layers"]
+})json",
+    .exampleRequest =
+        R"json({"layers": [{"name": "Notes", "color": "#FF8000", "lineweight": "0.25", "on": true}]})json",
+};
 
 }  // namespace vela::commands

@@ -1,5 +1,4 @@
-#include "commands/layers/delete_layers.h"
-
+#include "commands/commands.h"
 #include "commands/layers/layer_batch.h"
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
@@ -48,16 +47,47 @@ void computeUsage(db::Database& database) {
         database.generateLayerUsageData();
 }
 
-}  // namespace
-
-QJsonObject DeleteLayers(const QJsonDocument& request, host::CommandContext* context) {
+QJsonObject deleteLayers(const QJsonDocument& request, host::CommandContext& context) {
     return RunLayerBatch(request, context,
                          LayerOperation{deleteLayer, "Error deleting layer: %1",
                                         "Unknown error occurred while deleting layer", computeUsage});
 }
 
-QJsonObject DeleteLayersResponse(const QJsonDocument& request, host::CommandContext& context) {
-    return DeleteLayers(request, &context);
-}
+}  // namespace
+
+extern const catalogue::CommandRow kDeleteLayers = {
+    .slot = "DeleteLayers",
+    .parameter = "layerQuery",
+    .refusalPayloadKey = "layers",
+    .receivedLog = "Received layer deletion query from assistant:\n%1",
+    .responseLog = "Layer deletion response:\n%1",
+    .globalName = "_V3_DELETELAYERS",
+    .className = "CJxCommandDeleteLayers",
+    .notFoundMessage = "Empty JSON payload",
+    .notFoundReturn = host::RTNORM,
+    .body = deleteLayers,
+    .effect = catalogue::Effect::Deletes,
+    .description =
+        "Deletes layers by name. Refused for a layer that does not exist, the current layer, layer 0, "
+        "Defpoints, a layer any entity lies on and a layer of an external reference.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "layers": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "properties": {
+          "name": {"type": ["string", "number"]}
+        },
+        "required": ["name"]
+      }
+    }
+  },
+  "required": ["layers"]
+})json",
+    .exampleRequest = R"json({"layers": [{"name": "Notes"}]})json",
+};
 
 }  // namespace vela::commands

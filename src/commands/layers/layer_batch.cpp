@@ -2,12 +2,12 @@
 
 #include <QJsonArray>
 
-#include "commands/layers/attribute_values.h"
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
 #include "host/command_context.h"
-#include "host/lineweight_names.h"
 #include "properties/color_text.h"
+#include "properties/lineweight_text.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -16,20 +16,16 @@ namespace {
 const QString kSuccess = QStringLiteral("success");
 const QString kError = QStringLiteral("error");
 
-QJsonObject handleLayer(host::CommandContext* context, const QJsonObject& attributes,
+QJsonObject handleLayer(host::CommandContext& context, const QJsonObject& attributes,
                         const LayerOperation& operation) {
     QJsonObject result{{kSuccess, false}};
     try {
-        if (!context) {
-            result.insert(kError, QStringLiteral("Invalid command context"));
-            return result;
-        }
-        db::Database* database = context->database();
+        db::Database* database = context.database();
         if (!database) {
             result.insert(kError, QStringLiteral("Invalid database"));
             return result;
         }
-        const QString name = AttributeText(attributes.value(QStringLiteral("name")));
+        const QString name = properties::PlainText(attributes.value(QStringLiteral("name")));
         if (name.isEmpty()) {
             result.insert(kError, QStringLiteral("Layer name is required"));
             return result;
@@ -48,20 +44,16 @@ QJsonObject handleLayer(host::CommandContext* context, const QJsonObject& attrib
 
 }  // namespace
 
-QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext* context,
+QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext& context,
                           const LayerOperation& operation) {
     QJsonObject response{{kSuccess, false}};
-    if (!context) {
-        response.insert(kError, QStringLiteral("Invalid command context"));
-        return response;
-    }
     const QJsonValue layers = request.object().value(QStringLiteral("layers"));
     if (!layers.isArray()) {
         response.insert(kError, QStringLiteral("Missing or invalid 'layers' array in input"));
         return response;
     }
     if (operation.prepare) {
-        if (db::Database* database = context->database()) operation.prepare(*database);
+        if (db::Database* database = context.database()) operation.prepare(*database);
     }
     bool allSucceeded = true;
     QJsonArray results;
@@ -77,7 +69,7 @@ QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext* co
 }
 
 QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const QJsonValue& value) {
-    const QString text = AttributeText(value);
+    const QString text = properties::PlainText(value);
     const properties::ColorParseResult parsed = properties::ParseColorText(text);
     if (parsed.status == properties::ColorParseStatus::Ok) {
         layer.setColor(parsed.color);
@@ -90,7 +82,7 @@ QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const 
 
 void ApplyLayerLineWeight(db::LayerTableRecord& layer, const QJsonValue& value) {
     db::LineWeight weight = layer.lineWeight();
-    if (host::lineWeightFromString(AttributeText(value), weight)) layer.setLineWeight(weight);
+    if (properties::LineWeightFromText(properties::PlainText(value), weight)) layer.setLineWeight(weight);
 }
 
 void ApplyLayerStates(db::LayerTableRecord& layer, const QJsonObject& attributes, bool skipNull) {
@@ -99,9 +91,9 @@ void ApplyLayerStates(db::LayerTableRecord& layer, const QJsonObject& attributes
     };
     const QString on = QStringLiteral("on"), frozen = QStringLiteral("frozen"),
                   locked = QStringLiteral("locked");
-    if (given(on)) layer.setIsOff(!AttributeTruth(attributes.value(on)));
-    if (given(frozen)) layer.setIsFrozen(AttributeTruth(attributes.value(frozen)));
-    if (given(locked)) layer.setIsLocked(AttributeTruth(attributes.value(locked)));
+    if (given(on)) layer.setIsOff(!properties::Truth(attributes.value(on)));
+    if (given(frozen)) layer.setIsFrozen(properties::Truth(attributes.value(frozen)));
+    if (given(locked)) layer.setIsLocked(properties::Truth(attributes.value(locked)));
 }
 
 }  // namespace vela::commands

@@ -35,9 +35,9 @@ struct LayerOperation {
 
 /// Runs `operation` on every object of the request's "layers", in order, and answers with "success" (true
 /// only when every layer succeeded) and "layers" (one result per object). A failed layer never stops the
-/// batch; elements that are not objects are skipped. A null context or a missing "layers" array fails the
-/// whole request with "error".
-QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext* context,
+/// batch; elements that are not objects are skipped. A missing "layers" array fails the whole request with
+/// "error".
+QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext& context,
                           const LayerOperation& operation);
 
 // Properties that creating and modifying a layer set the same way.

@@ -1,9 +1,8 @@
-#include "commands/layers/modify_layers.h"
-
-#include "commands/layers/attribute_values.h"
+#include "commands/commands.h"
 #include "commands/layers/layer_batch.h"
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
+#include "properties/value_text.h"
 
 namespace vela::commands {
 
@@ -54,12 +53,12 @@ void modifyLayer(const LayerRequest& request, QJsonObject& result) {
     // once.
     QString messages;
     if (given("newName")) {
-        const QString newName = AttributeText(attributes.value(QStringLiteral("newName")));
+        const QString newName = properties::PlainText(attributes.value(QStringLiteral("newName")));
         if (!newName.isEmpty()) messages += rename(database, *table, *layer, name, newName);
     }
     if (given("color")) messages += ApplyLayerColor(*layer, name, attributes.value(QStringLiteral("color")));
     if (given("linetype")) {
-        const QString linetypeName = AttributeText(attributes.value(QStringLiteral("linetype")));
+        const QString linetypeName = properties::PlainText(attributes.value(QStringLiteral("linetype")));
         auto linetypes = db::openObject<db::LinetypeTable>(database.linetypeTableId(), db::OpenMode::ForRead);
         const db::ObjectId linetype =
             linetypes ? linetypes->getAt(linetypeName.toStdString()) : db::ObjectId();
@@ -77,17 +76,56 @@ void modifyLayer(const LayerRequest& request, QJsonObject& result) {
     result.insert(QStringLiteral("handle"), QString::fromStdString(layer->handle().toText()));
 }
 
-}  // namespace
-
-QJsonObject ModifyLayers(const QJsonDocument& request, host::CommandContext* context) {
+QJsonObject modifyLayers(const QJsonDocument& request, host::CommandContext& context) {
     return RunLayerBatch(
         request, context,
         LayerOperation{
             modifyLayer, "Error modifying layer: %1", "Unknown error occurred while modifying layer", {}});
 }
 
-QJsonObject ModifyLayersResponse(const QJsonDocument& request, host::CommandContext& context) {
-    return ModifyLayers(request, &context);
-}
+}  // namespace
+
+extern const catalogue::CommandRow kModifyLayers = {
+    .slot = "ModifyLayers",
+    .parameter = "layerQuery",
+    .receivedLog = "Received layer modification query from assistant:\n%1",
+    .responseLog = "Layer modification response:\n%1",
+    .globalName = "_V3_MODIFYLAYERS",
+    .className = "CJxCommandModifyLayers",
+    .notFoundMessage = "Empty JSON payload",
+    .notFoundReturn = host::RTNORM,
+    .body = modifyLayers,
+    .effect = catalogue::Effect::Changes,
+    .description =
+        "Changes layers: renames them (newName) and sets color, linetype, lineweight and on/frozen/locked; "
+        "keys left out or null stay as they are. Problems are reported per layer while the other changes "
+        "apply.",
+    .requestSchema = R"json({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "type": "object",
+  "properties": {
+    "layers": {
+      "type": "array",
+      "items": {
+        "type": "object",
+        "properties": {
+          "name": {"type": ["string", "number"]},
+          "newName": {"type": ["string", "number", "null"]},
+          "color": {"type": ["string", "number", "null"], "description": "index 0-256, #RRGGBB or (r,g,b)"},
+          "linetype": {"type": ["string", "null"], "description": "a linetype the drawing has"},
+          "lineweight": {"type": ["string", "null"], "description": "millimetres such as 0.35, or Default"},
+          "on": {"type": ["boolean", "number", "string", "null"]},
+          "frozen": {"type": ["boolean", "number", "string", "null"]},
+          "locked": {"type": ["boolean", "number", "string", "null"]}
+        },
+        "required": ["name"]
+      }
+    }
+  },
+  "required": ["layers"]
+})json",
+    .exampleRequest =
+        R"json({"layers": [{"name": "Notes", "newName": "Annotations", "color": "5", "locked": true}]})json",
+};
 
 }  // namespace vela::commands

@@ -1,0 +1,99 @@
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "db/database.h"
+#include "db/entities/line.h"
+#include "properties/handle_text.h"
+#include "properties/number_text.h"
+#include "properties/point_text.h"
+#include "properties/value_text.h"
+
+namespace vela::properties {
+namespace {
+
+TEST(NumberTexts, ShortestTextsReadBackExactlyAndOnlyPlainNumbersAreRead) {
+    EXPECT_EQ(ShortestNumberText(250000), "250000");
+    EXPECT_EQ(ShortestNumberText(1e-6), "1e-06");
+    EXPECT_EQ(ShortestNumberText(-0.0), "0");
+    EXPECT_EQ(PointToText({-1.5, 1e300, 0.00001}), "-1.5,1e+300,0.00001");
+    EXPECT_EQ(SixDigitNumberText(1234567.0), "1.23457e+06");
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 20000; ++i) {
+        const std::uint64_t bits = random();
+        double v;
+        std::memcpy(&v, &bits, sizeof v);
+        if (i % 2) v = std::ldexp(static_cast<double>(bits >> 11), -20);  // everyday magnitudes too
+        if (!std::isfinite(v)) continue;
+        ASSERT_EQ(NumberFromText(ShortestNumberText(v)), v) << ShortestNumberText(v).toStdString();
+    }
+    EXPECT_EQ(NumberFromText(u" +1.5e3 "), 1500);
+    EXPECT_EQ(NumberFromText(u".5"), 0.5);
+    for (const char16_t* bad :
+         {u"", u"1e", u"+-1", u"1 2", u"0x1", u"1,5", u"inf", u"nan", u"1e999", u"\u0661"})
+        EXPECT_FALSE(NumberFromText(bad)) << QString::fromUtf16(bad).toStdString();
+}
+
+TEST(PointTexts, KeepPartsAndCoordinatesApartSoEachCommandCanApplyItsRule) {
+    EXPECT_EQ(ReadPointText(u"1,2").point(), db::Point3d(1, 2, 0));
+    EXPECT_EQ(ReadPointText(u" 1.5 , -2e3 ,7,junk").point(), db::Point3d(1.5, -2000, 7))
+        << "a fourth part is ignored";
+    const PointText typo = ReadPointText(u"a,2,");
+    EXPECT_EQ(typo.parts, 3);
+    EXPECT_FALSE(typo.x.has_value());
+    EXPECT_EQ(typo.y, 2.0);
+    EXPECT_FALSE(typo.z.has_value()) << "an empty third part is given but unreadable";
+    EXPECT_FALSE(typo.point().has_value());
+    for (const char16_t* bad : {u"", u"1", u"1;2", u"1,", u"1,2,z", u"1,inf"})
+        EXPECT_FALSE(ReadPointText(bad).point().has_value()) << QString::fromUtf16(bad).toStdString();
+    EXPECT_EQ(ReadPointText(u"5").parts, 1);
+    EXPECT_EQ(ReadPointText(u"5").x, 5.0);
+}
+
+TEST(ValueTexts, NumbersBooleansAndTextsReadAsTheRequestMeantThem) {
+    EXPECT_EQ(PlainText(QJsonValue(12345.0)), "12345");
+    EXPECT_EQ(PlainText(QJsonValue(1e16)), "10000000000000000") << "whole numbers never get an exponent";
+    EXPECT_EQ(PlainText(QJsonValue(0.1)), "0.1");
+    EXPECT_EQ(PlainText(QJsonValue(true)), "true");
+    EXPECT_EQ(PlainText(QJsonValue(QJsonArray{1})), "");
+    EXPECT_EQ(PlainText(QJsonValue()), "");
+    EXPECT_EQ(SixDigitText(QJsonValue(1234567.0)), "1.23457e+06");
+    EXPECT_EQ(SixDigitText(QJsonValue(2.5)), "2.5");
+    EXPECT_FALSE(SixDigitText(QJsonValue(QJsonObject())).has_value());
+    EXPECT_FALSE(SixDigitText(QJsonValue(QJsonValue::Null)).has_value());
+    for (const QJsonValue& yes : {QJsonValue(true), QJsonValue(2), QJsonValue("no"), QJsonValue("TRUE")})
+        EXPECT_TRUE(Truth(yes)) << yes.toVariant().toString().toStdString();
+    for (const QJsonValue& no : {QJsonValue(false), QJsonValue(0), QJsonValue(""), QJsonValue("0"),
+                                 QJsonValue("False"), QJsonValue(), QJsonValue(QJsonArray{1})})
+        EXPECT_FALSE(Truth(no)) << no.toVariant().toString().toStdString();
+}
+
+TEST(HandleTexts, StrictForCommandsForgivingForTheSelector) {
+    db::Database database;
+    db::ObjectId line;
+    ASSERT_EQ(database.appendEntity(database.modelSpaceId(), std::make_unique<db::Line>(), &line),
+              db::ErrorStatus::Ok);
+    const QString text = HandleText(line);
+    EXPECT_EQ(ObjectIdFromHandleText(database, text), line);
+    EXPECT_EQ(ObjectIdFromHandleText(database, text.toLower()), line);
+    for (const QString& bad : {QStringLiteral("0x") + text, QStringLiteral(" ") + text, QStringLiteral("0"),
+                               QStringLiteral("FFFFFF"), QString(), QStringLiteral("12345678901234567")})
+        EXPECT_TRUE(ObjectIdFromHandleText(database, bad).isNull()) << bad.toStdString();
+
+    const SelectorHandle prefixed =
+        ReadSelectorHandle(QJsonValue(QStringLiteral(" 0X") + text.toLower() + " "));
+    EXPECT_EQ(prefixed.handle, line.handle());
+    EXPECT_EQ(ReadSelectorHandle(QJsonValue(QStringLiteral("zz"))).text, "zz");
+    EXPECT_FALSE(ReadSelectorHandle(QJsonValue(QStringLiteral("zz"))).handle.has_value());
+    EXPECT_EQ(ReadSelectorHandle(QJsonValue(31)).handle, db::Handle(0x31)) << "a number is read as its text";
+
+    EXPECT_EQ(HandleArray({line, line}), QJsonArray({text, text}));
+    EXPECT_EQ(HandleArray({}), QJsonArray());
+}
+
+}  // namespace
+}  // namespace vela::properties
