@@ -14,12 +14,9 @@ namespace vela::bridge {
 
 namespace {
 
-const QString kCapability = QStringLiteral("veladesk.v3.selectentities");
-const QString kDebugKey = QStringLiteral("V3Debugging");
-
 // Logging is on only for exactly "enabled"; the setting is read afresh each time.
 bool loggingOn() {
-    return host::debugSettings().value(kDebugKey) == QLatin1String("enabled");
+    return host::debugSettings().value(kDebugSettingKey) == QLatin1String("enabled");
 }
 
 void log(const QString& text) {
@@ -35,7 +32,7 @@ void logLine(const char* format, const QString& argument) {
 
 bool gateOpen() {
     host::Capabilities* caps = host::capabilities();
-    return caps && caps->hasCapability(kCapability) && host::activeDocument() != nullptr;
+    return caps && caps->hasCapability(kSelectEntitiesCapability) && host::activeDocument() != nullptr;
 }
 
 QJsonObject refusal(const catalogue::CommandRow& row) {

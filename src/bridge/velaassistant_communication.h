@@ -5,6 +5,11 @@
 
 namespace vela::bridge {
 
+/// The debug setting that switches the assistant's logging on the command line ("enabled").
+inline const QString kDebugSettingKey = QStringLiteral("V3Debugging");
+/// The capability every drawing slot asks for.
+inline const QString kSelectEntitiesCapability = QStringLiteral("veladesk.v3.selectentities");
+
 /// The object the assistant page talks to over the web channel. Each query slot takes one JSON text and
 /// answers one compact JSON text, which it also keeps in the dynamic property "JxAnswer". The order of the
 /// slots is the web channel's method order.

@@ -2,12 +2,14 @@
 
 #include <QString>
 
+#include "bridge/velaassistant_communication.h"
+
 namespace vela::module {
 
-/// The debug setting that switches the assistant's logging on the command line ("enabled").
-inline const QString kDebugSettingKey = QStringLiteral("V3Debugging");
-/// The capability every drawing slot of the bridge asks for.
-inline const QString kSelectEntitiesCapability = QStringLiteral("veladesk.v3.selectentities");
+// The debug setting and the capability of the bridge's slots are the bridge's own.
+using bridge::kDebugSettingKey;
+using bridge::kSelectEntitiesCapability;
+
 /// The capability the palette asks for.
 inline const QString kAiFeaturesCapability = QStringLiteral("tessera_ai_features");
 /// The module the host's test framework adds.
