@@ -8,6 +8,8 @@ trap 'rm -rf "$work"' EXIT
 
 # Answers must come line by line while the input is still open: feed one line, read one answer.
 coproc SESSION { "$bin" run --new 2>"$work/log"; }
+# Bash forgets the coprocess's variables as soon as it ends, so its pid is kept here.
+session_pid=$SESSION_PID
 ask() {
     printf '%s\n' "$1" >&"${SESSION[1]}"
     local answer
@@ -42,7 +44,7 @@ ask '{"call":"ModifyLayers","text":"{}"}' '{"success":false}'
 ask '{"open":"'"$work"'/saved.dxf"}' '{"ok":true}'
 ask '{"call":"SelectEntities","text":"{}"}' '{"handles":[],"numSelected":0,"success":false}'
 exec {SESSION[1]}>&-
-wait "$SESSION_PID"
+wait "$session_pid"
 # Debugging was on from the setting onwards, but only the last call passed the gate: one request, one response.
 if [ "$(grep -c '^Received' "$work/log")" != 1 ] || [ "$(grep -c '^Entity selection response:' "$work/log")" != 1 ]; then
     echo "expected exactly the last call's two log lines"; cat "$work/log"; exit 1
