@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/point.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"

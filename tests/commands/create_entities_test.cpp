@@ -9,7 +9,7 @@
 
 #include "commands/entities/number_text.h"
 #include "commands/entities/transform_entities.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"

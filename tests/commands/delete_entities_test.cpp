@@ -1,6 +1,6 @@
 #include "commands/entities/delete_entities.h"
 
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/raw_object.h"
 #include "fixture.h"
 

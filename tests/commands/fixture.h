@@ -1,19 +1,19 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
-#include <QJsonDocument>
-#include <QJsonObject>
 
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"
-#include "db/dxf/dxf_writer.h"
 #include "db/entities/line.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"

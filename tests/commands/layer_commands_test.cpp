@@ -3,7 +3,7 @@
 #include "commands/layers/create_layers.h"
 #include "commands/layers/delete_layers.h"
 #include "commands/layers/modify_layers.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/support/linetype_file.h"
 #include "fixture.h"
 #include "properties/color_text.h"

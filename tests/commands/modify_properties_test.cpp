@@ -4,7 +4,7 @@
 
 #include "commands/entities/delete_entities.h"
 #include "commands/entities/modify_entity_properties.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/records/linetype_table_record.h"
 #include "fixture.h"

@@ -3,7 +3,7 @@
 #include "commands/entities/selected_handles.h"
 #include "commands/entities/summarize_entities.h"
 #include "commands/layers/summarize_layers.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/hatch.h"
 #include "db/entities/mtext.h"

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"
 
