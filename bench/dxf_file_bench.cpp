@@ -15,8 +15,8 @@
 #include <fstream>
 #include <string>
 
-#include "db/dxf/dxf_reader.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <random>
 #include <string>
 
-#include "db/dxf/group_code.h"
-#include "db/dxf/tag_reader.h"
-#include "db/dxf/tag_writer.h"
+#include "db/dxf/tags/group_code.h"
+#include "db/dxf/tags/tag_reader.h"
+#include "db/dxf/tags/tag_writer.h"
 
 namespace {
 

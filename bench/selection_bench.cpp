@@ -9,7 +9,7 @@
 #include <filesystem>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
 #include "db/entities/circle.h"
 #include "db/entities/line.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "db/dxf/dxf_reader.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/records/block_table_record.h"
 
 namespace {

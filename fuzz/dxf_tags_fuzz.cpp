@@ -12,10 +12,10 @@
 #include <string_view>
 #include <vector>
 
-#include "db/dxf/header_scan.h"
-#include "db/dxf/tag_reader.h"
-#include "db/dxf/tag_writer.h"
-#include "db/dxf/text_codec.h"
+#include "db/dxf/file/header_scan.h"
+#include "db/dxf/tags/tag_reader.h"
+#include "db/dxf/tags/tag_writer.h"
+#include "db/dxf/tags/text_codec.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <cstdio>
 
 #include "cli.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "drawing_loader.h"
-#include "db/dxf/dxf_reader.h"
-#include "db/dxf/dxf_writer.h"
 
 namespace vela::cli {
 

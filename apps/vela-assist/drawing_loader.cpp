@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "cli.h"
-#include "db/dxf/dxf_reader.h"
+#include "db/dxf/file/dxf_reader.h"
 
 namespace vela::cli {
 

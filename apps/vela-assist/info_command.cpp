@@ -3,11 +3,11 @@
 #include <map>
 
 #include "cli.h"
-#include "drawing_loader.h"
-#include "db/dxf/dxf_reader.h"
+#include "db/dxf/file/dxf_reader.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
+#include "drawing_loader.h"
 
 namespace vela::cli {
 

@@ -1,6 +1,6 @@
 #include "session.h"
 
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/records/block_table_record.h"
 #include "drawing_loader.h"
 

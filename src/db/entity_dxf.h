@@ -2,7 +2,7 @@
 
 // The DXF groups every entity shares (the "AcDbEntity" section). Included by the entity types' sources.
 
-#include "db/dxf/dxf_io.h"
+#include "db/dxf/fields/dxf_io.h"
 #include "db/entity.h"
 #include "db/records/block_table_record.h"
 

@@ -2,7 +2,6 @@
 
 #include <charconv>
 
-#include "db/dxf/unmarked_sections.h"
 #include "db/entity_dxf.h"
 
 namespace vela::db {
@@ -23,10 +22,10 @@ void RawObject::dxfFields(Io&, Self&) {}
 
 VELA_DB_DEFINE_DXF(RawObject)
 
+// Only the common groups are modelled; the rest is kept in the sections it came in.
 template <class Io, class Self>
 void RawEntity::dxfFields(Io& io, Self& self) {
     entityFields(io, self);
-    if constexpr (Io::kReading) assignUnmarkedSections(io.input(), self.dxfName_);
 }
 
 VELA_DB_DEFINE_DXF(RawEntity)

@@ -1,7 +1,7 @@
 #include "db/symbol_table.h"
 
 #include "db/database.h"
-#include "db/dxf/dxf_io.h"
+#include "db/dxf/fields/dxf_io.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "db/records/linetype_table_record.h"

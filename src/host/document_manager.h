@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "db/dxf/dxf_reader.h"
+#include "db/dxf/file/dxf_reader.h"
 #include "host/document.h"
 
 namespace vela::host {

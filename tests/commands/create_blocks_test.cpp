@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/point.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"

@@ -6,7 +6,7 @@
 #include <random>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"

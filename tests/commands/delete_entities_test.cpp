@@ -1,5 +1,5 @@
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/raw_object.h"
 #include "fixture.h"
 

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"

@@ -1,7 +1,7 @@
 #include <QRegularExpression>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/support/linetype_file.h"
 #include "fixture.h"
 #include "properties/color_text.h"

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/records/linetype_table_record.h"
 #include "fixture.h"

@@ -1,7 +1,7 @@
 #include <charconv>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/ellipse.h"
 #include "db/entities/hatch.h"
 #include "db/entities/mtext.h"

@@ -1,7 +1,7 @@
 #include <cmath>
 
 #include "commands/commands.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/polyline.h"
 #include "fixture.h"
 

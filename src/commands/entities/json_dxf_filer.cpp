@@ -3,7 +3,7 @@
 #include <QJsonObject>
 #include <charconv>
 
-#include "db/dxf/group_code.h"
+#include "db/dxf/tags/group_code.h"
 
 namespace vela::commands {
 

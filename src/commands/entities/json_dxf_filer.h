@@ -2,7 +2,7 @@
 
 #include <QJsonArray>
 
-#include "db/dxf/dxf_output.h"
+#include "db/dxf/fields/dxf_output.h"
 
 namespace vela::db {
 class Database;

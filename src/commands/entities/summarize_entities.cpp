@@ -3,7 +3,7 @@
 #include "commands/commands.h"
 #include "commands/entities/json_dxf_filer.h"
 #include "db/database.h"
-#include "db/dxf/dxf_record.h"
+#include "db/dxf/fields/dxf_record.h"
 #include "db/entities/block_reference.h"
 #include "db/records/block_table_record.h"
 #include "host/command_context.h"

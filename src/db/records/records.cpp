@@ -41,7 +41,7 @@ std::size_t BlockTableRecord::entityCount() const {
 // ---- DXF declarations -----------------------------------------------------------------------------------------
 
 #include "db/database.h"
-#include "db/dxf/dxf_io.h"
+#include "db/dxf/fields/dxf_io.h"
 
 namespace vela::db {
 

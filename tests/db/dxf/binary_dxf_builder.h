@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "db/dxf/tag_reader.h"
+#include "db/dxf/tags/tag_reader.h"
 
 namespace vela::db::dxf {
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "db/dxf/dxf_reader.h"
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"

@@ -1,4 +1,4 @@
-#include "db/dxf/tag_reader.h"
+#include "db/dxf/tags/tag_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "binary_dxf_builder.h"
-#include "db/dxf/group_code.h"
+#include "db/dxf/tags/group_code.h"
 
 namespace vela::db::dxf {
 namespace {

@@ -1,4 +1,4 @@
-#include "db/dxf/tag_writer.h"
+#include "db/dxf/tags/tag_writer.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "binary_dxf_builder.h"
-#include "db/dxf/tag_reader.h"
+#include "db/dxf/tags/tag_reader.h"
 
 namespace vela::db::dxf {
 namespace {

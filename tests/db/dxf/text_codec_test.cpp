@@ -1,11 +1,11 @@
-#include "db/dxf/text_codec.h"
+#include "db/dxf/tags/text_codec.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "binary_dxf_builder.h"
-#include "db/dxf/header_scan.h"
+#include "db/dxf/file/header_scan.h"
 
 namespace vela::db::dxf {
 namespace {

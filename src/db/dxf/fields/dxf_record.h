@@ -1,6 +1,6 @@
 #pragma once
 
-#include "db/dxf/dxf_output.h"
+#include "db/dxf/fields/dxf_output.h"
 
 namespace vela::db {
 

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <string>
 
-#include "db/dxf/dxf_input.h"
-#include "db/dxf/dxf_output.h"
+#include "db/dxf/fields/dxf_input.h"
+#include "db/dxf/fields/dxf_output.h"
 #include "db/geometry/plane.h"
 #include "db/object_extras.h"
 

@@ -1,4 +1,4 @@
-#include "db/dxf/tag.h"
+#include "db/dxf/tags/tag.h"
 
 #include <fast_float/fast_float.h>
 

@@ -1,4 +1,4 @@
-#include "db/dxf/tag_writer.h"
+#include "db/dxf/tags/tag_writer.h"
 
 #include <cassert>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "db/dxf/group_code.h"
+#include "db/dxf/tags/group_code.h"
 
 namespace vela::db::dxf {
 

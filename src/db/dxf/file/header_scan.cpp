@@ -1,6 +1,6 @@
-#include "db/dxf/header_scan.h"
+#include "db/dxf/file/header_scan.h"
 
-#include "db/dxf/tag_reader.h"
+#include "db/dxf/tags/tag_reader.h"
 
 namespace vela::db::dxf {
 

@@ -1,19 +1,21 @@
-#include "db/dxf/dxf_reader.h"
+#include "db/dxf/file/dxf_reader.h"
 
-#include <charconv>
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <set>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "db/dxf/dxf_input.h"
-#include "db/dxf/group_code.h"
-#include "db/dxf/header_scan.h"
-#include "db/dxf/tag_reader.h"
-#include "db/dxf/text_codec.h"
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <set>
+
+#include "db/dxf/fields/dxf_input.h"
+#include "db/dxf/file/header_scan.h"
+#include "db/dxf/file/unmarked_sections.h"
+#include "db/dxf/tags/group_code.h"
+#include "db/dxf/tags/tag_reader.h"
+#include "db/dxf/tags/text_codec.h"
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"
@@ -353,6 +355,9 @@ void Loader::decode(DbObject& object, Record& record) {
     pending_.clear();
     in.setLoaderSteps(&pending_);
     in.setNameCache(&names_);
+    // Records of older files without subclass markers: their kept groups are filed under the markers a current
+    // file has, so that they are written back where readers look for them.
+    if (auto* raw = objectCast<RawEntity>(&object)) assignUnmarkedSections(in, raw->dxfName());
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "db/dxf/tag.h"
+#include "db/dxf/tags/tag.h"
 #include "db/geometry/vector.h"
 
 namespace vela::db::dxf {

@@ -1,9 +1,10 @@
-#include "db/dxf/dxf_input.h"
+#include "db/dxf/fields/dxf_input.h"
+
+#include <fast_float/fast_float.h>
 
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
-#include <fast_float/fast_float.h>
 
 namespace vela::db {
 

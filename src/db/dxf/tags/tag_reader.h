@@ -4,8 +4,8 @@
 #include <optional>
 #include <string_view>
 
-#include "db/dxf/dxf_error.h"
-#include "db/dxf/tag.h"
+#include "db/dxf/tags/dxf_error.h"
+#include "db/dxf/tags/tag.h"
 
 namespace vela::db::dxf {
 

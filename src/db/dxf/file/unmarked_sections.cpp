@@ -1,6 +1,6 @@
-#include "db/dxf/unmarked_sections.h"
+#include "db/dxf/file/unmarked_sections.h"
 
-#include "db/dxf/dxf_input.h"
+#include "db/dxf/fields/dxf_input.h"
 
 namespace vela::db {
 

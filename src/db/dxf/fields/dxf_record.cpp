@@ -1,4 +1,4 @@
-#include "db/dxf/dxf_record.h"
+#include "db/dxf/fields/dxf_record.h"
 
 #include <string_view>
 

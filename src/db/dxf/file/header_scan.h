@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "db/dxf/text_codec.h"
+#include "db/dxf/tags/text_codec.h"
 
 namespace vela::db::dxf {
 

@@ -1,4 +1,4 @@
-#include "db/dxf/required_objects.h"
+#include "db/dxf/file/required_objects.h"
 
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"

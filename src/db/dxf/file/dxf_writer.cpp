@@ -1,17 +1,18 @@
-#include "db/dxf/dxf_writer.h"
+#include "db/dxf/file/dxf_writer.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <sys/stat.h>
-#include <fcntl.h>
-#include <unistd.h>
 
-#include "db/dxf/dxf_output.h"
-#include "db/dxf/dxf_record.h"
-#include "db/dxf/group_code.h"
-#include "db/dxf/required_objects.h"
-#include "db/dxf/tag_writer.h"
+#include "db/dxf/fields/dxf_output.h"
+#include "db/dxf/fields/dxf_record.h"
+#include "db/dxf/file/required_objects.h"
+#include "db/dxf/tags/group_code.h"
+#include "db/dxf/tags/tag_writer.h"
 #include "db/entities/block_reference.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"

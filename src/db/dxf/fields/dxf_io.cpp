@@ -1,4 +1,4 @@
-#include "db/dxf/dxf_io.h"
+#include "db/dxf/fields/dxf_io.h"
 
 #include "db/database.h"
 #include "db/records/layer_table_record.h"

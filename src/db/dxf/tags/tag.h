@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "db/dxf/dxf_error.h"
+#include "db/dxf/tags/dxf_error.h"
 
 namespace vela::db::dxf {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "db/database.h"
-#include "db/dxf/dxf_error.h"
+#include "db/dxf/tags/dxf_error.h"
 
 namespace vela::db {
 

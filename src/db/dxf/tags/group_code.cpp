@@ -1,4 +1,4 @@
-#include "db/dxf/group_code.h"
+#include "db/dxf/tags/group_code.h"
 
 #include <array>
 

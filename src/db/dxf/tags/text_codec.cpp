@@ -1,4 +1,4 @@
-#include "db/dxf/text_codec.h"
+#include "db/dxf/tags/text_codec.h"
 
 #include <iconv.h>
 
