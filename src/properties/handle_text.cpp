@@ -1,9 +1,9 @@
 #include "properties/handle_text.h"
 
-#include <QJsonDocument>
 #include <QVariant>
 
 #include "db/database.h"
+#include "properties/json_text.h"
 
 namespace vela::properties {
 
@@ -22,17 +22,12 @@ QString HandleText(db::ObjectId id) {
 }
 
 QJsonArray HandleArray(const std::vector<db::ObjectId>& ids) {
-    // Handle texts need no escaping, and the JSON library builds a long array from its text several times
-    // faster than element by element.
-    QByteArray text;
-    text.reserve(static_cast<qsizetype>(ids.size() * 8 + 2));
-    text.append('[');
-    for (std::size_t i = 0; i < ids.size(); ++i) {
-        if (i) text.append(',');
-        text.append('"').append(ids[i].handle().toText()).append('"');
-    }
-    text.append(']');
-    return QJsonDocument::fromJson(text).array();
+    JsonTextWriter writer;
+    writer.reserve(static_cast<qsizetype>(ids.size() * 8 + 2));
+    writer.beginArray();
+    for (db::ObjectId id : ids) writer.string(id.handle().toText());
+    writer.endArray();
+    return writer.toArray();
 }
 
 SelectorHandle ReadSelectorHandle(const QJsonValue& value) {

@@ -54,27 +54,45 @@ std::optional<double> NumberFromText(QStringView text) {
     return value;
 }
 
-QString ShortestNumberText(double value) {
+void AppendShortestNumber(QByteArray& out, double value) {
     char buffer[kNumberBuffer];
-    return QString::fromLatin1(buffer, writeShortest(buffer, value) - buffer);
+    out.append(buffer, writeShortest(buffer, value) - buffer);
 }
 
-QString SixDigitNumberText(double value) {
+void AppendSixDigitNumber(QByteArray& out, double value) {
     // to_chars rather than printf: a Qt program runs in the user's locale, which may use a decimal comma.
     char buffer[kNumberBuffer];
     const std::to_chars_result r =
         std::to_chars(buffer, buffer + kNumberBuffer, value, std::chars_format::general, 6);
-    return QString::fromLatin1(buffer, r.ptr - buffer);
+    out.append(buffer, r.ptr - buffer);
 }
 
-QString PointToText(const db::Point3d& point) {
+void AppendPointText(QByteArray& out, const db::Point3d& point) {
     char buffer[3 * kNumberBuffer];
     char* p = writeShortest(buffer, point.x);
     *p++ = ',';
     p = writeShortest(p, point.y);
     *p++ = ',';
     p = writeShortest(p, point.z);
-    return QString::fromLatin1(buffer, p - buffer);
+    out.append(buffer, p - buffer);
+}
+
+QString ShortestNumberText(double value) {
+    QByteArray text;
+    AppendShortestNumber(text, value);
+    return QString::fromLatin1(text);
+}
+
+QString SixDigitNumberText(double value) {
+    QByteArray text;
+    AppendSixDigitNumber(text, value);
+    return QString::fromLatin1(text);
+}
+
+QString PointToText(const db::Point3d& point) {
+    QByteArray text;
+    AppendPointText(text, point);
+    return QString::fromLatin1(text);
 }
 
 }  // namespace vela::properties

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringView>
 #include <optional>
@@ -23,5 +24,10 @@ QString SixDigitNumberText(double value);
 
 /// "x,y,z", each coordinate in the shortest text that reads back exactly.
 QString PointToText(const db::Point3d& point);
+
+// The same texts appended to a byte array, for writers of large answers.
+void AppendShortestNumber(QByteArray& out, double value);
+void AppendSixDigitNumber(QByteArray& out, double value);
+void AppendPointText(QByteArray& out, const db::Point3d& point);
 
 }  // namespace vela::properties

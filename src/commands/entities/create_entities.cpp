@@ -13,16 +13,13 @@
 #include "db/geometry/plane.h"
 #include "host/command_context.h"
 #include "host/document.h"
-#include "properties/handle_text.h"
+#include "properties/json_text.h"
 #include "properties/number_text.h"
 #include "properties/point_text.h"
 #include "properties/value_text.h"
 
 namespace vela::commands {
 namespace {
-
-using properties::PointToText;
-using properties::SixDigitNumberText;
 
 /// One element of a create request read as texts, keys compared case-sensitively: each value's plain text.
 /// "points" and "bulges" are JSON arrays, given as such or as a string holding one.
@@ -65,15 +62,11 @@ std::optional<double> positive(const std::optional<double>& value) {
     return value && *value > 0.0 ? value : std::nullopt;
 }
 
-/// A new entity of one class, made from the attributes, with the summary of the geometry it was given.
-struct Made {
-    std::unique_ptr<db::Entity> entity;
-    QJsonObject properties;
-};
-
-// One class's reading of the attributes: the free entity, with the database's defaults and its geometry;
-// nothing when an attribute is missing or wrong.
-using Maker = std::optional<Made> (*)(const db::Database&, const EntityAttributes&);
+// One class's reading of the attributes: the free entity, with the database's defaults and its geometry, and
+// its summary "properties" written as the writer's next value; null when an attribute is missing or wrong
+// (the caller then takes back what was written).
+using Maker = std::unique_ptr<db::Entity> (*)(const db::Database&, const EntityAttributes&,
+                                              properties::JsonTextWriter&);
 
 template <class T>
 std::unique_ptr<T> withDefaults(const db::Database& database) {
@@ -82,53 +75,64 @@ std::unique_ptr<T> withDefaults(const db::Database& database) {
     return entity;
 }
 
-std::optional<Made> makeLine(const db::Database& database, const EntityAttributes& a) {
+std::unique_ptr<db::Entity> makeLine(const db::Database& database, const EntityAttributes& a,
+                                     properties::JsonTextWriter& out) {
     const std::optional<db::Point3d> start = a.point(QLatin1String("start")),
                                      end = a.point(QLatin1String("end"));
-    if (!start || !end) return std::nullopt;
+    if (!start || !end) return nullptr;
     auto line = withDefaults<db::Line>(database);
     line->setStartPoint(*start);
     line->setEndPoint(*end);
-    return Made{std::move(line), {{"endPoint", PointToText(*end)}, {"startPoint", PointToText(*start)}}};
+    out.beginObject().key("endPoint").pointString(*end).key("startPoint").pointString(*start).endObject();
+    return line;
 }
 
-std::optional<Made> makeCircle(const db::Database& database, const EntityAttributes& a) {
+std::unique_ptr<db::Entity> makeCircle(const db::Database& database, const EntityAttributes& a,
+                                       properties::JsonTextWriter& out) {
     const std::optional<db::Point3d> center = a.point(QLatin1String("center"));
     const std::optional<double> radius = positive(a.number(QLatin1String("radius")));
-    if (!center || !radius) return std::nullopt;
+    if (!center || !radius) return nullptr;
     auto circle = withDefaults<db::Circle>(database);
     circle->setCenter(*center);
-    if (circle->setRadius(*radius) != db::ErrorStatus::Ok) return std::nullopt;
-    return Made{std::move(circle),
-                {{"center", PointToText(*center)}, {"radius", SixDigitNumberText(*radius)}}};
+    if (circle->setRadius(*radius) != db::ErrorStatus::Ok) return nullptr;
+    out.beginObject().key("center").pointString(*center).key("radius").sixDigitString(*radius).endObject();
+    return circle;
 }
 
-std::optional<Made> makeArc(const db::Database& database, const EntityAttributes& a) {
+std::unique_ptr<db::Entity> makeArc(const db::Database& database, const EntityAttributes& a,
+                                    properties::JsonTextWriter& out) {
     const std::optional<db::Point3d> center = a.point(QLatin1String("center"));
     const std::optional<double> radius = positive(a.number(QLatin1String("radius")));
     const std::optional<double> startAngle = a.number(QLatin1String("startAngle"));
     const std::optional<double> endAngle = a.number(QLatin1String("endAngle"));
-    if (!center || !radius || !startAngle || !endAngle) return std::nullopt;
+    if (!center || !radius || !startAngle || !endAngle) return nullptr;
     // The angles are radians as they come: the assistant page sends them so.
     auto arc = withDefaults<db::Arc>(database);
     arc->setCenter(*center);
-    if (arc->setRadius(*radius) != db::ErrorStatus::Ok) return std::nullopt;
+    if (arc->setRadius(*radius) != db::ErrorStatus::Ok) return nullptr;
     arc->setStartAngle(*startAngle);
     arc->setEndAngle(*endAngle);
-    return Made{std::move(arc),
-                {{"center", PointToText(*center)},
-                 {"endAngle", SixDigitNumberText(*endAngle)},
-                 {"radius", SixDigitNumberText(*radius)},
-                 {"startAngle", SixDigitNumberText(*startAngle)}}};
+    out.beginObject()
+        .key("center")
+        .pointString(*center)
+        .key("endAngle")
+        .sixDigitString(*endAngle)
+        .key("radius")
+        .sixDigitString(*radius)
+        .key("startAngle")
+        .sixDigitString(*startAngle)
+        .endObject();
+    return arc;
 }
 
-std::optional<Made> makeEllipse(const db::Database& database, const EntityAttributes& a) {
+std::unique_ptr<db::Entity> makeEllipse(const db::Database& database, const EntityAttributes& a,
+                                        properties::JsonTextWriter& out) {
     const std::optional<db::Point3d> center = a.point(QLatin1String("center"));
     const std::optional<double> major = positive(a.number(QLatin1String("majorAxis")));
     const std::optional<double> minor = positive(a.number(QLatin1String("minorAxis")));
     std::optional<double> rotation = 0.0;
     if (a.contains(QLatin1String("rotation"))) rotation = a.number(QLatin1String("rotation"));
-    if (!center || !major || !minor || !rotation) return std::nullopt;
+    if (!center || !major || !minor || !rotation) return nullptr;
 
     // Unlike the arc's angles, the ellipse's rotation comes in degrees.
     const double r = *rotation * db::kPi / 180.0;
@@ -137,51 +141,57 @@ std::optional<Made> makeEllipse(const db::Database& database, const EntityAttrib
     // The ellipse refuses a minor axis longer than the major one; the entity then fails like any bad input.
     if (ellipse->set(*center, db::Vector3d::zAxis(), majorAxis, *minor / *major, 0.0,
                      db::Ellipse::kFullTurn) != db::ErrorStatus::Ok)
-        return std::nullopt;
-    return Made{std::move(ellipse),
-                {{"center", PointToText(*center)},
-                 {"majorAxis", SixDigitNumberText(*major)},
-                 {"minorAxis", SixDigitNumberText(*minor)},
-                 {"rotation", SixDigitNumberText(*rotation)}}};
+        return nullptr;
+    out.beginObject()
+        .key("center")
+        .pointString(*center)
+        .key("majorAxis")
+        .sixDigitString(*major)
+        .key("minorAxis")
+        .sixDigitString(*minor)
+        .key("rotation")
+        .sixDigitString(*rotation)
+        .endObject();
+    return ellipse;
 }
 
-std::optional<Made> makePolyline(const db::Database& database, const EntityAttributes& a) {
+std::unique_ptr<db::Entity> makePolyline(const db::Database& database, const EntityAttributes& a,
+                                         properties::JsonTextWriter& out) {
     const std::optional<QJsonArray> points = a.array(QLatin1String("points"));
-    if (!points || points->size() < 2) return std::nullopt;
+    if (!points || points->size() < 2) return nullptr;
+    std::optional<QJsonArray> bulges;
+    if (a.contains(QLatin1String("bulges"))) {
+        bulges = a.array(QLatin1String("bulges"));
+        if (!bulges || bulges->size() != points->size()) return nullptr;
+    }
 
     auto polyline = withDefaults<db::Polyline>(database);
-    QJsonArray vertices;
+    out.beginObject().key("vertices").beginArray();
     for (qsizetype i = 0; i < points->size(); ++i) {
         const QJsonValue element = points->at(i);
         const std::optional<db::Point3d> p =
             element.isString() ? properties::ReadPointText(element.toString()).point() : std::nullopt;
-        if (!p) return std::nullopt;
+        if (!p) return nullptr;
         // A lightweight polyline is flat: Z is checked and reported but the vertex keeps only X and Y. Widths
         // stay 0, which the polyline treats as "no width of its own".
         polyline->addVertexAt(static_cast<std::size_t>(i), db::Point2d(p->x, p->y), 0.0, 0.0, 0.0);
-        vertices.append(PointToText(*p));
+        out.pointString(*p);
     }
-
-    QJsonArray bulges;
-    if (a.contains(QLatin1String("bulges"))) {
-        const std::optional<QJsonArray> given = a.array(QLatin1String("bulges"));
-        if (!given || given->size() != points->size()) return std::nullopt;
-        for (qsizetype i = 0; i < given->size(); ++i) {
-            const QJsonValue b = given->at(i);
-            if (!b.isDouble() ||
-                polyline->setBulgeAt(static_cast<std::size_t>(i), b.toDouble()) != db::ErrorStatus::Ok)
-                return std::nullopt;
-            bulges.append(b.toDouble());
-        }
-    } else {
-        for (qsizetype i = 0; i < points->size(); ++i) bulges.append(0);
+    out.endArray().key("bulges").beginArray();
+    for (qsizetype i = 0; i < points->size(); ++i) {
+        const QJsonValue b = bulges ? bulges->at(i) : QJsonValue(0.0);
+        if (!b.isDouble() ||
+            polyline->setBulgeAt(static_cast<std::size_t>(i), b.toDouble()) != db::ErrorStatus::Ok)
+            return nullptr;
+        out.number(b.toDouble());
     }
+    out.endArray();
 
     const std::optional<QString> closedText = a.text(QLatin1String("closed"));
     const bool closed = closedText && closedText->compare(QLatin1String("true"), Qt::CaseInsensitive) == 0;
     if (closed) polyline->setClosed(true);
-    return Made{std::move(polyline),
-                {{"bulges", bulges}, {"closed", closed ? "true" : "false"}, {"vertices", vertices}}};
+    out.key("closed").string(closed ? "true" : "false").endObject();
+    return polyline;
 }
 
 struct EntityClass {
@@ -194,31 +204,34 @@ constexpr EntityClass kClasses[] = {{"AcDbLine", makeLine},
                                     {"AcDbPolyline", makePolyline},
                                     {"AcDbEllipse", makeEllipse}};
 
-// Creates the entity in model space and answers its summary; nothing, with nothing added to the drawing, for
-// any fault.
-std::optional<QJsonObject> createEntity(db::Database* database, const QString& className,
-                                        const EntityAttributes& a, db::Extents3d& createdExtents) {
-    if (!database) return std::nullopt;
+// Creates the entity in model space and writes its summary as the writer's next value; false, with nothing
+// added to the drawing and nothing written, for any fault.
+bool createEntity(db::Database* database, const QString& className, const EntityAttributes& a,
+                  db::Extents3d& createdExtents, properties::JsonTextWriter& out) {
+    if (!database) return false;
     const auto cls = std::find_if(std::begin(kClasses), std::end(kClasses),
                                   [&](const EntityClass& c) { return className == QLatin1String(c.name); });
-    if (cls == std::end(kClasses)) return std::nullopt;
+    if (cls == std::end(kClasses)) return false;
+    const std::size_t mark = out.mark(), depth = out.depth();
+    const bool first = out.atFirst();
     try {
-        std::optional<Made> made = cls->make(*database, a);
-        if (!made) return std::nullopt;
+        // The properties come first: the handle is known only once the entity is in the drawing.
+        out.beginObject().key("properties");
+        std::unique_ptr<db::Entity> entity = cls->make(*database, a, out);
         // The extents do not change by appending; taking them from the free entity saves an open.
         db::Extents3d extents;
-        const bool hasExtents = made->entity->getGeomExtents(extents) == db::ErrorStatus::Ok;
+        const bool hasExtents = entity && entity->getGeomExtents(extents) == db::ErrorStatus::Ok;
         db::ObjectId id;
-        if (database->appendEntity(database->modelSpaceId(), std::move(made->entity), &id) !=
-            db::ErrorStatus::Ok)
-            return std::nullopt;
-        if (hasExtents) createdExtents.addExtents(extents);
-        return QJsonObject{{"className", QLatin1String(cls->name)},
-                           {"handle", properties::HandleText(id)},
-                           {"properties", made->properties}};
+        if (entity &&
+            database->appendEntity(database->modelSpaceId(), std::move(entity), &id) == db::ErrorStatus::Ok) {
+            if (hasExtents) createdExtents.addExtents(extents);
+            out.key("className").string(cls->name).key("handle").string(id.handle().toText()).endObject();
+            return true;
+        }
     } catch (const std::exception&) {
-        return std::nullopt;
     }
+    out.rewind(mark, depth, first);
+    return false;
 }
 
 // Zooms out just enough to show the new geometry too, when some of it lies outside the visible area.
@@ -246,21 +259,22 @@ QJsonObject createEntities(const QJsonDocument& request, host::CommandContext& c
 
     bool allCreated = true;
     db::Extents3d created;
-    QJsonArray summaries;
-    for (const QJsonValue& element : entities.toArray()) {
+    const QJsonArray elements = entities.toArray();
+    properties::JsonTextWriter summaries;
+    // Room for a batch of lines and circles at once: growing a large buffer step by step copies it each time.
+    summaries.reserve(elements.size() * 128 + 2);
+    summaries.beginArray();
+    for (const QJsonValue& element : elements) {
         if (!element.isObject()) continue;
         const EntityAttributes attributes(element.toObject());
         const std::optional<QString> className = attributes.text(QLatin1String("className"));
         if (!className) continue;
-        if (std::optional<QJsonObject> summary =
-                createEntity(context.database(), *className, attributes, created))
-            summaries.append(*summary);
-        else
-            allCreated = false;
+        if (!createEntity(context.database(), *className, attributes, created, summaries)) allCreated = false;
     }
+    summaries.endArray();
     showCreated(context.document(), created);
     response.insert(QStringLiteral("success"), allCreated);
-    response.insert(QStringLiteral("entities"), summaries);
+    response.insert(QStringLiteral("entities"), summaries.toArray());
     return response;
 }
 
