@@ -1,7 +1,7 @@
 #include "host/property_protocol/property_protocol.h"
 
 #include <QCoreApplication>
-#include <map>
+#include <algorithm>
 
 #include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
@@ -205,8 +205,14 @@ const std::vector<PropertyDescriptor> kHatch = {
 
 #undef VELA_XYZ
 
-const std::map<const db::RxClass*, const std::vector<PropertyDescriptor>*>& ownProperties() {
-    static const std::map<const db::RxClass*, const std::vector<PropertyDescriptor>*> table = {
+// The classes with properties, each with its own ones, in the order searches list them.
+struct ClassProperties {
+    const db::RxClass* cls;
+    const std::vector<PropertyDescriptor>* own;
+};
+
+const std::vector<ClassProperties>& classProperties() {
+    static const std::vector<ClassProperties> table = {
         {db::Line::desc(), &kLine},       {db::Circle::desc(), &kCircle},
         {db::Arc::desc(), &kArc},         {db::Polyline::desc(), &kPolyline},
         {db::Ellipse::desc(), &kEllipse}, {db::PointEntity::desc(), &kPoint},
@@ -238,10 +244,12 @@ const db::RxClass* PropertyProtocol::findClass(const QString& name) const {
 
 std::vector<const PropertyDescriptor*> PropertyProtocol::properties(const db::RxClass* cls) const {
     std::vector<const PropertyDescriptor*> list;
-    auto it = ownProperties().find(cls);
-    if (it == ownProperties().end()) return list;
+    const auto& table = classProperties();
+    const auto it =
+        std::find_if(table.begin(), table.end(), [&](const ClassProperties& e) { return e.cls == cls; });
+    if (it == table.end()) return list;
     for (const PropertyDescriptor& p : kGeneral) list.push_back(&p);
-    for (const PropertyDescriptor& p : *it->second) list.push_back(&p);
+    for (const PropertyDescriptor& p : *it->own) list.push_back(&p);
     return list;
 }
 
