@@ -80,10 +80,23 @@ ObjectId Database::addDefaultRecord(ObjectId table, std::unique_ptr<SymbolTableR
     return id;
 }
 
-void Database::setTableIds(ObjectId layers, ObjectId linetypes, ObjectId textStyles, ObjectId dimStyles,
-                           ObjectId blocks, ObjectId viewports, ObjectId views, ObjectId ucs, ObjectId regApps) {
-    layerTable_ = layers, linetypeTable_ = linetypes, textStyleTable_ = textStyles, dimStyleTable_ = dimStyles;
-    blockTable_ = blocks, viewportTable_ = viewports, viewTable_ = views, ucsTable_ = ucs, regAppTable_ = regApps;
+ErrorStatus Database::setTableId(ObjectId table) {
+    const DbObject* object = table.peek();
+    if (!object || object->database() != this) return ErrorStatus::NotInDatabase;
+    const RxClass* cls = object->isA();
+    ObjectId* slot = cls == LayerTable::desc()       ? &layerTable_
+                     : cls == LinetypeTable::desc()  ? &linetypeTable_
+                     : cls == TextStyleTable::desc() ? &textStyleTable_
+                     : cls == DimStyleTable::desc()  ? &dimStyleTable_
+                     : cls == BlockTable::desc()     ? &blockTable_
+                     : cls == ViewportTable::desc()  ? &viewportTable_
+                     : cls == ViewTable::desc()      ? &viewTable_
+                     : cls == UcsTable::desc()       ? &ucsTable_
+                     : cls == RegAppTable::desc()    ? &regAppTable_
+                                                     : nullptr;
+    if (!slot) return ErrorStatus::NotThatKindOfClass;
+    *slot = table;
+    return ErrorStatus::Ok;
 }
 
 // ---- Handles and ids ----------------------------------------------------------------------------------------

@@ -97,9 +97,9 @@ public:
     ObjectId linetypeByBlockId() const;
     ObjectId linetypeContinuousId() const;
 
-    /// Registers the tables of a database built from a file (Database(Empty)); each must already be added.
-    void setTableIds(ObjectId layers, ObjectId linetypes, ObjectId textStyles, ObjectId dimStyles,
-                     ObjectId blocks, ObjectId viewports, ObjectId views, ObjectId ucs, ObjectId regApps);
+    /// Makes an added table one of the drawing's nine (the one of its class), for a database built from a file
+    /// (Database(Empty)). NotInDatabase for an id of no object of this drawing, NotThatKindOfClass for another object.
+    ErrorStatus setTableId(ObjectId table);
 
     // ---- Current defaults ---------------------------------------------------------------------------------
     ObjectId currentLayer() const;

@@ -9,6 +9,7 @@ const RxClass* DbObject::desc() {
     static const RxClass cls("AcDbObject", "", nullptr);
     return &cls;
 }
+static const RxRegistration velaRxRegistrationDbObject(DbObject::desc());
 
 DbObject::DbObject(const DbObject& other)
     : owner_(other.owner_), extras_(other.extras_ ? std::make_unique<ObjectExtras>(*other.extras_) : nullptr) {}

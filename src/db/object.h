@@ -110,4 +110,12 @@ const T* objectCast(const DbObject* object) {
     return object && object->isKindOf(T::desc()) ? static_cast<const T*>(object) : nullptr;
 }
 
+/// A new empty object of class `cls` as a T: null when there is no class, when it cannot be made (see
+/// RxClass::canCreate) or when it is not a T.
+template <class T>
+std::unique_ptr<T> createObject(const RxClass* cls) {
+    if (!cls || !cls->isDerivedFrom(T::desc())) return nullptr;
+    return std::unique_ptr<T>(static_cast<T*>(cls->create().release()));
+}
+
 }  // namespace vela::db

@@ -16,23 +16,10 @@
 #include "db/dxf/tags/group_code.h"
 #include "db/dxf/tags/tag_reader.h"
 #include "db/dxf/tags/text_codec.h"
-#include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
-#include "db/entities/circle.h"
-#include "db/entities/ellipse.h"
-#include "db/entities/hatch.h"
-#include "db/entities/line.h"
-#include "db/entities/mtext.h"
-#include "db/entities/point.h"
-#include "db/entities/polyline.h"
-#include "db/entities/spline.h"
-#include "db/entities/text.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
-#include "db/records/linetype_table_record.h"
-#include "db/records/simple_records.h"
-#include "db/records/text_style_table_record.h"
 
 namespace vela::db {
 
@@ -41,50 +28,31 @@ namespace {
 using dxf::DxfError;
 using dxf::Tag;
 
+// Record types name the classes of their objects through the class registry; a type no class has is kept as
+// it came, as a stand-in.
+
 std::unique_ptr<Entity> makeEntity(std::string_view type) {
-    if (type == "LINE") return std::make_unique<Line>();
-    if (type == "CIRCLE") return std::make_unique<Circle>();
-    if (type == "ARC") return std::make_unique<Arc>();
-    if (type == "LWPOLYLINE") return std::make_unique<Polyline>();
-    if (type == "ELLIPSE") return std::make_unique<Ellipse>();
-    if (type == "POINT") return std::make_unique<PointEntity>();
-    if (type == "TEXT") return std::make_unique<Text>();
-    if (type == "MTEXT") return std::make_unique<MText>();
-    if (type == "SPLINE") return std::make_unique<Spline>();
-    if (type == "INSERT") return std::make_unique<BlockReference>();
-    if (type == "HATCH") return std::make_unique<Hatch>();
+    if (auto entity = createObject<Entity>(RxRegistry::findByDxfName(type))) return entity;
     return std::make_unique<RawEntity>(type);
 }
 
-struct TableInfo {
-    const char* name;
-    std::unique_ptr<SymbolTable> (*makeTable)();
-    std::unique_ptr<SymbolTableRecord> (*makeRecord)();
-};
+/// An object of the OBJECTS section. Entities, tables and table records have places of their own in a file:
+/// their types here are kept as they came.
+std::unique_ptr<DbObject> makeObject(std::string_view type) {
+    const RxClass* cls = RxRegistry::findByDxfName(type);
+    const bool placedElsewhere = cls && (cls->isDerivedFrom(Entity::desc()) || cls->isDerivedFrom(SymbolTable::desc()) ||
+                                         cls->isDerivedFrom(SymbolTableRecord::desc()));
+    if (!placedElsewhere)
+        if (auto object = createObject<DbObject>(cls)) return object;
+    return std::make_unique<RawObject>(type);
+}
 
-const TableInfo* tableInfo(std::string_view name) {
-    static const TableInfo tables[] = {
-        {"VPORT", [] { return std::unique_ptr<SymbolTable>(new ViewportTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new ViewportTableRecord); }},
-        {"LTYPE", [] { return std::unique_ptr<SymbolTable>(new LinetypeTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new LinetypeTableRecord); }},
-        {"LAYER", [] { return std::unique_ptr<SymbolTable>(new LayerTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new LayerTableRecord); }},
-        {"STYLE", [] { return std::unique_ptr<SymbolTable>(new TextStyleTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new TextStyleTableRecord); }},
-        {"VIEW", [] { return std::unique_ptr<SymbolTable>(new ViewTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new ViewTableRecord); }},
-        {"UCS", [] { return std::unique_ptr<SymbolTable>(new UcsTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new UcsTableRecord); }},
-        {"APPID", [] { return std::unique_ptr<SymbolTable>(new RegAppTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new RegAppTableRecord); }},
-        {"DIMSTYLE", [] { return std::unique_ptr<SymbolTable>(new DimStyleTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new DimStyleTableRecord); }},
-        {"BLOCK_RECORD", [] { return std::unique_ptr<SymbolTable>(new BlockTable); },
-         [] { return std::unique_ptr<SymbolTableRecord>(new BlockTableRecord); }},
-    };
-    for (const TableInfo& t : tables)
-        if (name == t.name) return &t;
+/// The table whose records have the type a table's name gives ("LAYER"), or null.
+std::unique_ptr<SymbolTable> makeTable(std::string_view recordType) {
+    const RxClass* record = RxRegistry::findByDxfName(recordType);
+    if (!record || !record->canCreate() || !record->isDerivedFrom(SymbolTableRecord::desc())) return nullptr;
+    for (const RxClass* cls : RxRegistry::classes(SymbolTable::desc()))
+        if (auto table = createObject<SymbolTable>(cls); table && table->recordClass() == record) return table;
     return nullptr;
 }
 
@@ -505,9 +473,9 @@ bool Loader::readTable() {
     if (!readRecord(head)) return false;
     std::string name;
     head.input->readString(2, name);
-    const TableInfo* info = tableInfo(name);
+    std::unique_ptr<SymbolTable> table = tablesSeen_.count(name) ? nullptr : makeTable(name);
     Tag tag;
-    if (!info || tablesSeen_.count(name)) {
+    if (!table) {
         // A table we do not know (or a second copy of one): skip its records, keeping nothing of it.
         warn(head.line, "table '" + name + "' is not read");
         while (next(tag))
@@ -515,7 +483,7 @@ bool Loader::readTable() {
         return failFromReader();
     }
     tablesSeen_.insert(name);
-    std::unique_ptr<SymbolTable> table = info->makeTable();
+    const RxClass* recordClass = table->recordClass();
     SymbolTable& t = *table;
     decode(t, head);
     checkHandle(head);
@@ -524,16 +492,7 @@ bool Loader::readTable() {
     if (added != ErrorStatus::Ok) return fail(head.line, "table " + name + " cannot be added: " + errorText(added));
     head.hasOwner = false;  // tables belong to the drawing itself
     afterAdding(*tableId.peek(), head, added);
-    const ObjectId none;
-    ObjectId ids[9];
-    ids[0] = db_->layerTableId(), ids[1] = db_->linetypeTableId(), ids[2] = db_->textStyleTableId();
-    ids[3] = db_->dimStyleTableId(), ids[4] = db_->blockTableId(), ids[5] = db_->viewportTableId();
-    ids[6] = db_->viewTableId(), ids[7] = db_->ucsTableId(), ids[8] = db_->regAppTableId();
-    static const char* order[9] = {"LAYER", "LTYPE", "STYLE", "DIMSTYLE", "BLOCK_RECORD", "VPORT", "VIEW", "UCS", "APPID"};
-    for (int i = 0; i < 9; ++i)
-        if (name == order[i]) ids[i] = tableId;
-    db_->setTableIds(ids[0], ids[1], ids[2], ids[3], ids[4], ids[5], ids[6], ids[7], ids[8]);
-    (void)none;
+    db_->setTableId(tableId);
 
     while (next(tag)) {
         if (tag.is(0, "ENDTAB")) return true;
@@ -542,7 +501,7 @@ bool Loader::readTable() {
         record.type = std::string(tag.value);
         record.line = tag.line;
         if (!readRecord(record)) return false;
-        std::unique_ptr<SymbolTableRecord> rec = info->makeRecord();
+        std::unique_ptr<SymbolTableRecord> rec = createObject<SymbolTableRecord>(recordClass);
         SymbolTableRecord& r = *rec;
         decode(r, record);
         if (auto* layer = objectCast<LayerTableRecord>(&r)) readLayerTransparency(*layer);
@@ -736,8 +695,8 @@ bool Loader::readObjects() {
         record.type = std::string(tag.value);
         record.line = tag.line;
         if (!readRecord(record)) return false;
-        auto object = std::make_unique<RawObject>(record.type);
-        RawObject& o = *object;
+        std::unique_ptr<DbObject> object = makeObject(record.type);
+        DbObject& o = *object;
         decode(o, record);
         checkHandle(record);
         ObjectId id;

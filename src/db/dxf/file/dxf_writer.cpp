@@ -148,18 +148,17 @@ private:
 
     void writeTables() {
         section("TABLES");
-        const std::pair<ObjectId, const char*> tables[] = {
-            {db_.viewportTableId(), "VPORT"}, {db_.linetypeTableId(), "LTYPE"}, {db_.layerTableId(), "LAYER"},
-            {db_.textStyleTableId(), "STYLE"}, {db_.viewTableId(), "VIEW"}, {db_.ucsTableId(), "UCS"},
-            {db_.regAppTableId(), "APPID"}, {db_.dimStyleTableId(), "DIMSTYLE"}, {db_.blockTableId(), "BLOCK_RECORD"},
+        // In the order files have them; each table is named by the type of its records.
+        const ObjectId tables[] = {
+            db_.viewportTableId(), db_.linetypeTableId(), db_.layerTableId(),    db_.textStyleTableId(),
+            db_.viewTableId(),     db_.ucsTableId(),      db_.regAppTableId(), db_.dimStyleTableId(),
+            db_.blockTableId(),
         };
-        for (const auto& entry : tables) {
-            const ObjectId id = entry.first;
-            const char* name = entry.second;
+        for (const ObjectId id : tables) {
             auto* table = objectCast<SymbolTable>(id.peek());
             if (!table) continue;
             tags_.writeString(0, "TABLE");
-            tags_.writeString(2, name);
+            tags_.writeString(2, table->recordClass()->dxfName());
             tags_.writeHandle(5, table->handle().value());
             tags_.writeHandle(330, 0);
             table->dxfOutFields(out_);

@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
+#include "db/entities/line.h"
+#include "db/entity_dxf.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+
+namespace vela::db {
+namespace {
+
+// An entity type from outside the database library, as a loaded module would bring one. Its class is
+// registered only while a test holds an RxRegistration for it, as while the module is loaded.
+class ProbeEntity : public Entity {
+    VELA_DB_DECLARE_CLASS(ProbeEntity)
+  public:
+    double size() const { return size_; }
+    ErrorStatus getGeomExtents(Extents3d&) const override { return ErrorStatus::InvalidInput; }
+    ErrorStatus transformBy(const Matrix3d&) override { return ErrorStatus::CannotTransform; }
+
+  private:
+    double size_ = 0.0;
+};
+
+const RxClass* ProbeEntity::desc() {
+    static const RxClass cls("AcDbVelaProbe", "VELA_PROBE", Entity::desc(),
+                             detail::factoryOf<ProbeEntity>("VELA_PROBE"));
+    return &cls;
+}
+
+template <class Io, class Self>
+void ProbeEntity::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+    io.subclass("AcDbVelaProbe");
+    io.real(40, self.size_);
+}
+
+VELA_DB_DEFINE_DXF(ProbeEntity)
+
+std::unique_ptr<RawEntity> makeEmptyRawEntity() {
+    return std::make_unique<RawEntity>();
+}
+
+TEST(RxRegistry, EveryClassThatCanBeMadeIsFoundByBothNamesAndMakesItsOwnObjects) {
+    const std::vector<const RxClass*> all = RxRegistry::classes();
+    ASSERT_FALSE(all.empty());
+    for (const RxClass* cls : all) {
+        SCOPED_TRACE(cls->name());
+        // A DXF name finds its class, or the abstract base that shares it (every table is a "TABLE").
+        const RxClass* named = RxRegistry::findByDxfName(cls->dxfName());
+        ASSERT_TRUE(named);
+        EXPECT_TRUE(named == cls || (cls->isDerivedFrom(named) && !named->canCreate())) << named->name();
+        EXPECT_EQ(RxRegistry::findByName(cls->name()), cls);
+        const std::unique_ptr<DbObject> object = cls->create();
+        ASSERT_TRUE(object);
+        EXPECT_EQ(object->isA(), cls);
+        EXPECT_EQ(object->database(), nullptr);
+    }
+    EXPECT_TRUE(std::is_sorted(all.begin(), all.end(), [](const RxClass* a, const RxClass* b) {
+        return std::strcmp(a->name(), b->name()) < 0;
+    })) << "listed in the order of class names, whatever order the files were loaded in";
+}
+
+TEST(RxRegistry, ClassesOfAKindAreThoseDerivedFromIt) {
+    std::vector<std::string> entities;
+    for (const RxClass* cls : RxRegistry::classes(Entity::desc())) {
+        EXPECT_TRUE(cls->isDerivedFrom(Entity::desc())) << cls->name();
+        entities.push_back(cls->dxfName());
+    }
+    // The entity types a file can name; the stand-in for unknown types is not among them.
+    EXPECT_EQ(entities, (std::vector<std::string>{"ARC", "INSERT", "CIRCLE", "ELLIPSE", "HATCH", "LINE",
+                                                  "MTEXT", "POINT", "LWPOLYLINE", "SPLINE", "TEXT"}));
+    for (const RxClass* cls : RxRegistry::classes(SymbolTableRecord::desc()))
+        EXPECT_FALSE(cls->isDerivedFrom(Entity::desc())) << cls->name();
+    EXPECT_EQ(RxRegistry::classes(SymbolTable::desc()).size(), 9u);
+}
+
+TEST(RxRegistry, NamesSharedWithABaseFindTheBaseAndAbstractClassesMakeNothing) {
+    // Every table is a "TABLE" in a file; the name finds the abstract table class, which makes nothing.
+    EXPECT_EQ(RxRegistry::findByDxfName("TABLE"), SymbolTable::desc());
+    EXPECT_FALSE(SymbolTable::desc()->canCreate());
+    EXPECT_EQ(SymbolTable::desc()->create(), nullptr);
+    // The stand-ins for unknown types carry their base's name.
+    EXPECT_EQ(RxRegistry::findByName("AcDbEntity"), Entity::desc());
+    EXPECT_EQ(RxRegistry::findByName("AcDbObject"), DbObject::desc());
+    EXPECT_FALSE(RawEntity::desc()->canCreate()) << "a stand-in needs the type it stands for";
+    EXPECT_EQ(RxRegistry::findByName("AcDbCurve"), Curve::desc());
+    EXPECT_EQ(RxRegistry::findByDxfName("DIMENSION"), nullptr);
+    EXPECT_EQ(RxRegistry::findByDxfName(""), nullptr) << "abstract classes have no DXF name to be found by";
+    EXPECT_EQ(RxRegistry::findByName("line"), nullptr) << "class names are exact";
+    EXPECT_EQ(createObject<SymbolTableRecord>(RxRegistry::findByDxfName("LINE")), nullptr)
+        << "an object of a class is not made as another kind";
+}
+
+TEST(RxRegistry, AClassLeavesWithItsLibraryAndGivesSharedNamesBack) {
+    ASSERT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), nullptr);
+    const std::size_t before = RxRegistry::classes().size();
+    {
+        RxRegistration loaded(ProbeEntity::desc());
+        RxRegistration twice(ProbeEntity::desc());
+        EXPECT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), ProbeEntity::desc());
+        EXPECT_EQ(RxRegistry::findByName("AcDbVelaProbe"), ProbeEntity::desc());
+        EXPECT_EQ(RxRegistry::classes().size(), before + 1) << "registering again adds nothing";
+        const auto entities = RxRegistry::classes(Entity::desc());
+        EXPECT_NE(std::find(entities.begin(), entities.end(), ProbeEntity::desc()), entities.end());
+    }
+    EXPECT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), nullptr);
+    EXPECT_EQ(RxRegistry::classes().size(), before);
+
+    // A class of another kind claiming a name in use does not take it, and taking it back changes nothing.
+    static const RxClass impostor("AcDbLine", "LINE", DbObject::desc(),
+                                  [] { return std::unique_ptr<DbObject>(makeEmptyRawEntity()); });
+    {
+        RxRegistration loaded(&impostor);
+        EXPECT_EQ(RxRegistry::findByDxfName("LINE"), Line::desc());
+        EXPECT_EQ(RxRegistry::findByName("AcDbLine"), Line::desc());
+    }
+    EXPECT_EQ(RxRegistry::findByDxfName("LINE"), Line::desc());
+
+    // A base registered after a class that shares its name takes the name; when it leaves, the name goes
+    // back.
+    static const RxClass base("AcDbVelaProbeBase", "VELA_PROBE", Entity::desc());
+    static const RxClass derived("AcDbVelaProbeDerived", "VELA_PROBE", &base,
+                                 [] { return std::unique_ptr<DbObject>(makeEmptyRawEntity()); });
+    RxRegistration derivedLoaded(&derived);
+    EXPECT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), &derived);
+    {
+        RxRegistration baseLoaded(&base);
+        EXPECT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), &base);
+    }
+    EXPECT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), &derived);
+}
+
+TEST(RxRegistry, TheReaderMakesWhatTheRegisteredClassesNameAndKeepsTheRest) {
+    const std::string dxf =
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nVELA_PROBE\n5\nA1\n100\nAcDbEntity\n8\n0\n100\nAcDbVelaProbe\n40\n2.5\n"
+        "0\nENDSEC\n0\nEOF\n";
+    auto read = [&] {
+        DxfReadResult r = readDxf(dxf);
+        EXPECT_TRUE(r.database) << (r.error ? r.error->text() : "");
+        return r;
+    };
+    {
+        RxRegistration loaded(ProbeEntity::desc());
+        DxfReadResult r = read();
+        ASSERT_TRUE(r.database);
+        auto* probe = objectCast<ProbeEntity>(r.database->getObjectId(Handle(0xA1)).peek());
+        ASSERT_TRUE(probe) << "a class from outside the library is read without any list naming it";
+        EXPECT_EQ(probe->size(), 2.5);
+        EXPECT_FALSE(probe->extras()) << "its declaration took every group";
+        EXPECT_NE(writeDxf(*r.database).find("AcDbVelaProbe\n 40\n2.5\n"), std::string::npos);
+    }
+    DxfReadResult r = read();
+    ASSERT_TRUE(r.database);
+    auto* raw = objectCast<RawEntity>(r.database->getObjectId(Handle(0xA1)).peek());
+    ASSERT_TRUE(raw) << "once the class is gone, the type is kept as it came";
+    EXPECT_EQ(raw->dxfName(), "VELA_PROBE");
+    EXPECT_NE(writeDxf(*r.database).find("AcDbVelaProbe\n 40\n2.5\n"), std::string::npos);
+}
+
+TEST(RxRegistry, TablesAreMadeFromTheirRecordTypesAndTakeTheirPlaceInTheDrawing) {
+    const std::string dxf =
+        "0\nSECTION\n2\nTABLES\n"
+        "0\nTABLE\n2\nLAYER\n5\n2\n70\n1\n0\nLAYER\n5\n10\n2\nWalls\n70\n0\n62\n1\n6\nContinuous\n0\nENDTAB\n"
+        "0\nTABLE\n2\nNO_SUCH_RECORD\n5\n3\n0\nENDTAB\n"
+        "0\nTABLE\n2\nLINE\n5\n4\n0\nENDTAB\n"
+        "0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(dxf);
+    ASSERT_TRUE(r.database) << r.error->text();
+    EXPECT_EQ(r.database->layerTableId(), r.database->getObjectId(Handle(2)));
+    EXPECT_TRUE(r.database->layerTable()->has("Walls"));
+    std::size_t skipped = 0;
+    for (const std::string& w : r.warnings) skipped += w.find("is not read") != std::string::npos ? 1 : 0;
+    EXPECT_EQ(skipped, 2u) << "neither an unknown record type nor an entity type makes a table";
+
+    Database db;
+    EXPECT_EQ(db.setTableId(db.modelSpaceId()), ErrorStatus::NotThatKindOfClass);
+    EXPECT_EQ(db.setTableId(r.database->layerTableId()), ErrorStatus::NotInDatabase);
+}
+
+}  // namespace
+}  // namespace vela::db
