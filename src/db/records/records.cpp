@@ -148,6 +148,9 @@ void BlockTableRecord::dxfFields(Io& io, Self& self) {
     // The table entry's 70 is the insertion units, not the block's flags (those are on the BLOCK record).
     recordFields(io, self, "AcDbBlockTableRecord", false);
     io.id(340, self.layout_);
+    io.i16(70, self.insertUnits_);
+    io.boolean(280, self.explodable_);
+    io.boolean(281, self.scaledUniformly_);
 }
 
 #define VELA_DB_SIMPLE_RECORD_DXF(ClassName, Subclass) \
