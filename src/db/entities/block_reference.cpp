@@ -1,9 +1,9 @@
 #include "db/entities/block_reference.h"
 
-#include "db/entity_dxf.h"
 #include <algorithm>
 #include <cmath>
 
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 #include "db/records/block_table_record.h"
 
@@ -38,8 +38,7 @@ void BlockReference::dxfFields(Io& io, Self& self) {
     io.i16(71, self.rows_, std::int16_t(1));
     io.real(44, self.columnSpacing_, 0.0);
     io.real(45, self.rowSpacing_, 0.0);
-    io.vec(210, self.normal_, Vector3d::zAxis());
-    if constexpr (Io::kReading) self.normal_ = self.normal_.normalized();
+    io.direction(210, self.normal_, Vector3d::zAxis());
 }
 
 VELA_DB_DEFINE_DXF(BlockReference)
@@ -49,7 +48,9 @@ std::string BlockReference::blockName() const {
     return {};
 }
 
-Point3d BlockReference::position() const { return ocsToWcs(position_, normal_); }
+Point3d BlockReference::position() const {
+    return ocsToWcs(position_, normal_);
+}
 
 void BlockReference::setPosition(const Point3d& p) {
     assertWriteEnabled();
@@ -71,7 +72,8 @@ ErrorStatus BlockReference::setScaleFactors(const Vector3d& s) {
     return ErrorStatus::Ok;
 }
 
-void BlockReference::setArray(std::int16_t columns, std::int16_t rows, double columnSpacing, double rowSpacing) {
+void BlockReference::setArray(std::int16_t columns, std::int16_t rows, double columnSpacing,
+                              double rowSpacing) {
     assertWriteEnabled();
     columns_ = columns < 1 ? 1 : columns;
     rows_ = rows < 1 ? 1 : rows;
@@ -89,7 +91,8 @@ Matrix3d BlockReference::blockTransform() const {
            Matrix3d::scaling(scale_) * Matrix3d::translation(-origin.asVector());
 }
 
-ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& outer, ExtentsWalk& walk) const {
+ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& outer,
+                                           ExtentsWalk& walk) const {
     auto* btr = objectCast<BlockTableRecord>(block_.peek());
     if (!btr) return ErrorStatus::InvalidInput;
     const Matrix3d m = outer * blockTransform();
@@ -127,10 +130,10 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
     // An array insertion repeats the box along the rotated rows and columns.
     if (columns_ > 1 || rows_ > 1) {
         const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
-        const Vector3d col = outer.apply(ax * std::cos(rotation_) + ay * std::sin(rotation_)) * columnSpacing_ *
-                             (columns_ - 1);
-        const Vector3d row = outer.apply(ay * std::cos(rotation_) - ax * std::sin(rotation_)) * rowSpacing_ *
-                             (rows_ - 1);
+        const Vector3d col = outer.apply(ax * std::cos(rotation_) + ay * std::sin(rotation_)) *
+                             columnSpacing_ * (columns_ - 1);
+        const Vector3d row =
+            outer.apply(ay * std::cos(rotation_) - ax * std::sin(rotation_)) * rowSpacing_ * (rows_ - 1);
         Extents3d all = box;
         for (const Vector3d& d : {col, row, col + row})
             all.addPoint(box.minPoint() + d).addPoint(box.maxPoint() + d);
@@ -150,8 +153,8 @@ ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
     const Vector3d dirX = ax * std::cos(rotation_) + ay * std::sin(rotation_);
     const Vector3d dirY = ay * std::cos(rotation_) - ax * std::sin(rotation_);
-    // The new linear part is L = M * F * R * S (plane frame, rotation, scale); its columns are the images of the
-    // scaled axes. It must factor again as F' * R' * S', so the columns must be perpendicular.
+    // The new linear part is L = M * F * R * S (plane frame, rotation, scale); its columns are the images of
+    // the scaled axes. It must factor again as F' * R' * S', so the columns must be perpendicular.
     const Vector3d c1 = m.apply(dirX * scale_.x), c2 = m.apply(dirY * scale_.y),
                    c3 = m.apply(normal_.normalized() * scale_.z);
     const double l1 = c1.length(), l2 = c2.length(), l3 = c3.length();
@@ -160,8 +163,8 @@ ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     if (std::abs(c1.dot(c2)) > kTol * l1 * l2 || std::abs(c1.dot(c3)) > kTol * l1 * l3 ||
         std::abs(c2.dot(c3)) > kTol * l2 * l3)
         return ErrorStatus::CannotTransform;
-    // Keep the signs of the Y and Z factors; the X factor takes whatever sign makes F' * R' a proper rotation,
-    // so a reflection shows up as a mirrored X axis, as drawing programs record mirrored blocks.
+    // Keep the signs of the Y and Z factors; the X factor takes whatever sign makes F' * R' a proper
+    // rotation, so a reflection shows up as a mirrored X axis, as drawing programs record mirrored blocks.
     const double sz = std::copysign(l3, scale_.z);
     const double sy = std::copysign(l2, scale_.y);
     const double det = c1.dot(c2.cross(c3));

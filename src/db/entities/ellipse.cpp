@@ -1,8 +1,8 @@
 #include "db/entities/ellipse.h"
 
-#include "db/entity_dxf.h"
 #include <cmath>
 
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 
 namespace vela::db {
@@ -25,18 +25,17 @@ void Ellipse::dxfFields(Io& io, Self& self) {
     io.subclass("AcDbEllipse");
     io.point(10, self.center_);
     io.vec(11, self.majorAxis_);
-    io.vec(210, self.normal_, Vector3d::zAxis());
+    io.direction(210, self.normal_, Vector3d::zAxis());
     io.real(40, self.radiusRatio_);
     io.real(41, self.startParam_);
     io.real(42, self.endParam_);
     // Parameters stay as the file gives them (2pi is not folded to 0), so they are written back unchanged.
-    if constexpr (Io::kReading) self.normal_ = self.normal_.normalized();
 }
 
 VELA_DB_DEFINE_DXF(Ellipse)
 
-ErrorStatus Ellipse::set(const Point3d& center, const Vector3d& normal, const Vector3d& majorAxis, double ratio,
-                         double startParam, double endParam) {
+ErrorStatus Ellipse::set(const Point3d& center, const Vector3d& normal, const Vector3d& majorAxis,
+                         double ratio, double startParam, double endParam) {
     if (majorAxis.isZero() || normal.isZero()) return ErrorStatus::InvalidInput;
     if (!std::isfinite(ratio) || ratio <= 0.0 || ratio > 1.0 + 1e-12) return ErrorStatus::InvalidInput;
     const Vector3d n = normal.normalized();
@@ -53,7 +52,9 @@ ErrorStatus Ellipse::set(const Point3d& center, const Vector3d& normal, const Ve
     return ErrorStatus::Ok;
 }
 
-Vector3d Ellipse::minorAxis() const { return normal_.cross(majorAxis_) * radiusRatio_; }
+Vector3d Ellipse::minorAxis() const {
+    return normal_.cross(majorAxis_) * radiusRatio_;
+}
 
 void Ellipse::setParams(double start, double end) {
     assertWriteEnabled();
@@ -61,7 +62,9 @@ void Ellipse::setParams(double start, double end) {
     normalizeParams(startParam_, endParam_);
 }
 
-bool Ellipse::isClosed() const { return std::abs(endParam_ - startParam_ - kFullTurn) <= 1e-12; }
+bool Ellipse::isClosed() const {
+    return std::abs(endParam_ - startParam_ - kFullTurn) <= 1e-12;
+}
 
 Point3d Ellipse::pointAtParam(double t) const {
     return center_ + majorAxis_ * std::cos(t) + minorAxis() * std::sin(t);

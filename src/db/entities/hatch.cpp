@@ -18,101 +18,123 @@ namespace {
 // Clockwise arc and ellipse edges store their angles negated (as 360 - angle); our edges hold the geometric
 // angles of their start and end, turning either way.
 // Angles are kept as the file gives them (not brought into [0, 2pi)) so that they are written back unchanged.
-double edgeAngleFromFile(double degrees, bool ccw) { return (ccw ? degrees : -degrees) * (kPi / 180.0); }
-double edgeAngleToFile(double radians, bool ccw) { return DxfWriteIo::toDegrees(ccw ? radians : -radians); }
+double edgeAngleFromFile(double degrees, bool ccw) {
+    return (ccw ? degrees : -degrees) * (kPi / 180.0);
+}
+double edgeAngleToFile(double radians, bool ccw) {
+    return DxfWriteIo::toDegrees(ccw ? radians : -radians);
+}
 
-void readEdge(DxfInput& in, HatchEdge& e) {
-    std::int16_t type = 1;
-    in.takeInt16(72, type);
-    e.type = static_cast<HatchEdge::Type>(type);
-    std::int16_t flag = 1;
-    switch (e.type) {
-        case HatchEdge::Type::Line:
-            in.takePoint2d(10, e.start);
-            in.takePoint2d(11, e.end);
-            break;
-        case HatchEdge::Type::CircularArc:
-        case HatchEdge::Type::EllipticArc: {
-            in.takePoint2d(10, e.center);
-            if (e.type == HatchEdge::Type::EllipticArc) in.takePoint2d(11, e.majorAxis);
-            in.takeDouble(40, e.type == HatchEdge::Type::CircularArc ? e.radius : e.ratio);
-            double s = 0, t = 360;
-            in.takeDouble(50, s);
-            in.takeDouble(51, t);
-            in.takeInt16(73, flag);
-            e.counterClockwise = flag != 0;
-            e.startAngle = edgeAngleFromFile(s, e.counterClockwise);
-            e.endAngle = edgeAngleFromFile(t, e.counterClockwise);
-            // A full circle keeps its full sweep.
-            if (std::abs(t - s) >= 360.0 - 1e-9) e.endAngle = e.startAngle + kTwoPi;
-            break;
-        }
-        case HatchEdge::Type::Spline: {
-            std::int32_t degree = 3, knots = 0, points = 0, fits = 0;
-            std::int16_t rational = 0, periodic = 0;
-            in.takeInt32(94, degree);
-            in.takeInt16(73, rational);
-            in.takeInt16(74, periodic);
-            in.takeInt32(95, knots);
-            in.takeInt32(96, points);
-            e.degree = degree, e.rational = rational != 0, e.periodic = periodic != 0;
-            double v;
-            while (in.takeDouble(40, v)) e.knots.push_back(v);
-            Point2d p;
-            while (in.takePoint2d(10, p)) {
-                e.controlPoints.push_back(p);
-                if (in.takeDouble(42, v)) e.weights.push_back(v);
-            }
-            if (in.takeInt32(97, fits))
-                while (in.takePoint2d(11, p)) e.fitPoints.push_back(p);
-            in.takePoint2d(12, e.startTangent);
-            in.takePoint2d(13, e.endTangent);
-            break;
-        }
-        default:
-            e.type = HatchEdge::Type::Line;
-            break;
+/// The start and end of an arc edge as a file gives them: degrees, negated for clockwise arcs, and 360 apart
+/// for a full circle.
+struct FileArcAngles {
+    double start = 0.0, end = 0.0;
+};
+
+FileArcAngles fileAngles(const HatchEdge& e) {
+    const bool full = std::abs(e.endAngle - e.startAngle) >= kTwoPi - 1e-12;
+    const double s = edgeAngleToFile(e.startAngle, e.counterClockwise);
+    return {s, full ? s + 360.0 : edgeAngleToFile(e.endAngle, e.counterClockwise)};
+}
+
+void setAngles(HatchEdge& e, const FileArcAngles& a) {
+    e.startAngle = edgeAngleFromFile(a.start, e.counterClockwise);
+    e.endAngle = edgeAngleFromFile(a.end, e.counterClockwise);
+    // A full circle keeps its full sweep.
+    if (std::abs(a.end - a.start) >= 360.0 - 1e-9) e.endAngle = e.startAngle + kTwoPi;
+}
+
+/// A control point of a spline edge with its weight, which files give right after the point.
+struct WeightedPoint {
+    Point2d point;
+    double weight = 1.0;
+};
+
+std::vector<WeightedPoint> weightedPoints(const HatchEdge& e) {
+    std::vector<WeightedPoint> points;
+    points.reserve(e.controlPoints.size());
+    for (std::size_t i = 0; i < e.controlPoints.size(); ++i)
+        points.push_back({e.controlPoints[i], i < e.weights.size() ? e.weights[i] : 1.0});
+    return points;
+}
+
+void setWeightedPoints(HatchEdge& e, const std::vector<WeightedPoint>& points) {
+    e.controlPoints.clear();
+    e.weights.clear();
+    for (const WeightedPoint& p : points) {
+        e.controlPoints.push_back(p.point);
+        if (e.rational) e.weights.push_back(p.weight);
     }
 }
 
-void writeEdge(DxfOutput& out, const HatchEdge& e) {
-    out.writeInt16(72, static_cast<std::int16_t>(e.type));
-    switch (e.type) {
-        case HatchEdge::Type::Line:
-            out.writePoint2d(10, e.start);
-            out.writePoint2d(11, e.end);
-            break;
-        case HatchEdge::Type::CircularArc:
-        case HatchEdge::Type::EllipticArc: {
-            out.writePoint2d(10, e.center);
-            if (e.type == HatchEdge::Type::EllipticArc) out.writePoint2d(11, e.majorAxis);
-            out.writeDouble(40, e.type == HatchEdge::Type::CircularArc ? e.radius : e.ratio);
-            const bool full = std::abs(e.endAngle - e.startAngle) >= kTwoPi - 1e-12;
-            const double s = edgeAngleToFile(e.startAngle, e.counterClockwise);
-            out.writeDouble(50, s);
-            out.writeDouble(51, full ? s + 360.0 : edgeAngleToFile(e.endAngle, e.counterClockwise));
-            out.writeInt16(73, e.counterClockwise ? 1 : 0);
-            break;
-        }
-        case HatchEdge::Type::Spline:
-            out.writeInt32(94, e.degree);
-            out.writeInt16(73, e.rational ? 1 : 0);
-            out.writeInt16(74, e.periodic ? 1 : 0);
-            out.writeInt32(95, static_cast<std::int32_t>(e.knots.size()));
-            out.writeInt32(96, static_cast<std::int32_t>(e.controlPoints.size()));
-            for (double k : e.knots) out.writeDouble(40, k);
-            for (std::size_t i = 0; i < e.controlPoints.size(); ++i) {
-                out.writePoint2d(10, e.controlPoints[i]);
-                if (e.rational && i < e.weights.size()) out.writeDouble(42, e.weights[i]);
-            }
-            out.writeInt32(97, static_cast<std::int32_t>(e.fitPoints.size()));
-            for (const Point2d& p : e.fitPoints) out.writePoint2d(11, p);
-            if (!e.fitPoints.empty()) {
-                out.writePoint2d(12, e.startTangent);
-                out.writePoint2d(13, e.endTangent);
-            }
-            break;
-    }
+template <class Io, class Edge>
+void edgeFields(Io& io, Edge& e) {
+    using Type = HatchEdge::Type;
+    io.enumeration(72, e.type, Type::Line, Type::Spline, Type::Line);
+    io.when(e.type == Type::Line, [&] {
+        io.point2(10, e.start);
+        io.point2(11, e.end);
+    });
+    const bool circular = e.type == Type::CircularArc, elliptic = e.type == Type::EllipticArc;
+    io.when(circular || elliptic, [&] {
+        io.point2(10, e.center);
+        io.when(elliptic, [&] { io.point2(11, e.majorAxis); });
+        io.real(40, circular ? e.radius : e.ratio);
+        // The direction comes after the angles and says how to read them.
+        io.converted([&] { return fileAngles(e); },
+                     [&](auto& angles) {
+                         io.real(50, angles.start);
+                         io.real(51, angles.end);
+                         io.boolean(73, e.counterClockwise);
+                     },
+                     [&](const auto& angles) { setAngles(e, angles); });
+    });
+    io.when(e.type == Type::Spline, [&] {
+        io.i32(94, e.degree);
+        io.boolean(73, e.rational);
+        io.boolean(74, e.periodic);
+        const std::size_t knots = io.count(95, e.knots);
+        const std::size_t points = io.count(96, e.controlPoints);
+        io.items(
+            40, e.knots, [](auto& io, auto& k) { io.real(40, k); }, knots);
+        io.converted([&] { return weightedPoints(e); },
+                     [&](auto& weighted) {
+                         io.items(
+                             10, weighted,
+                             [&](auto& io, auto& p) {
+                                 io.point2(10, p.point);
+                                 io.when(e.rational, [&] { io.real(42, p.weight); });
+                             },
+                             points);
+                     },
+                     [&](const auto& weighted) { setWeightedPoints(e, weighted); });
+        io.list(97, 11, e.fitPoints, [](auto& io, auto& p) { io.point2(11, p); });
+        io.optional(!e.fitPoints.empty(), [&] {
+            io.point2(12, e.startTangent);
+            io.point2(13, e.endTangent);
+        });
+    });
+}
+
+template <class Io, class Loop>
+void loopFields(Io& io, Loop& loop) {
+    io.i32(92, loop.flags);
+    io.when(loop.isPolyline(), [&] {
+        // Bulges are written for every vertex when any has one, and the flag says so. A reader takes them
+        // whatever the flag says: a bulge left unread would end the vertex list and strand the vertices after
+        // it.
+        bool bulges = false;
+        for (const auto& v : loop.vertices) bulges = bulges || v.bulge != 0.0;
+        io.boolean(72, bulges);
+        io.boolean(73, loop.closed);
+        io.list(93, 10, loop.vertices, [&](auto& io, auto& v) {
+            io.point2(10, v.point);
+            io.optional(bulges, [&] { io.real(42, v.bulge); });
+        });
+    });
+    io.when(!loop.isPolyline(),
+            [&] { io.list(93, 72, loop.edges, [](auto& io, auto& e) { edgeFields(io, e); }); });
+    io.ids(97, 330, loop.sourceObjects);
 }
 
 }  // namespace
@@ -121,163 +143,47 @@ template <class Io, class Self>
 void Hatch::dxfFields(Io& io, Self& self) {
     entityFields(io, self);
     io.subclass("AcDbHatch");
-    if constexpr (Io::kReading) {
-        DxfInput& in = io.input();
-        Point3d elevation;
-        in.readPoint3d(10, elevation);
-        self.elevation_ = elevation.z;
-        in.readVector3d(210, self.normal_);
-        self.normal_ = self.normal_.normalized();
-        in.readString(2, self.patternName_);
-        in.readBool(70, self.solid_);
-        in.readBool(71, self.associative_);
-        std::int32_t loopCount = 0;
-        in.readInt32(91, loopCount);
-        in.seek(92);
-        self.loops_.clear();
-        for (std::int32_t i = 0; i < loopCount; ++i) {
-            HatchLoop loop;
-            if (!in.takeInt32(92, loop.flags)) break;
-            if (loop.isPolyline()) {
-                std::int16_t hasBulge = 0, closed = 1;
-                std::int32_t count = 0;
-                in.takeInt16(72, hasBulge);
-                in.takeInt16(73, closed);
-                in.takeInt32(93, count);
-                loop.closed = closed != 0;
-                Point2d p;
-                while (in.takePoint2d(10, p)) {
-                    HatchLoop::Vertex v{p, 0.0};
-                    in.takeDouble(42, v.bulge);
-                    loop.vertices.push_back(v);
-                }
-            } else {
-                std::int32_t edges = 0;
-                in.takeInt32(93, edges);
-                for (std::int32_t k = 0; k < edges && in.peek() && in.peek()->code == 72; ++k) {
-                    HatchEdge e;
-                    readEdge(in, e);
-                    loop.edges.push_back(std::move(e));
-                }
-            }
-            std::int32_t sources = 0;
-            if (in.takeInt32(97, sources)) {
-                for (std::int32_t k = 0; k < sources; ++k) {
-                    const DxfInput::Group* g = in.take(330);
-                    if (!g) break;
-                    if (auto h = Handle::fromText(g->value); h && in.database()) {
-                        loop.sourceObjects.push_back(ObjectId());
-                        const std::size_t index = loop.sourceObjects.size() - 1, loopIndex = self.loops_.size();
-                        Database* db = in.database();
-                        Self* target = &self;
-                        in.afterLoading([db, target, loopIndex, index, h] {
-                            if (loopIndex < target->loops_.size() &&
-                                index < target->loops_[loopIndex].sourceObjects.size())
-                                target->loops_[loopIndex].sourceObjects[index] = db->getObjectId(*h, true);
-                        });
-                    }
-                }
-            }
-            self.loops_.push_back(std::move(loop));
-        }
-        std::int16_t style = 0, type = 1;
-        in.readInt16(75, style);
-        in.readInt16(76, type);
-        self.style_ = static_cast<Style>(style >= 0 && style <= 2 ? style : 0);
-        self.patternType_ = static_cast<PatternType>(type >= 0 && type <= 2 ? type : 1);
-        double angle = 0;
-        if (in.readDouble(52, angle)) self.patternAngle_ = angle * (kPi / 180.0);
-        in.readDouble(41, self.patternScale_);
-        in.readBool(77, self.patternDouble_);
-        std::int16_t lineCount = 0;
-        in.readInt16(78, lineCount);
-        in.seek(53);
-        self.patternLines_.clear();
-        for (std::int16_t i = 0; i < lineCount; ++i) {
-            HatchPatternLine line;
-            double a = 0;
-            if (!in.takeDouble(53, a)) break;
-            line.angle = a * (kPi / 180.0);
-            in.takeDouble(43, line.base.x);
-            in.takeDouble(44, line.base.y);
-            in.takeDouble(45, line.offset.x);
-            in.takeDouble(46, line.offset.y);
-            std::int16_t dashes = 0;
-            in.takeInt16(79, dashes);
-            double d;
-            for (std::int16_t k = 0; k < dashes && in.takeDouble(49, d); ++k) line.dashes.push_back(d);
-            self.patternLines_.push_back(std::move(line));
-        }
-        std::int32_t seeds = 0;
-        in.readInt32(98, seeds);
-        in.seek(10);
-        self.seedPoints_.clear();
-        Point2d p;
-        for (std::int32_t i = 0; i < seeds && in.takePoint2d(10, p); ++i) self.seedPoints_.push_back(p);
-    } else {
-        DxfOutput& out = io.output();
-        out.writePoint3d(10, Point3d(0, 0, self.elevation_));
-        out.writeVector3d(210, self.normal_);
-        out.writeString(2, self.patternName_);
-        out.writeInt16(70, self.solid_ ? 1 : 0);
-        out.writeInt16(71, self.associative_ ? 1 : 0);
-        out.writeInt32(91, static_cast<std::int32_t>(self.loops_.size()));
-        for (const HatchLoop& loop : self.loops_) {
-            out.writeInt32(92, loop.flags);
-            if (loop.isPolyline()) {
-                bool bulges = false;
-                for (const auto& v : loop.vertices) bulges = bulges || v.bulge != 0.0;
-                out.writeInt16(72, bulges ? 1 : 0);
-                out.writeInt16(73, loop.closed ? 1 : 0);
-                out.writeInt32(93, static_cast<std::int32_t>(loop.vertices.size()));
-                for (const auto& v : loop.vertices) {
-                    out.writePoint2d(10, v.point);
-                    if (bulges) out.writeDouble(42, v.bulge);
-                }
-            } else {
-                out.writeInt32(93, static_cast<std::int32_t>(loop.edges.size()));
-                for (const HatchEdge& e : loop.edges) writeEdge(out, e);
-            }
-            std::int32_t sources = 0;
-            for (ObjectId id : loop.sourceObjects) sources += id.isNull() ? 0 : 1;
-            out.writeInt32(97, sources);
-            for (ObjectId id : loop.sourceObjects)
-                if (!id.isNull()) out.writeObjectId(330, id);
-        }
-        out.writeInt16(75, static_cast<std::int16_t>(self.style_));
-        out.writeInt16(76, static_cast<std::int16_t>(self.patternType_));
-        if (!self.solid_) {
-            out.writeDouble(52, DxfWriteIo::toDegrees(self.patternAngle_));
-            out.writeDouble(41, self.patternScale_);
-            out.writeInt16(77, self.patternDouble_ ? 1 : 0);
-            out.writeInt16(78, static_cast<std::int16_t>(self.patternLines_.size()));
-            for (const HatchPatternLine& line : self.patternLines_) {
-                out.writeDouble(53, DxfWriteIo::toDegrees(line.angle));
-                out.writeDouble(43, line.base.x);
-                out.writeDouble(44, line.base.y);
-                out.writeDouble(45, line.offset.x);
-                out.writeDouble(46, line.offset.y);
-                out.writeInt16(79, static_cast<std::int16_t>(line.dashes.size()));
-                for (double d : line.dashes) out.writeDouble(49, d);
-            }
-        }
-        out.writeInt32(98, static_cast<std::int32_t>(self.seedPoints_.size()));
-        for (const Point2d& p : self.seedPoints_) out.writePoint2d(10, p);
-    }
+    io.converted([&] { return Point3d(0, 0, self.elevation_); }, [&](auto& p) { io.point(10, p); },
+                 [&](const auto& p) { self.elevation_ = p.z; });
+    io.direction(210, self.normal_);
+    io.str(2, self.patternName_);
+    io.boolean(70, self.solid_);
+    io.boolean(71, self.associative_);
+    io.list(91, 92, self.loops_, [](auto& io, auto& loop) { loopFields(io, loop); });
+    io.enumeration(75, self.style_, Style::Normal, Style::Ignore, Style::Normal);
+    io.enumeration(76, self.patternType_, PatternType::UserDefined, PatternType::Custom,
+                   PatternType::Predefined);
+    io.optional(!self.solid_, [&] {
+        io.angle(52, self.patternAngle_);
+        io.real(41, self.patternScale_);
+        io.boolean(77, self.patternDouble_);
+        io.list(78, 53, self.patternLines_, [](auto& io, auto& line) {
+            io.angle(53, line.angle);
+            io.real(43, line.base.x);
+            io.real(44, line.base.y);
+            io.real(45, line.offset.x);
+            io.real(46, line.offset.y);
+            io.list(79, 49, line.dashes, [](auto& io, auto& d) { io.real(49, d); });
+        });
+    });
+    io.list(98, 10, self.seedPoints_, [](auto& io, auto& p) { io.point2(10, p); });
 }
 
 VELA_DB_DEFINE_DXF(Hatch)
 
 namespace {
 
-double cross(const Point2d& a, const Point2d& b) { return a.x * b.y - a.y * b.x; }
+double cross(const Point2d& a, const Point2d& b) {
+    return a.x * b.y - a.y * b.x;
+}
 
 // A spline edge as a free curve, to evaluate it.
 Spline splineOf(const HatchEdge& e) {
     Spline s;
     std::vector<Point3d> pts;
     for (const Point2d& p : e.controlPoints) pts.push_back(p.to3d());
-    if (s.setNurbsData(e.degree, pts, e.knots, e.rational ? e.weights : std::vector<double>{}) != ErrorStatus::Ok) {
+    if (s.setNurbsData(e.degree, pts, e.knots, e.rational ? e.weights : std::vector<double>{}) !=
+        ErrorStatus::Ok) {
         std::vector<Point3d> fit;
         for (const Point2d& p : e.fitPoints) fit.push_back(p.to3d());
         s.setFitData(fit);
@@ -320,7 +226,9 @@ double loopDoubleArea(const HatchLoop& loop) {
     }
     for (const HatchEdge& e : loop.edges) {
         switch (e.type) {
-            case HatchEdge::Type::Line: twice += cross(e.start, e.end); break;
+            case HatchEdge::Type::Line:
+                twice += cross(e.start, e.end);
+                break;
             case HatchEdge::Type::CircularArc:
             case HatchEdge::Type::EllipticArc: {
                 Point2d u, v;
@@ -412,7 +320,9 @@ ErrorStatus Hatch::getGeomExtents(Extents3d& extents) const {
         }
         for (const HatchEdge& e : loop.edges) {
             switch (e.type) {
-                case HatchEdge::Type::Line: add(e.start), add(e.end); break;
+                case HatchEdge::Type::Line:
+                    add(e.start), add(e.end);
+                    break;
                 case HatchEdge::Type::CircularArc:
                 case HatchEdge::Type::EllipticArc: {
                     Point2d u, v;
@@ -460,12 +370,13 @@ ErrorStatus Hatch::transformBy(const Matrix3d& m) {
                     if (r) e.counterClockwise = !e.counterClockwise;
                     break;
                 case HatchEdge::Type::EllipticArc:
-                    // Parameters are measured from the major axis, which maps onto the new major axis; under a
-                    // reflection the minor axis turns around, so they run the other way.
+                    // Parameters are measured from the major axis, which maps onto the new major axis; under
+                    // a reflection the minor axis turns around, so they run the other way.
                     e.center = map.point(e.center);
                     e.majorAxis = map.vector(e.majorAxis);
                     if (r) {
-                        e.startAngle = normalizeAngle(-e.startAngle), e.endAngle = normalizeAngle(-e.endAngle);
+                        e.startAngle = normalizeAngle(-e.startAngle),
+                        e.endAngle = normalizeAngle(-e.endAngle);
                         e.counterClockwise = !e.counterClockwise;
                     }
                     break;

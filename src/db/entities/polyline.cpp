@@ -1,8 +1,8 @@
 #include "db/entities/polyline.h"
 
-#include "db/entity_dxf.h"
 #include <cmath>
 
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 #include "db/geometry/plane_map.h"
 
@@ -14,62 +14,28 @@ template <class Io, class Self>
 void Polyline::dxfFields(Io& io, Self& self) {
     entityFields(io, self);
     io.subclass("AcDbPolyline");
-    if constexpr (Io::kReading) {
-        std::int32_t count = 0;
-        io.i32(90, count);
-        std::int16_t flags = 0;
-        io.i16(70, flags);
-        self.closed_ = (flags & 1) != 0;
-        self.plinegen_ = (flags & 128) != 0;
-        io.real(43, self.constantWidth_);
-        io.real(38, self.elevation_);
-        io.real(39, self.thickness_);
-        io.vec(210, self.normal_);
-        DxfInput& in = io.input();
-        in.seek(10);
-        self.vertices_.clear();
-        // Each vertex starts with its 10/20 pair; widths, bulge and id follow in any order until the next 10.
-        Point2d p;
-        while (in.takePoint2d(10, p)) {
-            Vertex v;
-            v.point = p;
-            for (const DxfInput::Group* g = in.peek(); g && g->code != 10; g = in.peek()) {
-                switch (g->code) {
-                    case 40: in.takeDouble(40, v.startWidth); break;
-                    case 41: in.takeDouble(41, v.endWidth); break;
-                    case 42: in.takeDouble(42, v.bulge); break;
-                    case 91: {
-                        std::int32_t id = 0;
-                        in.takeInt32(91, id);
-                        v.id = static_cast<std::uint32_t>(id);
-                        break;
-                    }
-                    default: goto nextVertex;  // a group of another kind ends the vertex list
-                }
-            }
-        nextVertex:
-            self.vertices_.push_back(v);
-            const DxfInput::Group* g = in.peek();
-            if (!g || g->code != 10) break;
-        }
-    } else {
-        io.i32(90, static_cast<std::int32_t>(self.vertices_.size()));
-        io.i16(70, static_cast<std::int16_t>((self.closed_ ? 1 : 0) | (self.plinegen_ ? 128 : 0)));
-        io.real(43, self.constantWidth_, 0.0);
-        io.real(38, self.elevation_, 0.0);
-        io.real(39, self.thickness_, 0.0);
-        for (const Vertex& v : self.vertices_) {
+    const std::size_t count = io.count(90, self.vertices_);
+    io.bits(70, {{1, self.closed_}, {128, self.plinegen_}});
+    io.real(43, self.constantWidth_, 0.0);
+    io.real(38, self.elevation_, 0.0);
+    io.real(39, self.thickness_, 0.0);
+    // Each vertex starts with its point; id, widths and bulge follow in any order.
+    io.items(
+        10, self.vertices_,
+        [](auto& io, auto& v) {
             io.point2(10, v.point);
-            if (v.id != 0) io.i32(91, static_cast<std::int32_t>(v.id));
-            if (v.startWidth != 0.0 || v.endWidth != 0.0) io.real(40, v.startWidth), io.real(41, v.endWidth);
+            io.i32(91, v.id, 0u);
+            io.optional(v.startWidth != 0.0 || v.endWidth != 0.0, [&] {
+                io.real(40, v.startWidth);
+                io.real(41, v.endWidth);
+            });
             io.real(42, v.bulge, 0.0);
-        }
-        io.vec(210, self.normal_, Vector3d::zAxis());
-    }
+        },
+        count);
+    io.vec(210, self.normal_, Vector3d::zAxis());
 }
 
 VELA_DB_DEFINE_DXF(Polyline)
-
 
 void Polyline::addVertexAt(std::size_t index, const Point2d& point, double bulge, double startWidth,
                            double endWidth) {
@@ -206,8 +172,8 @@ ErrorStatus Polyline::transformBy(const Matrix3d& m) {
     vertices_ = std::move(moved);
     constantWidth_ *= s;
     thickness_ *= imageOfNormal.length();
-    elevation_ = vertices_.empty() ? wcsToOcs(m.apply(ocsToWcs(Point3d(0, 0, elevation_), normal_)), n).z
-                                   : elevation;
+    elevation_ =
+        vertices_.empty() ? wcsToOcs(m.apply(ocsToWcs(Point3d(0, 0, elevation_), normal_)), n).z : elevation;
     normal_ = n;
     return ErrorStatus::Ok;
 }

@@ -1,8 +1,9 @@
 #include "db/entities/spline.h"
 
-#include "db/entity_dxf.h"
 #include <algorithm>
 #include <cmath>
+
+#include "db/entity_dxf.h"
 
 namespace vela::db {
 
@@ -14,44 +15,25 @@ void Spline::dxfFields(Io& io, Self& self) {
     io.subclass("AcDbSpline");
     io.vec(210, self.normal_, Vector3d());
     io.i16(70, self.flags_);
-    std::int16_t degree = static_cast<std::int16_t>(self.degree_);
-    io.i16(71, degree);
-    if constexpr (Io::kReading) {
-        self.degree_ = degree;
-        DxfInput& in = io.input();
-        in.readDouble(42, self.knotTolerance_);
-        in.readDouble(43, self.controlPointTolerance_);
-        in.readDouble(44, self.fitTolerance_);
-        in.readVector3d(12, self.startTangent_);
-        in.readVector3d(13, self.endTangent_);
-        double v;
-        Point3d p;
-        self.knots_.clear(), self.weights_.clear(), self.controlPoints_.clear(), self.fitPoints_.clear();
-        in.seek(40);
-        while (in.takeDouble(40, v)) self.knots_.push_back(v);
-        in.seek(41);
-        while (in.takeDouble(41, v)) self.weights_.push_back(v);
-        in.seek(10);
-        while (in.takePoint3d(10, p)) self.controlPoints_.push_back(p);
-        in.seek(11);
-        while (in.takePoint3d(11, p)) self.fitPoints_.push_back(p);
-        // Counts (72-74) are implied by the lists; they are read so they are not kept twice.
-        std::int16_t count = 0;
-        in.readInt16(72, count), in.readInt16(73, count), in.readInt16(74, count);
-    } else {
-        io.i16(72, static_cast<std::int16_t>(self.knots_.size()));
-        io.i16(73, static_cast<std::int16_t>(self.controlPoints_.size()));
-        io.i16(74, static_cast<std::int16_t>(self.fitPoints_.size()));
-        io.real(42, self.knotTolerance_);
-        io.real(43, self.controlPointTolerance_);
-        if (!self.fitPoints_.empty()) io.real(44, self.fitTolerance_);
-        if (!self.startTangent_.isZero(0.0)) io.vec(12, self.startTangent_);
-        if (!self.endTangent_.isZero(0.0)) io.vec(13, self.endTangent_);
-        for (double k : self.knots_) io.real(40, k);
-        for (double w : self.weights_) io.real(41, w);
-        for (const Point3d& p : self.controlPoints_) io.point(10, p);
-        for (const Point3d& p : self.fitPoints_) io.point(11, p);
-    }
+    io.i16(71, self.degree_);
+    // The counts come first, their lists after the tolerances and tangents.
+    const std::size_t knots = io.count(72, self.knots_);
+    const std::size_t points = io.count(73, self.controlPoints_);
+    const std::size_t fitPoints = io.count(74, self.fitPoints_);
+    io.real(42, self.knotTolerance_);
+    io.real(43, self.controlPointTolerance_);
+    io.optional(!self.fitPoints_.empty(), [&] { io.real(44, self.fitTolerance_); });
+    io.optional(!self.startTangent_.isZero(0.0), [&] { io.vec(12, self.startTangent_); });
+    io.optional(!self.endTangent_.isZero(0.0), [&] { io.vec(13, self.endTangent_); });
+    io.items(
+        40, self.knots_, [](auto& io, auto& k) { io.real(40, k); }, knots);
+    // One weight per control point, or none for a non-rational spline.
+    io.items(
+        41, self.weights_, [](auto& io, auto& w) { io.real(41, w); }, points);
+    io.items(
+        10, self.controlPoints_, [](auto& io, auto& p) { io.point(10, p); }, points);
+    io.items(
+        11, self.fitPoints_, [](auto& io, auto& p) { io.point(11, p); }, fitPoints);
 }
 
 VELA_DB_DEFINE_DXF(Spline)
@@ -59,7 +41,8 @@ VELA_DB_DEFINE_DXF(Spline)
 ErrorStatus Spline::setNurbsData(int degree, std::vector<Point3d> points, std::vector<double> knots,
                                  std::vector<double> weights, bool periodic) {
     if (degree < 1 || points.size() < static_cast<std::size_t>(degree) + 1) return ErrorStatus::InvalidInput;
-    if (knots.size() != points.size() + static_cast<std::size_t>(degree) + 1) return ErrorStatus::InvalidInput;
+    if (knots.size() != points.size() + static_cast<std::size_t>(degree) + 1)
+        return ErrorStatus::InvalidInput;
     if (!weights.empty() && weights.size() != points.size()) return ErrorStatus::InvalidInput;
     for (std::size_t i = 1; i < knots.size(); ++i)
         if (!(knots[i] >= knots[i - 1])) return ErrorStatus::InvalidInput;
@@ -75,8 +58,8 @@ ErrorStatus Spline::setNurbsData(int degree, std::vector<Point3d> points, std::v
     return ErrorStatus::Ok;
 }
 
-void Spline::setFitData(std::vector<Point3d> fitPoints, const Vector3d& startTangent, const Vector3d& endTangent,
-                        double fitTolerance) {
+void Spline::setFitData(std::vector<Point3d> fitPoints, const Vector3d& startTangent,
+                        const Vector3d& endTangent, double fitTolerance) {
     assertWriteEnabled();
     fitPoints_ = std::move(fitPoints);
     startTangent_ = startTangent;
@@ -109,12 +92,14 @@ Point3d Spline::evaluate(double t) const {
     for (int j = 0; j <= p; ++j) {
         const std::size_t i = k - static_cast<std::size_t>(p) + static_cast<std::size_t>(j);
         const double w = weights_.empty() ? 1.0 : weights_[i];
-        d[static_cast<std::size_t>(j)] = {controlPoints_[i].x * w, controlPoints_[i].y * w, controlPoints_[i].z * w, w};
+        d[static_cast<std::size_t>(j)] = {controlPoints_[i].x * w, controlPoints_[i].y * w,
+                                          controlPoints_[i].z * w, w};
     }
     for (int r = 1; r <= p; ++r) {
         for (int j = p; j >= r; --j) {
             const std::size_t i = k - static_cast<std::size_t>(p) + static_cast<std::size_t>(j);
-            const double denom = knots_[i + static_cast<std::size_t>(p) + 1 - static_cast<std::size_t>(r)] - knots_[i];
+            const double denom =
+                knots_[i + static_cast<std::size_t>(p) + 1 - static_cast<std::size_t>(r)] - knots_[i];
             const double a = denom == 0.0 ? 0.0 : (t - knots_[i]) / denom;
             H& cur = d[static_cast<std::size_t>(j)];
             const H& prev = d[static_cast<std::size_t>(j) - 1];
@@ -139,13 +124,15 @@ ErrorStatus Spline::getGeomExtents(Extents3d& extents) const {
         const double a = knots_[k], b = knots_[k + 1];
         if (!(b > a)) continue;
         std::vector<Point3d> pts(kSamples + 1);
-        for (int i = 0; i <= kSamples; ++i) pts[static_cast<std::size_t>(i)] = evaluate(a + (b - a) * i / kSamples);
+        for (int i = 0; i <= kSamples; ++i)
+            pts[static_cast<std::size_t>(i)] = evaluate(a + (b - a) * i / kSamples);
         for (const Point3d& p : pts) extents.addPoint(p);
         // Refine interior extremes per axis by golden-section search around each sampled local extreme.
         for (int axis = 0; axis < 3; ++axis) {
             auto coord = [&](const Point3d& p) { return axis == 0 ? p.x : axis == 1 ? p.y : p.z; };
             for (int i = 1; i < kSamples; ++i) {
-                const double c0 = coord(pts[static_cast<std::size_t>(i) - 1]), c1 = coord(pts[static_cast<std::size_t>(i)]),
+                const double c0 = coord(pts[static_cast<std::size_t>(i) - 1]),
+                             c1 = coord(pts[static_cast<std::size_t>(i)]),
                              c2 = coord(pts[static_cast<std::size_t>(i) + 1]);
                 const bool isMax = c1 >= c0 && c1 >= c2 && (c1 > c0 || c1 > c2);
                 const bool isMin = c1 <= c0 && c1 <= c2 && (c1 < c0 || c1 < c2);

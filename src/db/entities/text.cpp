@@ -1,9 +1,9 @@
 #include "db/entities/text.h"
 
-#include "db/database.h"
-#include "db/entity_dxf.h"
 #include <cmath>
 
+#include "db/database.h"
+#include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 #include "db/text_metrics.h"
 
@@ -22,7 +22,7 @@ void Text::dxfFields(Io& io, Self& self) {
     io.angle(50, self.rotation_, 0.0);
     io.real(41, self.widthFactor_, 1.0);
     io.angle(51, self.oblique_, 0.0);
-    io.symbol(7, self.style_, TableKind::TextStyle, "Standard");
+    io.symbolOr(7, self.style_, TableKind::TextStyle, "Standard");
     io.i16(71, self.generation_, std::int16_t(0));
     std::int16_t h = static_cast<std::int16_t>(self.hmode_), v = static_cast<std::int16_t>(self.vmode_);
     io.i16(72, h, std::int16_t(0));
@@ -38,15 +38,17 @@ void Text::dxfFields(Io& io, Self& self) {
     if constexpr (Io::kReading) {
         self.hmode_ = static_cast<HorizontalMode>(h >= 0 && h <= 5 ? h : 0);
         self.vmode_ = static_cast<VerticalMode>(v >= 0 && v <= 3 ? v : 0);
-        if (self.style_.isNull() && io.input().database())
-            self.style_ = io.input().database()->textStyleTable()->getAt("Standard");
     }
 }
 
 VELA_DB_DEFINE_DXF(Text)
 
-Point3d Text::position() const { return ocsToWcs(position_, normal_); }
-Point3d Text::alignmentPoint() const { return ocsToWcs(alignmentPoint_, normal_); }
+Point3d Text::position() const {
+    return ocsToWcs(position_, normal_);
+}
+Point3d Text::alignmentPoint() const {
+    return ocsToWcs(alignmentPoint_, normal_);
+}
 
 void Text::setPosition(const Point3d& p) {
     assertWriteEnabled();
@@ -74,21 +76,32 @@ ErrorStatus Text::setHeight(double h) {
 }
 
 ErrorStatus Text::getGeomExtents(Extents3d& extents) const {
-    const double width = static_cast<double>(displayedCharacterCount(text_)) * height_ * widthFactor_ *
-                         kCharacterWidth;
-    // The box is laid out from the insertion point along the text's direction in its plane; alignment shifts it.
+    const double width =
+        static_cast<double>(displayedCharacterCount(text_)) * height_ * widthFactor_ * kCharacterWidth;
+    // The box is laid out from the insertion point along the text's direction in its plane; alignment shifts
+    // it.
     double x0 = 0.0;
     switch (hmode_) {
         case HorizontalMode::Center:
-        case HorizontalMode::Middle: x0 = -width / 2; break;
-        case HorizontalMode::Right: x0 = -width; break;
-        default: break;
+        case HorizontalMode::Middle:
+            x0 = -width / 2;
+            break;
+        case HorizontalMode::Right:
+            x0 = -width;
+            break;
+        default:
+            break;
     }
     double y0 = 0.0;
     switch (vmode_) {
-        case VerticalMode::Middle: y0 = -height_ / 2; break;
-        case VerticalMode::Top: y0 = -height_; break;
-        default: break;
+        case VerticalMode::Middle:
+            y0 = -height_ / 2;
+            break;
+        case VerticalMode::Top:
+            y0 = -height_;
+            break;
+        default:
+            break;
     }
     const bool aligned = hmode_ != HorizontalMode::Left || vmode_ != VerticalMode::Baseline;
     const Point3d origin = aligned && hmode_ != HorizontalMode::Aligned && hmode_ != HorizontalMode::Fit

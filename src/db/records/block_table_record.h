@@ -9,11 +9,11 @@
 
 namespace vela::db {
 
-/// A block definition, or a layout's space (model space, paper space). It owns its entities, kept in the order
-/// they were appended; erased entities stay in the list (for undo) and are skipped by iteration.
+/// A block definition, or a layout's space (model space, paper space). It owns its entities, kept in the
+/// order they were appended; erased entities stay in the list (for undo) and are skipped by iteration.
 class BlockTableRecord : public SymbolTableRecord {
     VELA_DB_DECLARE_CLASS(BlockTableRecord)
-public:
+  public:
     static constexpr std::string_view kModelSpace = "*Model_Space";
     static constexpr std::string_view kPaperSpace = "*Paper_Space";
 
@@ -27,6 +27,17 @@ public:
     /// Path of the external drawing this block comes from; empty for ordinary blocks.
     const std::string& pathName() const { return pathName_; }
     void setPathName(std::string_view p) { assertWriteEnabled(), pathName_ = std::string(p); }
+
+    /// Whether references to the block may be exploded into its entities (DXF 280); true unless forbidden.
+    bool isExplodable() const { return explodable_; }
+    void setExplodable(bool explodable) { assertWriteEnabled(), explodable_ = explodable; }
+    /// Whether references to the block must scale it the same in every direction (DXF 281); false by default.
+    bool isScaledUniformly() const { return scaledUniformly_; }
+    void setScaledUniformly(bool uniform) { assertWriteEnabled(), scaledUniformly_ = uniform; }
+    /// The units the block is drawn in, to scale it when inserted into a drawing of other units (DXF 70 of
+    /// the block record: 0 unitless, 1 inches, 4 millimetres, ...).
+    std::int16_t insertUnits() const { return insertUnits_; }
+    void setInsertUnits(std::int16_t units) { assertWriteEnabled(), insertUnits_ = units; }
 
     /// Model space and paper spaces ("*Model_Space", "*Paper_Space", "*Paper_Space0", ...).
     bool isLayout() const;
@@ -43,7 +54,8 @@ public:
             if (!e->isErased()) f(static_cast<Entity*>(e));
     }
     /// The same for the slots [from, to) of the entity list (erased ones skipped), so that a long scan can be
-    /// split across threads. Reading entities this way from several threads is safe while nothing changes them.
+    /// split across threads. Reading entities this way from several threads is safe while nothing changes
+    /// them.
     template <class F>
     void forEachEntityIn(std::size_t from, std::size_t to, F&& f) const {
         to = std::min(to, entities_.size());
@@ -54,7 +66,8 @@ public:
     /// Number of entries including erased ones; a cheap upper bound.
     std::size_t entitySlotCount() const { return entities_.size(); }
 
-    /// Handles of the BLOCK and ENDBLK records a DXF file gives this definition; kept so a round trip keeps them.
+    /// Handles of the BLOCK and ENDBLK records a DXF file gives this definition; kept so a round trip keeps
+    /// them.
     Handle blockBeginHandle() const { return blockBegin_; }
     Handle blockEndHandle() const { return blockEnd_; }
     void setBlockBeginEndHandles(Handle begin, Handle end) { blockBegin_ = begin, blockEnd_ = end; }
@@ -69,20 +82,28 @@ public:
           origin_(other.origin_),
           comments_(other.comments_),
           pathName_(other.pathName_),
-          layout_(other.layout_) {}
+          layout_(other.layout_),
+          insertUnits_(other.insertUnits_),
+          explodable_(other.explodable_),
+          scaledUniformly_(other.scaledUniformly_) {}
     BlockTableRecord& operator=(const BlockTableRecord& other) {
         SymbolTableRecord::operator=(other);
         origin_ = other.origin_, comments_ = other.comments_, pathName_ = other.pathName_;
         layout_ = other.layout_;
+        insertUnits_ = other.insertUnits_, explodable_ = other.explodable_,
+        scaledUniformly_ = other.scaledUniformly_;
         return *this;
     }
 
-private:
+  private:
     friend class Database;
     Point3d origin_;
     std::string comments_;
     std::string pathName_;
     ObjectId layout_;
+    std::int16_t insertUnits_ = 0;
+    bool explodable_ = true;
+    bool scaledUniformly_ = false;
     Handle blockBegin_, blockEnd_;
     std::vector<DbObject*> entities_;
 };

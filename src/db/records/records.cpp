@@ -18,8 +18,8 @@ VELA_DB_DEFINE_CLASS(BlockTableRecord, "AcDbBlockTableRecord", "BLOCK_RECORD", S
 
 bool BlockTableRecord::isLayout() const {
     return namesEqual(name_, kModelSpace) ||
-           (name_.size() >= kPaperSpace.size() && namesEqual(std::string_view(name_).substr(0, kPaperSpace.size()),
-                                                             kPaperSpace));
+           (name_.size() >= kPaperSpace.size() &&
+            namesEqual(std::string_view(name_).substr(0, kPaperSpace.size()), kPaperSpace));
 }
 
 std::vector<ObjectId> BlockTableRecord::entityIds() const {
@@ -38,7 +38,8 @@ std::size_t BlockTableRecord::entityCount() const {
 
 }  // namespace vela::db
 
-// ---- DXF declarations -----------------------------------------------------------------------------------------
+// ---- DXF declarations
+// -----------------------------------------------------------------------------------------
 
 #include "db/database.h"
 #include "db/dxf/fields/dxf_io.h"
@@ -74,7 +75,7 @@ void LayerTableRecord::dxfFields(Io& io, Self& self) {
         self.lineWeight_ = static_cast<LineWeight>(lw);
     } else {
         const int index = self.color_.isByColor() && self.colorIndexHint_ ? self.colorIndexHint_
-                                                                           : self.color_.nearestColorIndex();
+                                                                          : self.color_.nearestColorIndex();
         io.i16(62, static_cast<std::int16_t>(self.off_ ? -index : index));
         if (self.color_.isByColor()) io.i32(420, static_cast<std::int32_t>(self.color_.rgb()));
     }
@@ -89,68 +90,45 @@ void LayerTableRecord::dxfFields(Io& io, Self& self) {
     if constexpr (!Io::kReading) io.i16(370, static_cast<std::int16_t>(self.lineWeight_));
 }
 
+namespace {
+
+/// The kind of a linetype element as files give it: 1 absolute rotation, 2 text, 4 shape; 0 a plain dash.
+std::int16_t dashType(const LinetypeDash& d) {
+    const bool text = !d.text.empty();
+    const bool shape = !text && !d.textStyle.isNull();
+    return static_cast<std::int16_t>((d.absoluteRotation ? 1 : 0) | (text ? 2 : 0) | (shape ? 4 : 0));
+}
+
+}  // namespace
+
 template <class Io, class Self>
 void LinetypeTableRecord::dxfFields(Io& io, Self& self) {
     recordFields(io, self, "AcDbLinetypeTableRecord", true);
     io.str(3, self.comments_);
     std::int16_t alignment = 65;  // 'A'
     io.i16(72, alignment);
-    if constexpr (Io::kReading) {
-        DxfInput& in = io.input();
-        std::int16_t count = 0;
-        in.readInt16(73, count);
-        in.readDouble(40, self.patternLength_);
-        in.seek(49);
-        self.dashes_.clear();
-        double length = 0;
-        while (in.takeDouble(49, length)) {
-            LinetypeDash d;
-            d.length = length;
-            std::int16_t type = 0;
-            in.takeInt16(74, type);
-            d.absoluteRotation = (type & 1) != 0;
-            if (type != 0) {
-                in.takeInt16(75, d.shapeNumber);
-                if (const DxfInput::Group* g = in.take(340)) {
-                    if (auto h = Handle::fromText(g->value); h && in.database()) {
-                        const std::size_t index = self.dashes_.size();
-                        Database* db = in.database();
-                        Self* target = &self;
-                        in.afterLoading([db, target, index, h] {
-                            if (index < target->dashes_.size())
-                                target->dashes_[index].textStyle = db->getObjectId(*h, true);
-                        });
-                    }
-                }
-                in.takeDouble(46, d.scale);
-                double rotation = 0;
-                if (in.takeDouble(50, rotation)) d.rotation = rotation * (kPi / 180.0);
-                in.takeDouble(44, d.offset.x);
-                in.takeDouble(45, d.offset.y);
-                if (type & 2) in.takeString(9, d.text);
-            }
-            self.dashes_.push_back(std::move(d));
-        }
-    } else {
-        io.i16(73, static_cast<std::int16_t>(self.dashes_.size()));
-        io.real(40, self.patternLength_);
-        for (const LinetypeDash& d : self.dashes_) {
+    const std::size_t count = io.count(73, self.dashes_);
+    io.real(40, self.patternLength_);
+    io.items(
+        49, self.dashes_,
+        [](auto& io, auto& d) {
             io.real(49, d.length);
-            const bool text = !d.text.empty();
-            const bool shape = !text && !d.textStyle.isNull();
-            const std::int16_t type =
-                static_cast<std::int16_t>((d.absoluteRotation ? 1 : 0) | (text ? 2 : 0) | (shape ? 4 : 0));
-            io.i16(74, type);
-            if (type == 0) continue;
-            io.i16(75, d.shapeNumber);
-            io.id(340, d.textStyle);
-            io.real(46, d.scale);
-            io.angle(50, d.rotation);
-            io.real(44, d.offset.x);
-            io.real(45, d.offset.y);
-            if (text) io.str(9, d.text);
-        }
-    }
+            io.converted([&] { return dashType(d); },
+                         [&](auto& type) {
+                             io.i16(74, type);
+                             io.when(type != 0, [&] {
+                                 io.i16(75, d.shapeNumber);
+                                 io.id(340, d.textStyle);
+                                 io.real(46, d.scale);
+                                 io.angle(50, d.rotation);
+                                 io.real(44, d.offset.x);
+                                 io.real(45, d.offset.y);
+                                 io.when((type & 2) != 0, [&] { io.str(9, d.text); });
+                             });
+                         },
+                         [&](auto type) { d.absoluteRotation = (type & 1) != 0; });
+        },
+        count);
 }
 
 template <class Io, class Self>
@@ -170,13 +148,16 @@ void BlockTableRecord::dxfFields(Io& io, Self& self) {
     // The table entry's 70 is the insertion units, not the block's flags (those are on the BLOCK record).
     recordFields(io, self, "AcDbBlockTableRecord", false);
     io.id(340, self.layout_);
+    io.i16(70, self.insertUnits_);
+    io.boolean(280, self.explodable_);
+    io.boolean(281, self.scaledUniformly_);
 }
 
-#define VELA_DB_SIMPLE_RECORD_DXF(ClassName, Subclass)            \
-    template <class Io, class Self>                               \
-    void ClassName::dxfFields(Io& io, Self& self) {               \
-        recordFields(io, self, Subclass, true);                   \
-    }                                                             \
+#define VELA_DB_SIMPLE_RECORD_DXF(ClassName, Subclass) \
+    template <class Io, class Self>                    \
+    void ClassName::dxfFields(Io& io, Self& self) {    \
+        recordFields(io, self, Subclass, true);        \
+    }                                                  \
     VELA_DB_DEFINE_DXF(ClassName)
 
 VELA_DB_SIMPLE_RECORD_DXF(DimStyleTableRecord, "AcDbDimStyleTableRecord")

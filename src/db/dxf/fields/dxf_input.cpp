@@ -33,9 +33,10 @@ bool parseInt64(std::string_view text, std::int64_t& out) {
         out = v;
         return true;
     }
-    // Some writers put integers in floating form ("1.0"); take them when they are whole numbers.
+    // Some writers put integers in floating form ("1.0"); take them when they are whole numbers in range (the
+    // bounds are exact doubles, so the conversion below is always defined).
     double d = 0;
-    if (parseDouble(text, d) && d == static_cast<double>(static_cast<std::int64_t>(d))) {
+    if (parseDouble(text, d) && d >= -0x1p63 && d < 0x1p63 && d == std::trunc(d)) {
         out = static_cast<std::int64_t>(d);
         return true;
     }
@@ -56,7 +57,6 @@ void DxfInput::subclass(std::string_view name, int occurrence) {
             std::size_t end = i + 1;
             while (end < groups_.size() && groups_[end].code != 100) ++end;
             sectionEnd_ = end;
-            cursor_ = sectionBegin_;
             return;
         }
     }
@@ -66,7 +66,6 @@ void DxfInput::subclass(std::string_view name, int occurrence) {
         // A missing marker: an empty section, so nothing of another class is taken by mistake.
         sectionBegin_ = sectionEnd_ = groups_.size();
     }
-    cursor_ = sectionBegin_;
 }
 
 DxfInput::Group* DxfInput::find(int code) {
@@ -84,13 +83,15 @@ DxfInput::Group* DxfInput::find(int code) {
 const DxfInput::Group* DxfInput::takeAnywhere(int code) {
     for (Group& g : groups_)
         if (g.code == code && !g.used) {
-            g.used = true;
+            use(g);
             return &g;
         }
     return nullptr;
 }
 
-bool DxfInput::has(int code) const { return const_cast<DxfInput*>(this)->find(code) != nullptr; }
+bool DxfInput::has(int code) const {
+    return const_cast<DxfInput*>(this)->find(code) != nullptr;
+}
 
 void DxfInput::badValue(const Group& g, const char* expected) {
     errors_.push_back("line " + std::to_string(g.line) + ": expected " + expected + " for group code " +
@@ -100,7 +101,7 @@ void DxfInput::badValue(const Group& g, const char* expected) {
 bool DxfInput::readString(int code, std::string& value) {
     Group* g = find(code);
     if (!g) return false;
-    g->used = true;
+    use(*g);
     value = g->value;
     return true;
 }
@@ -108,7 +109,7 @@ bool DxfInput::readString(int code, std::string& value) {
 bool DxfInput::readDouble(int code, double& value) {
     Group* g = find(code);
     if (!g) return false;
-    g->used = true;
+    use(*g);
     if (!parseDouble(g->value, value)) {
         badValue(*g, "a number");
         return false;
@@ -119,7 +120,7 @@ bool DxfInput::readDouble(int code, double& value) {
 bool DxfInput::readInt64(int code, std::int64_t& value) {
     Group* g = find(code);
     if (!g) return false;
-    g->used = true;
+    use(*g);
     if (!parseInt64(g->value, value)) {
         badValue(*g, "an integer");
         return false;
@@ -160,7 +161,7 @@ bool DxfInput::readBool(int code, bool& value) {
 bool DxfInput::readHandle(int code, Handle& value) {
     Group* g = find(code);
     if (!g) return false;
-    g->used = true;
+    use(*g);
     std::string_view t = g->value;
     while (!t.empty() && t.front() == ' ') t.remove_prefix(1);
     while (!t.empty() && t.back() == ' ') t.remove_suffix(1);
@@ -200,79 +201,44 @@ bool DxfInput::readVector3d(int code, Vector3d& value) {
     return true;
 }
 
-void DxfInput::seek(int code) {
-    if (sectionBegin_ == 0 && sectionEnd_ == 0) find(code);
-    cursor_ = sectionEnd_;
+DxfInput::List DxfInput::beginList(int itemCode) {
+    if (sectionBegin_ == 0 && sectionEnd_ == 0) find(itemCode);  // settles the part before any marker
+    List list;
+    list.itemCode = itemCode;
+    list.outerBegin = sectionBegin_, list.outerEnd = sectionEnd_;
+    list.next = sectionEnd_;
     for (std::size_t i = sectionBegin_; i < sectionEnd_; ++i)
-        if (groups_[i].code == code && !groups_[i].used) {
-            cursor_ = i;
-            return;
+        if (groups_[i].code == itemCode && !groups_[i].used) {
+            list.next = i;
+            break;
         }
+    return list;
 }
 
-const DxfInput::Group* DxfInput::peek() const { return cursor_ < sectionEnd_ ? &groups_[cursor_] : nullptr; }
-
-const DxfInput::Group* DxfInput::take(int code) {
-    while (cursor_ < sectionEnd_ && groups_[cursor_].used) ++cursor_;
-    if (cursor_ >= sectionEnd_ || groups_[cursor_].code != code) return nullptr;
-    Group* g = &groups_[cursor_++];
-    g->used = true;
-    return g;
+std::size_t DxfInput::itemsAvailable(const List& list) const {
+    std::size_t n = 0;
+    for (std::size_t i = list.next; i < list.outerEnd; ++i)
+        n += groups_[i].code == list.itemCode && !groups_[i].used ? 1 : 0;
+    return n;
 }
 
-bool DxfInput::takeDouble(int code, double& value) {
-    const Group* g = take(code);
-    if (!g) return false;
-    if (!parseDouble(g->value, value)) {
-        badValue(*g, "a number");
-        return false;
-    }
+bool DxfInput::nextItem(List& list) {
+    std::size_t at = list.next;
+    while (at < list.outerEnd && groups_[at].used) ++at;
+    if (at >= list.outerEnd || groups_[at].code != list.itemCode) return false;
+    std::size_t end = at + 1;
+    while (end < list.outerEnd && (groups_[end].code != list.itemCode || groups_[end].used)) ++end;
+    sectionBegin_ = at, sectionEnd_ = end;
+    list.next = at + 1;  // an item that takes nothing still moves the list on
+    list.outerLastTaken = lastTaken_;
+    lastTaken_ = at;
     return true;
 }
 
-bool DxfInput::takeInt32(int code, std::int32_t& value) {
-    const Group* g = take(code);
-    if (!g) return false;
-    std::int64_t v = 0;
-    if (!parseInt64(g->value, v) || v < INT32_MIN || v > INT32_MAX) {
-        badValue(*g, "an integer");
-        return false;
-    }
-    value = static_cast<std::int32_t>(v);
-    return true;
-}
-
-bool DxfInput::takeInt16(int code, std::int16_t& value) {
-    std::int32_t v = value;
-    if (!takeInt32(code, v)) return false;
-    value = static_cast<std::int16_t>(v);
-    return true;
-}
-
-bool DxfInput::takeString(int code, std::string& value) {
-    const Group* g = take(code);
-    if (!g) return false;
-    value = g->value;
-    return true;
-}
-
-bool DxfInput::takePoint2d(int code, Point2d& value) {
-    Point2d p;
-    if (!takeDouble(code, p.x)) return false;
-    takeDouble(code + 10, p.y);
-    double z = 0;
-    takeDouble(code + 20, z);
-    value = p;
-    return true;
-}
-
-bool DxfInput::takePoint3d(int code, Point3d& value) {
-    Point3d p;
-    if (!takeDouble(code, p.x)) return false;
-    takeDouble(code + 10, p.y);
-    takeDouble(code + 20, p.z);
-    value = p;
-    return true;
+void DxfInput::endItem(List& list) {
+    list.next = std::max(list.next, lastTaken_ + 1);
+    sectionBegin_ = list.outerBegin, sectionEnd_ = list.outerEnd;
+    lastTaken_ = std::max(lastTaken_, list.outerLastTaken);
 }
 
 void DxfInput::finish() {
@@ -312,8 +278,8 @@ std::vector<DxfTag> DxfInput::unusedGroups() const {
     for (const Group& g : groups_) {
         if (g.code == 100) {
             currentMarker = std::string(g.value);
-            // A marker no declaration named is kept even when nothing follows it (a rotated dimension's has no
-            // groups of its own); a declared one is written again by its declaration.
+            // A marker no declaration named is kept even when nothing follows it (a rotated dimension's has
+            // no groups of its own); a declared one is written again by its declaration.
             markerWritten = !g.used;
             if (!g.used) kept.push_back({100, currentMarker});
             continue;

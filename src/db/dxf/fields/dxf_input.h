@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <forward_list>
 #include <functional>
 #include <string>
@@ -19,11 +20,13 @@ class Database;
 
 /// The groups of one object as read from a file, handed to the object's declaration to take its fields from.
 ///
-/// Fields are looked up by group code within the current subclass section (the groups after a 100 marker up to
-/// the next), so files that order groups differently still read; groups no declaration takes are kept and
-/// written back in their section. Repeated groups (vertices, knots, loops) are read in order with a cursor.
+/// Fields are looked up by group code within the current subclass section (the groups after a 100 marker up
+/// to the next), so files that order groups differently still read; groups no declaration takes are kept and
+/// written back in their section. Lists (vertices, knots, loops) are read item by item: each item is a part
+/// of its own, from a group of the list's item code up to the next one, in which fields are looked up by code
+/// the same way.
 class DxfInput {
-public:
+  public:
     struct Group {
         int code = 0;
         std::string_view value;
@@ -39,11 +42,13 @@ public:
         storage_.clear();
         finishers_.clear();
         errors_.clear();
-        sectionBegin_ = sectionEnd_ = cursor_ = 0;
+        sectionBegin_ = sectionEnd_ = lastTaken_ = 0;
         lastSubclass_.clear();
         unmarked_.clear();
     }
-    void addGroup(int code, std::string_view value, std::size_t line) { groups_.push_back({code, value, line, false}); }
+    void addGroup(int code, std::string_view value, std::size_t line) {
+        groups_.push_back({code, value, line, false});
+    }
     /// Adds a group whose value the input keeps a copy of (a value decoded from another code page).
     void addOwnedGroup(int code, std::string value, std::size_t line) {
         storage_.push_front(std::move(value));
@@ -53,8 +58,8 @@ public:
     Database* database() const { return db_; }
     const std::vector<Group>& groups() const { return groups_; }
 
-    /// Selects the section after the marker "100 <name>"; groups before any marker form the section "". When the
-    /// file has no markers at all (older files), every group is in one section and any name selects it.
+    /// Selects the section after the marker "100 <name>"; groups before any marker form the section "". When
+    /// the file has no markers at all (older files), every group is in one section and any name selects it.
     /// `occurrence` picks among repeated markers of one name (TEXT has two "AcDbText" sections).
     void subclass(std::string_view name, int occurrence = 0);
 
@@ -76,19 +81,29 @@ public:
     /// structure uses, such as the paper-space flag).
     const Group* takeAnywhere(int code);
 
-    /// Sequential access for repeated groups: positions at the first unused group with `code` in the current
-    /// section (or the section's end), then hands out groups in file order.
-    void seek(int code);
-    /// The next group at the cursor, or null at the end of the section.
-    const Group* peek() const;
-    /// Takes the group at the cursor when its code is `code`.
-    const Group* take(int code);
-    bool takeDouble(int code, double& value);
-    bool takeInt32(int code, std::int32_t& value);
-    bool takeInt16(int code, std::int16_t& value);
-    bool takeString(int code, std::string& value);
-    bool takePoint2d(int code, Point2d& value);
-    bool takePoint3d(int code, Point3d& value);
+    /// A list being read (see beginList).
+    struct List {
+        int itemCode = 0;
+        std::size_t next = 0;                      // where the next item may start
+        std::size_t outerBegin = 0, outerEnd = 0;  // the part the list is in
+        std::size_t outerLastTaken = 0;
+    };
+    /// Starts reading a list whose items each begin with a group of `itemCode`: the first item is the first
+    /// unused such group of the current part (section or item). Each item runs up to the next unused group of
+    /// that code or the end of the part; the next item starts right after the last group the item took,
+    /// unused groups skipped, and the list ends where no item starts there.
+    ///
+    /// As DXF lists carry no end mark, the last item runs to the end of the part: a field missing from it is
+    /// looked for among the groups after the list. Declarations keep the codes of list items apart from the
+    /// codes of groups that follow the list in the same part, as the DXF formats do.
+    List beginList(int itemCode);
+    /// An upper bound for the number of items the list can still have, from the groups that are there: what a
+    /// reader may reserve, whatever count a file claims.
+    std::size_t itemsAvailable(const List& list) const;
+    /// Enters the next item, making it the part fields are looked up in; false at the end of the list.
+    bool nextItem(List& list);
+    /// Leaves the item entered last, back to the part around the list.
+    void endItem(List& list);
 
     /// A step to run after all fields are read (converting coordinates that depend on a later group).
     void afterReading(std::function<void()> step) { finishers_.push_back(std::move(step)); }
@@ -126,15 +141,20 @@ public:
     /// Malformed values met so far ("line 12: expected a number for group code 40, found 'abc'").
     const std::vector<std::string>& errors() const { return errors_; }
 
-private:
+  private:
     Group* find(int code);
+    /// Marks a group taken.
+    void use(Group& g) {
+        g.used = true;
+        lastTaken_ = std::max(lastTaken_, static_cast<std::size_t>(&g - groups_.data()));
+    }
     void badValue(const Group& g, const char* expected);
 
     Database* db_;
     std::vector<Group> groups_;
     std::forward_list<std::string> storage_;  // costs nothing while empty, which it nearly always is
     std::size_t sectionBegin_ = 0, sectionEnd_ = 0;
-    std::size_t cursor_ = 0;
+    std::size_t lastTaken_ = 0;  // the last group taken, for finding where a list item ends
     std::string lastSubclass_;
     std::vector<Section> unmarked_;
     std::vector<std::function<void()>> finishers_;

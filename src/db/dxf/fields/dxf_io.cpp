@@ -1,6 +1,7 @@
 #include "db/dxf/fields/dxf_io.h"
 
 #include "db/database.h"
+#include "db/dxf/tags/group_code.h"
 #include "db/records/layer_table_record.h"
 
 namespace vela::db {
@@ -34,6 +35,58 @@ void DxfWriteIo::end() {
     }
 }
 
+void DxfWriteIo::boolean(int code, bool v) {
+    if (dxf::valueTypeOf(code) == dxf::ValueType::Bool)
+        out_.writeBool(code, v);
+    else
+        out_.writeInt16(code, v ? 1 : 0);
+}
+
+void DxfWriteIo::writeCount(int code, std::size_t n) {
+    if (dxf::valueTypeOf(code) == dxf::ValueType::Int16)
+        out_.writeInt16(code, static_cast<std::int16_t>(n));
+    else
+        out_.writeInt32(code, static_cast<std::int32_t>(n));
+}
+
+void DxfWriteIo::ids(int countCode, int code, const std::vector<ObjectId>& ids) {
+    std::size_t n = 0;
+    for (ObjectId id : ids) n += id.isNull() ? 0 : 1;
+    writeCount(countCode, n);
+    for (ObjectId id : ids)
+        if (!id.isNull()) out_.writeObjectId(code, id);
+}
+
+void DxfWriteIo::chunkedText(int lastCode, int chunkCode, const std::string& v) {
+    std::string_view rest = v;
+    while (rest.size() > 250) {
+        std::size_t cut = 250;
+        while (cut > 0 && (static_cast<unsigned char>(rest[cut]) & 0xC0) == 0x80) --cut;
+        if (cut == 0) cut = 250;  // no character start in reach: not UTF-8, cut anywhere
+        out_.writeString(chunkCode, rest.substr(0, cut));
+        rest.remove_prefix(cut);
+    }
+    out_.writeString(lastCode, rest);
+}
+
+std::size_t DxfReadIo::readCount(int code) {
+    std::int64_t n = -1;
+    if (!in_.readInt64(code, n) || n < 0) return kNoLimit;
+    return static_cast<std::size_t>(n);
+}
+
+void DxfReadIo::chunkedText(int lastCode, int chunkCode, std::string& v) {
+    std::string text, part;
+    bool any = false;
+    DxfInput::List chunks = in_.beginList(chunkCode);
+    while (in_.nextItem(chunks)) {
+        if (in_.readString(chunkCode, part)) text += part, any = true;
+        in_.endItem(chunks);
+    }
+    if (in_.readString(lastCode, part)) text += part, any = true;
+    if (any) v = std::move(text);
+}
+
 void DxfReadIo::id(int code, ObjectId& v) {
     Handle h;
     if (!in_.readHandle(code, h) || !in_.database()) return;
@@ -49,11 +102,16 @@ namespace {
 SymbolTable* tableOf(const Database* db, TableKind kind) {
     if (!db) return nullptr;
     switch (kind) {
-        case TableKind::Layer: return db->layerTable();
-        case TableKind::Linetype: return db->linetypeTable();
-        case TableKind::TextStyle: return db->textStyleTable();
-        case TableKind::DimStyle: return db->dimStyleTable();
-        case TableKind::Block: return db->blockTable();
+        case TableKind::Layer:
+            return db->layerTable();
+        case TableKind::Linetype:
+            return db->linetypeTable();
+        case TableKind::TextStyle:
+            return db->textStyleTable();
+        case TableKind::DimStyle:
+            return db->dimStyleTable();
+        case TableKind::Block:
+            return db->blockTable();
     }
     return nullptr;
 }
@@ -64,6 +122,12 @@ void DxfWriteIo::symbol(int code, const ObjectId& v, TableKind, const char* skip
     if (!record) return;
     if (skipName && namesEqual(record->name(), skipName)) return;
     out_.writeString(code, record->name());
+}
+
+void DxfReadIo::symbolOr(int code, ObjectId& v, TableKind kind, const char* defaultName) {
+    symbol(code, v, kind);
+    if (v.isNull())
+        if (SymbolTable* table = tableOf(in_.database(), kind)) v = table->getAt(defaultName);
 }
 
 void DxfReadIo::symbol(int code, ObjectId& v, TableKind kind, const char*) {
@@ -93,7 +157,8 @@ void DxfReadIo::symbol(int code, ObjectId& v, TableKind kind, const char*) {
         if (!table) return;
         ObjectId found = table->getAt(name);
         if (found.isNull() && kind == TableKind::Layer)
-            db->addRecord(db->layerTableId(), std::make_unique<LayerTableRecord>(name), &found, Handle(), true);
+            db->addRecord(db->layerTableId(), std::make_unique<LayerTableRecord>(name), &found, Handle(),
+                          true);
         if (!found.isNull()) v = found;
     });
 }

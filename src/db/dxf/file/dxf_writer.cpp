@@ -8,8 +8,8 @@
 #include <charconv>
 #include <cstdio>
 
-#include "db/dxf/fields/dxf_output.h"
 #include "db/dxf/fields/dxf_record.h"
+#include "db/dxf/fields/tag_output.h"
 #include "db/dxf/file/required_objects.h"
 #include "db/dxf/tags/group_code.h"
 #include "db/dxf/tags/tag_writer.h"
@@ -22,34 +22,6 @@
 namespace vela::db {
 
 namespace {
-
-/// DxfOutput over the tag writer: typed values become tags, points spread over three codes.
-class FileOutput : public DxfOutput {
-public:
-    explicit FileOutput(dxf::TagWriter& w) : w_(w) {}
-    void writeString(int code, std::string_view v) override { w_.writeString(code, v); }
-    void writeBool(int code, bool v) override { w_.writeInt(code, v ? 1 : 0); }
-    void writeInt8(int code, std::int8_t v) override { w_.writeInt(code, v); }
-    void writeInt16(int code, std::int16_t v) override { w_.writeInt(code, v); }
-    void writeInt32(int code, std::int32_t v) override { w_.writeInt(code, v); }
-    void writeInt64(int code, std::int64_t v) override { w_.writeInt(code, v); }
-    void writeUInt8(int code, std::uint8_t v) override { w_.writeInt(code, v); }
-    void writeUInt16(int code, std::uint16_t v) override { w_.writeInt(code, v); }
-    void writeUInt32(int code, std::uint32_t v) override { w_.writeInt(code, v); }
-    void writeDouble(int code, double v) override { w_.writeDouble(code, v); }
-    void writePoint2d(int code, const Point2d& p) override { w_.writePoint(code, p); }
-    void writePoint3d(int code, const Point3d& p) override { w_.writePoint(code, p); }
-    void writeVector3d(int code, const Vector3d& v) override { w_.writePoint(code, Point3d(v.x, v.y, v.z)); }
-    void writeHandle(int code, Handle h) override { w_.writeHandle(code, h.value()); }
-    void writeObjectId(int code, ObjectId id) override {
-        if (!id.isNull()) w_.writeHandle(code, id.handle().value());
-    }
-    void writeBinary(int code, std::span<const std::uint8_t> v) override { w_.writeBinary(code, v); }
-    void writeRaw(int code, std::string_view text) override { w_.writeString(code, text); }
-
-private:
-    dxf::TagWriter& w_;
-};
 
 class Writer {
 public:
@@ -232,7 +204,7 @@ private:
 
     Database& db_;
     dxf::TagWriter tags_;
-    FileOutput out_;
+    TagOutput out_;
 };
 
 }  // namespace

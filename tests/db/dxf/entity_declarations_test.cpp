@@ -1,0 +1,291 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
+#include "db/entities/hatch.h"
+#include "db/entities/line.h"
+#include "db/entities/mtext.h"
+#include "db/entities/polyline.h"
+#include "db/entities/spline.h"
+#include "db/geometry/plane.h"
+#include "db/records/block_table_record.h"
+
+// The declarations of the types with lists and conditions (hatch, polyline, spline, multi-line text), each
+// read and written by one declaration: what they write reads back the same, and files in other forms read
+// right.
+
+namespace vela::db {
+namespace {
+
+std::unique_ptr<Database> reread(Database& db) {
+    DxfReadResult r = readDxf(writeDxf(db));
+    EXPECT_TRUE(r.database) << (r.error ? r.error->text() : "");
+    for (const std::string& w : r.warnings) ADD_FAILURE() << "warning: " << w;
+    return std::move(r.database);
+}
+
+template <class T>
+T* only(Database& db) {
+    auto btr = openObject<BlockTableRecord>(db.modelSpaceId(), OpenMode::ForRead);
+    T* found = nullptr;
+    btr->forEachEntity([&](Entity* e) {
+        if (auto* t = objectCast<T>(e)) found = t;
+    });
+    return found;
+}
+
+std::unique_ptr<Database> readText(const std::string& entities) {
+    DxfReadResult r = readDxf("0\nSECTION\n2\nENTITIES\n" + entities + "0\nENDSEC\n0\nEOF\n");
+    EXPECT_TRUE(r.database) << (r.error ? r.error->text() : "");
+    return std::move(r.database);
+}
+
+// The groups of the first record with this subclass marker, from the marker to the next record.
+std::string recordOf(const std::string& text, const std::string& marker) {
+    const std::size_t at = text.find("\n" + marker + "\n");
+    if (at == std::string::npos) return {};
+    return text.substr(at, text.find("\n  0\n", at) - at + 1);
+}
+
+std::size_t countOf(const std::string& text, const std::string& group) {
+    std::size_t n = 0;
+    for (std::size_t at = text.find(group); at != std::string::npos; at = text.find(group, at + 1)) ++n;
+    return n;
+}
+
+// Angles go through degrees in a file, which may change their last bit; everything else comes back exactly.
+// References name objects of their own drawing and are compared by handle elsewhere.
+void expectSameLoops(const std::vector<HatchLoop>& read, std::vector<HatchLoop> expected) {
+    ASSERT_EQ(read.size(), expected.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        expected[i].sourceObjects = read[i].sourceObjects;
+        ASSERT_EQ(read[i].edges.size(), expected[i].edges.size());
+        for (std::size_t k = 0; k < read[i].edges.size(); ++k) {
+            HatchEdge& e = expected[i].edges[k];
+            EXPECT_NEAR(read[i].edges[k].startAngle, e.startAngle, 1e-12);
+            EXPECT_NEAR(read[i].edges[k].endAngle, e.endAngle, 1e-12);
+            e.startAngle = read[i].edges[k].startAngle, e.endAngle = read[i].edges[k].endAngle;
+        }
+    }
+    EXPECT_EQ(read, expected);
+}
+
+void expectSamePatternLines(const std::vector<HatchPatternLine>& read,
+                            std::vector<HatchPatternLine> expected) {
+    ASSERT_EQ(read.size(), expected.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        EXPECT_NEAR(read[i].angle, expected[i].angle, 1e-12);
+        expected[i].angle = read[i].angle;
+    }
+    EXPECT_EQ(read, expected);
+}
+
+TEST(EntityDeclarations, HatchLoopsOfEveryKindPatternsAndSeedsComeBack) {
+    Database db;
+    ObjectId boundary;
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Line>(Point3d(0, 0), Point3d(4, 0)), &boundary);
+
+    auto hatch = std::make_unique<Hatch>();
+    hatch->setPattern(Hatch::PatternType::Custom, "MINE");
+    hatch->setPatternScale(2);
+    hatch->setPatternAngle(0.5);
+    hatch->setPatternDouble(true);
+    hatch->setStyle(Hatch::Style::Outer);
+    hatch->setAssociative(true);
+    hatch->setPatternLines({{0.25, {0, 0}, {0, 1}, {0.5, -0.25, 0.0}}, {1.0, {1, 2}, {-0.5, 0.5}, {}}});
+    HatchLoop polyline;
+    polyline.flags = HatchLoop::kExternal | HatchLoop::kPolyline;
+    polyline.vertices = {{{0, 0}, 0}, {{4, 0}, 0.5}, {{4, 4}, 0}};
+    polyline.sourceObjects = {boundary};
+    hatch->appendLoop(polyline);
+
+    HatchLoop edges;
+    edges.flags = HatchLoop::kOutermost;
+    HatchEdge line;
+    line.start = {1, 1}, line.end = {2, 1};
+    HatchEdge arc;
+    arc.type = HatchEdge::Type::CircularArc;
+    arc.center = {2, 2}, arc.radius = 1, arc.startAngle = 0.2, arc.endAngle = 1.2,
+    arc.counterClockwise = false;
+    HatchEdge ellipse;
+    ellipse.type = HatchEdge::Type::EllipticArc;
+    ellipse.center = {3, 3}, ellipse.majorAxis = {2, 0}, ellipse.ratio = 0.5, ellipse.startAngle = 0;
+    ellipse.endAngle = kTwoPi;
+    HatchEdge rational;
+    rational.type = HatchEdge::Type::Spline;
+    rational.degree = 2, rational.rational = true;
+    rational.knots = {0, 0, 0, 1, 1, 1};
+    rational.controlPoints = {{0, 0}, {1, 2}, {2, 0}};
+    rational.weights = {1, 0.5, 1};
+    HatchEdge fitted;
+    fitted.type = HatchEdge::Type::Spline;
+    fitted.knots = {0, 0, 0, 0, 1, 1, 1, 1};
+    fitted.controlPoints = {{0, 0}, {1, 1}, {2, 1}, {3, 0}};
+    fitted.fitPoints = {{0, 0}, {3, 0}};
+    fitted.startTangent = {1, 1}, fitted.endTangent = {1, -1};
+    edges.edges = {line, arc, ellipse, rational, fitted};
+    hatch->appendLoop(edges);
+    hatch->setSeedPoints({{1, 1}, {2, 3}});
+    const Hatch original = *hatch;
+    db.appendEntity(db.modelSpaceId(), std::move(hatch));
+
+    auto back = reread(db);
+    ASSERT_TRUE(back);
+    auto* read = only<Hatch>(*back);
+    ASSERT_TRUE(read);
+    expectSameLoops(read->loops(), original.loops());
+    expectSamePatternLines(read->patternLines(), original.patternLines());
+    EXPECT_EQ(read->seedPoints(), original.seedPoints());
+    EXPECT_EQ(read->patternName(), "MINE");
+    EXPECT_EQ(read->patternType(), Hatch::PatternType::Custom);
+    EXPECT_EQ(read->style(), Hatch::Style::Outer);
+    EXPECT_TRUE(read->patternDouble());
+    EXPECT_TRUE(read->associative());
+    EXPECT_EQ(read->patternScale(), 2);
+    EXPECT_NEAR(read->patternAngle(), 0.5, 1e-12);
+    ASSERT_EQ(read->loops()[0].sourceObjects.size(), 1u);
+    EXPECT_EQ(read->loops()[0].sourceObjects[0].handle(), boundary.handle())
+        << "references resolve after loading";
+    EXPECT_EQ(writeDxf(*back), writeDxf(db));
+}
+
+TEST(EntityDeclarations, HatchConditionsFollowFillAndEdgeType) {
+    Database db;
+    auto solid = std::make_unique<Hatch>();
+    HatchLoop loop;
+    loop.flags = HatchLoop::kExternal | HatchLoop::kPolyline;
+    loop.vertices = {{{0, 0}, 0}, {{1, 0}, 0}, {{1, 1}, 0}};
+    solid->appendLoop(loop);
+    db.appendEntity(db.modelSpaceId(), std::move(solid));
+    const std::string record = recordOf(writeDxf(db), "AcDbHatch");
+    ASSERT_FALSE(record.empty());
+    EXPECT_EQ(record.find("\n 52\n"), std::string::npos) << "a solid fill has no pattern groups";
+    EXPECT_EQ(record.find("\n 78\n"), std::string::npos);
+    EXPECT_EQ(record.find("\n 42\n"), std::string::npos) << "a loop without bulges has no bulge groups";
+
+    // A file that gives pattern groups for a solid fill is read all the same, and so is a bulge in a loop
+    // whose flag says it has none; an edge type out of range is taken for a line.
+    auto read = readText(
+        "0\nHATCH\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbHatch\n10\n0\n20\n0\n30\n0\n2\nSOLID\n70\n1\n71\n0"
+        "\n91\n2\n"
+        "92\n2\n72\n0\n73\n1\n93\n2\n10\n0\n20\n0\n42\n0.5\n10\n1\n20\n0\n97\n0\n"
+        "92\n1\n93\n1\n72\n9\n10\n5\n20\n6\n11\n7\n21\n8\n97\n0\n"
+        "75\n0\n76\n1\n52\n30\n41\n3\n77\n0\n78\n0\n98\n0\n");
+    ASSERT_TRUE(read);
+    auto* hatch = only<Hatch>(*read);
+    ASSERT_TRUE(hatch);
+    EXPECT_NEAR(hatch->patternAngle(), kPi / 6, 1e-12);
+    EXPECT_EQ(hatch->patternScale(), 3);
+    ASSERT_EQ(hatch->numLoops(), 2u);
+    ASSERT_EQ(hatch->loops()[0].vertices.size(), 2u);
+    EXPECT_EQ(hatch->loops()[0].vertices[0].bulge, 0.5);
+    EXPECT_FALSE(hatch->extras()) << "every group was taken";
+    EXPECT_NE(recordOf(writeDxf(*read), "AcDbHatch").find("\n 92\n2\n 72\n1\n"), std::string::npos)
+        << "written back, the flag says there are bulges";
+    ASSERT_EQ(hatch->loops()[1].edges.size(), 1u);
+    const HatchEdge& edge = hatch->loops()[1].edges[0];
+    EXPECT_EQ(edge.type, HatchEdge::Type::Line);
+    EXPECT_EQ(edge.start, Point2d(5, 6));
+    EXPECT_EQ(edge.end, Point2d(7, 8));
+}
+
+TEST(EntityDeclarations, PolylineVerticesKeepIdsWidthsAndFlags) {
+    Database db;
+    auto pl = std::make_unique<Polyline>();
+    pl->setVertices({{{0, 0}, 0.5, 0.1, 0.2, 4000000000u}, {{1, 0}, 0, 0, 0, 0}, {{1, 1}, -1, 0, 0.3, 7}});
+    pl->setPlinegen(true);
+    db.appendEntity(db.modelSpaceId(), std::move(pl));
+    const std::string record = recordOf(writeDxf(db), "AcDbPolyline");
+    EXPECT_EQ(countOf(record, "\n 91\n"), 2u) << "an id is written only when there is one";
+    EXPECT_EQ(countOf(record, "\n 40\n"), 2u) << "widths only where they are not both zero";
+    auto back = reread(db);
+    ASSERT_TRUE(back);
+    auto* read = only<Polyline>(*back);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->vertices(), only<Polyline>(db)->vertices());
+    EXPECT_TRUE(read->hasPlinegen());
+    EXPECT_FALSE(read->isClosed());
+
+    // Vertex groups in another order than ours, and a count that claims more vertices than there are.
+    auto other = readText(
+        "0\nLWPOLYLINE\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbPolyline\n90\n1000000\n70\n1\n"
+        "10\n0\n20\n0\n42\n1\n41\n2\n40\n3\n10\n5\n20\n0\n210\n0\n220\n0\n230\n1\n");
+    ASSERT_TRUE(other);
+    auto* reordered = only<Polyline>(*other);
+    ASSERT_TRUE(reordered);
+    ASSERT_EQ(reordered->numVerts(), 2u);
+    EXPECT_EQ(reordered->vertices()[0], (Polyline::Vertex{{0, 0}, 1, 3, 2, 0}));
+    EXPECT_TRUE(reordered->isClosed());
+    EXPECT_FALSE(reordered->extras()) << "every group was taken";
+}
+
+TEST(EntityDeclarations, SplineCountsBoundTheirListsAndWhatTheyLeaveOutIsKept) {
+    Database db;
+    auto spline = std::make_unique<Spline>();
+    spline->setNurbsData(3, {{0, 0}, {1, 2}, {3, 3}, {4, 0}}, {0, 0, 0, 0, 1, 1, 1, 1}, {1, 0.5, 2, 1});
+    spline->setFitData({{0, 0}, {4, 0}}, Vector3d(1, 0, 0), Vector3d(0, -1, 0), 0.01);
+    db.appendEntity(db.modelSpaceId(), std::move(spline));
+    auto back = reread(db);
+    ASSERT_TRUE(back);
+    auto* read = only<Spline>(*back);
+    ASSERT_TRUE(read);
+    const Spline* original = only<Spline>(db);
+    EXPECT_EQ(read->knots(), original->knots());
+    EXPECT_EQ(read->weights(), original->weights());
+    EXPECT_EQ(read->controlPoints(), original->controlPoints());
+    EXPECT_EQ(read->fitPoints(), original->fitPoints());
+    EXPECT_EQ(read->startTangent(), Vector3d(1, 0, 0));
+    EXPECT_EQ(read->fitTolerance(), 0.01);
+
+    // A file claiming two knots of four: two are read, the others kept and written again.
+    auto other = readText(
+        "0\nSPLINE\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbSpline\n70\n8\n71\n1\n72\n2\n73\n2\n74\n0\n"
+        "40\n0\n40\n0\n40\n1\n40\n1\n10\n0\n20\n0\n30\n0\n10\n1\n20\n1\n30\n0\n");
+    ASSERT_TRUE(other);
+    auto* claimed = only<Spline>(*other);
+    ASSERT_TRUE(claimed);
+    EXPECT_EQ(claimed->knots(), (std::vector<double>{0, 0}));
+    EXPECT_EQ(claimed->controlPoints().size(), 2u);
+    const std::string saved = writeDxf(*other);
+    EXPECT_EQ(countOf(recordOf(saved, "AcDbSpline"), "\n 40\n"), 4u) << "no knot is lost";
+    DxfReadResult again = readDxf(saved);
+    ASSERT_TRUE(again.database);
+    EXPECT_EQ(writeDxf(*again.database), saved);
+}
+
+TEST(EntityDeclarations, MultilineTextDirectionStyleAndChunks) {
+    // A direction given as a rotation is written back as one; a bad attachment reads as top left; text comes
+    // in chunks; a missing style means "Standard".
+    auto read = readText(
+        "0\nMTEXT\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbMText\n10\n1\n20\n2\n30\n0\n40\n2.5\n71\n12\n"
+        "3\nfirst part, \n3\nsecond part, \n1\nlast part\n210\n0\n220\n0\n230\n-1\n50\n90\n");
+    ASSERT_TRUE(read);
+    auto* mtext = only<MText>(*read);
+    ASSERT_TRUE(mtext);
+    EXPECT_EQ(mtext->contents(), "first part, second part, last part");
+    EXPECT_EQ(mtext->attachment(), MText::Attachment::TopLeft);
+    EXPECT_EQ(mtext->textStyle(), read->textStyleTable()->getAt("Standard"));
+    EXPECT_TRUE(mtext->direction().isEqualTo(Vector3d(0, 1, 0), 1e-12))
+        << "90 degrees in a plane seen from below is the world's y axis";
+    const std::string record = recordOf(writeDxf(*read), "AcDbMText");
+    EXPECT_NE(record.find("\n 50\n90.0\n"), std::string::npos) << record;
+    EXPECT_EQ(record.find("\n 11\n"), std::string::npos);
+
+    // Set by a direction, it is written as one.
+    {
+        auto ref = openObject<MText>(mtext->objectId(), OpenMode::ForWrite);
+        ref->setDirection(Vector3d(1, 1, 0));
+    }
+    const std::string changed = writeDxf(*read);
+    EXPECT_NE(recordOf(changed, "AcDbMText").find("\n 11\n"), std::string::npos);
+    EXPECT_EQ(recordOf(changed, "AcDbMText").find("\n 50\n"), std::string::npos);
+    DxfReadResult again = readDxf(changed);
+    ASSERT_TRUE(again.database);
+    EXPECT_TRUE(only<MText>(*again.database)->direction().isEqualTo(Vector3d(1, 1, 0).normalized(), 1e-12));
+}
+
+}  // namespace
+}  // namespace vela::db
