@@ -109,29 +109,6 @@ BlockName uniqueBlockName(const db::SymbolTable& blocks, const QString& wanted) 
     }
 }
 
-// The database models no block behaviour flags; they are the BLOCK_RECORD groups 280 (explodable) and 281
-// (1 = scale uniformly), kept with the record's other unmodelled groups and written back to files from there.
-void setBlockRecordGroup(db::BlockTableRecord& block, int code, bool value) {
-    static const std::string kSection = "AcDbBlockTableRecord";
-    std::vector<db::DxfTag>& tags = block.editExtras().keptTags;
-    const db::DxfTag group{code, value ? "1" : "0"};
-    auto marker = std::find_if(tags.begin(), tags.end(),
-                               [](const db::DxfTag& t) { return t.code == 100 && t.value == kSection; });
-    if (marker == tags.end()) {
-        tags.push_back({100, kSection});
-        tags.push_back(group);
-        return;
-    }
-    auto it = std::next(marker);
-    for (; it != tags.end() && it->code != 100; ++it) {
-        if (it->code == code) {
-            *it = group;
-            return;
-        }
-    }
-    tags.insert(it, group);
-}
-
 // Fills the new definition with copies of the entities, moved so that the base point lands on its origin,
 // erases the originals and puts a reference to the block at the base point in model space.
 db::ObjectId populateBlock(db::Database& database, const std::vector<db::ObjectId>& ids, db::ObjectId blockId,
@@ -209,11 +186,9 @@ QJsonObject createBlock(host::CommandContext& context, const QJsonObject& attrib
             record->setComments(
                 properties::PlainText(attributes.value(QStringLiteral("description"))).toStdString());
         if (attributes.contains(QStringLiteral("explodable")))
-            setBlockRecordGroup(*record, 280,
-                                properties::Truth(attributes.value(QStringLiteral("explodable"))));
+            record->setExplodable(properties::Truth(attributes.value(QStringLiteral("explodable"))));
         if (attributes.contains(QStringLiteral("uniformScaling")))
-            setBlockRecordGroup(*record, 281,
-                                properties::Truth(attributes.value(QStringLiteral("uniformScaling"))));
+            record->setScaledUniformly(properties::Truth(attributes.value(QStringLiteral("uniformScaling"))));
         db::ObjectId blockId;
         if (const db::ErrorStatus es =
                 database->addRecord(database->blockTableId(), std::move(record), &blockId);
