@@ -7,14 +7,10 @@
 
 #include "commands/commands.h"
 #include "db/database.h"
-#include "db/entities/arc.h"
-#include "db/entities/block_reference.h"
-#include "db/entities/circle.h"
-#include "db/entities/ellipse.h"
-#include "db/entities/line.h"
 #include "db/support/support_path.h"
 #include "host/command_context.h"
 #include "host/document.h"
+#include "host/property_protocol/geometry_edits.h"
 #include "properties/color_text.h"
 #include "properties/linescale_text.h"
 #include "properties/lineweight_text.h"
@@ -84,121 +80,29 @@ std::optional<db::Point3d> readPoint(const QString& text, const db::Point3d& cur
     return db::Point3d(p.x.value_or(0.0), p.y.value_or(0.0), p.parts > 2 ? p.z.value_or(0.0) : current.z);
 }
 
-/// The one routine behind every point property: read the value against the current point, then set it.
-template <class Get, class Set>
-void applyPoint(const QString& text, Get get, Set set) {
-    if (const std::optional<db::Point3d> point = readPoint(text, get())) set(*point);
-}
-
-db::Point3d asPoint(const db::Vector3d& v) {
-    return {v.x, v.y, v.z};
-}
-
-// The geometric properties of each class. Refusals by the database (a zero scale factor, a major axis that
-// leaves the ellipse's plane) change nothing and, like every geometric property, say nothing.
-
-void applyLine(db::Line& line, const QString& name, const QString& value) {
-    if (name == QLatin1String("StartPoint"))
-        applyPoint(
-            value, [&] { return line.startPoint(); }, [&](const db::Point3d& p) { line.setStartPoint(p); });
-    else if (name == QLatin1String("EndPoint"))
-        applyPoint(
-            value, [&] { return line.endPoint(); }, [&](const db::Point3d& p) { line.setEndPoint(p); });
-}
-
-template <class CircleOrArc>
-bool applyCenterAndRadius(CircleOrArc& curve, const QString& name, const QString& value) {
-    if (name == QLatin1String("Center")) {
-        applyPoint(
-            value, [&] { return curve.center(); }, [&](const db::Point3d& p) { curve.setCenter(p); });
-        return true;
-    }
-    if (name == QLatin1String("Radius")) {
-        if (const std::optional<double> r = readNumber(value); r && *r > 0) curve.setRadius(*r);
-        return true;
-    }
-    return false;
-}
-
-void applyArc(db::Arc& arc, const QString& name, const QString& value) {
-    if (applyCenterAndRadius(arc, name, value)) return;
-    if (name == QLatin1String("StartAngle")) {
-        if (const std::optional<double> a = readNumber(value)) arc.setStartAngle(*a);
-    } else if (name == QLatin1String("EndAngle")) {
-        if (const std::optional<double> a = readNumber(value)) arc.setEndAngle(*a);
-    }
-}
-
-void applyEllipse(db::Ellipse& ellipse, const QString& name, const QString& value) {
-    // An elliptic arc keeps its parameters, so changing the axes does not turn it into a full ellipse.
-    const auto reshape = [&](const db::Vector3d& majorAxis, double ratio) {
-        ellipse.set(ellipse.center(), ellipse.normal(), majorAxis, ratio, ellipse.startParam(),
-                    ellipse.endParam());
-    };
-    if (name == QLatin1String("Center")) {
-        applyPoint(
-            value, [&] { return ellipse.center(); }, [&](const db::Point3d& p) { ellipse.setCenter(p); });
-    } else if (name == QLatin1String("MajorAxis")) {
-        applyPoint(
-            value, [&] { return asPoint(ellipse.majorAxis()); },
-            [&](const db::Point3d& p) { reshape(p.asVector(), ellipse.radiusRatio()); });
-    } else if (name == QLatin1String("MinorAxisRatio")) {
-        if (const std::optional<double> r = readNumber(value); r && *r > 0 && *r <= 1)
-            reshape(ellipse.majorAxis(), *r);
-    }
-}
-
-void applyBlockReference(db::BlockReference& ref, const QString& name, const QString& value) {
-    const auto setCoordinate = [&](double db::Point3d::*coordinate) {
-        if (const std::optional<double> v = readNumber(value)) {
-            db::Point3d p = ref.position();
-            p.*coordinate = *v;
-            ref.setPosition(p);
-        }
-    };
-    const auto setFactor = [&](double db::Vector3d::*factor) {
-        if (const std::optional<double> v = readNumber(value); v && *v != 0) {
-            db::Vector3d s = ref.scaleFactors();
-            s.*factor = *v;
-            ref.setScaleFactors(s);
-        }
-    };
-    if (name == QLatin1String("Position")) {
-        applyPoint(
-            value, [&] { return ref.position(); }, [&](const db::Point3d& p) { ref.setPosition(p); });
-    } else if (name == QLatin1String("Position X")) {
-        setCoordinate(&db::Point3d::x);
-    } else if (name == QLatin1String("Position Y")) {
-        setCoordinate(&db::Point3d::y);
-    } else if (name == QLatin1String("Position Z")) {
-        setCoordinate(&db::Point3d::z);
-    } else if (name == QLatin1String("ScaleFactors")) {
-        // No range check here: a part that does not read is 0, and the database refuses a zero factor.
-        const properties::PointText p = properties::ReadPointText(value);
-        const double x = p.x.value_or(0.0);
-        ref.setScaleFactors(
-            db::Vector3d(x, p.parts > 1 ? p.y.value_or(0.0) : x, p.parts > 2 ? p.z.value_or(0.0) : x));
-    } else if (name == QLatin1String("Scale X")) {
-        setFactor(&db::Vector3d::x);
-    } else if (name == QLatin1String("Scale Y")) {
-        setFactor(&db::Vector3d::y);
-    } else if (name == QLatin1String("Scale Z")) {
-        setFactor(&db::Vector3d::z);
-    }
-}
-
+/// Sets a geometric property from its text, as the entity's class defines it: the nearest class the entity is
+/// a kind of decides which names mean something. Refusals by the database (a zero scale factor, a major axis
+/// that leaves the ellipse's plane) change nothing and, like every geometric property, say nothing.
 void applyGeometry(db::Entity& entity, const QString& name, const QString& value) {
-    // The first of these classes that the entity is a kind of decides which names mean something.
-    if (auto* line = db::objectCast<db::Line>(&entity))
-        applyLine(*line, name, value);
-    else if (auto* circle = db::objectCast<db::Circle>(&entity))
-        applyCenterAndRadius(*circle, name, value);
-    else if (auto* arc = db::objectCast<db::Arc>(&entity))
-        applyArc(*arc, name, value);
-    else if (auto* ellipse = db::objectCast<db::Ellipse>(&entity))
-        applyEllipse(*ellipse, name, value);
-    else if (auto* ref = db::objectCast<db::BlockReference>(&entity))
-        applyBlockReference(*ref, name, value);
+    const host::GeometryEdit* edit = host::findGeometryEdit(entity.isA(), name);
+    if (!edit) return;
+    switch (edit->value) {
+        case host::GeometryValue::Point:
+            if (const std::optional<db::Point3d> p = readPoint(value, edit->current(entity)))
+                edit->setPoint(entity, *p);
+            break;
+        case host::GeometryValue::Number:
+            if (const std::optional<double> v = readNumber(value)) edit->setNumber(entity, *v);
+            break;
+        case host::GeometryValue::ScaleFactors: {
+            // A part that does not read is 0, which the database refuses.
+            const properties::PointText p = properties::ReadPointText(value);
+            const double x = p.x.value_or(0.0);
+            edit->setPoint(entity, db::Point3d(x, p.parts > 1 ? p.y.value_or(0.0) : x,
+                                               p.parts > 2 ? p.z.value_or(0.0) : x));
+            break;
+        }
+    }
 }
 
 /// Geometric properties never produce a message: one the database will not take changes nothing.
