@@ -105,8 +105,7 @@ class DxfInput {
     /// Leaves the item entered last, back to the part around the list.
     void endItem(List& list);
 
-    /// A step to run after all fields are read (converting coordinates that depend on a later group).
-    void afterReading(std::function<void()> step) { finishers_.push_back(std::move(step)); }
+    /// Runs the steps left for the end of reading (see afterLoading).
     void finish();
     /// A step to run when the whole file is read (resolving references to objects that come later). Without a
     /// loader-wide list the step runs at finish().

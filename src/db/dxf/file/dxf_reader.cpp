@@ -663,13 +663,13 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             sub.line = tag.line;
             if (!readRecord(sub)) return false;
             sub.hasOwner = false;
-            auto raw = std::make_unique<RawEntity>(sub.type);
-            RawEntity& r = *raw;
-            decode(r, sub);
+            std::unique_ptr<Entity> follower = makeEntity(sub.type);
+            Entity& f = *follower;
+            decode(f, sub);
             checkHandle(sub);
             ObjectId subId;
-            const ErrorStatus es = db_->addObject(std::move(raw), id, &subId, sub.handle);
-            afterAdding(r, sub, es);
+            const ErrorStatus es = db_->addObject(std::move(follower), id, &subId, sub.handle);
+            afterAdding(f, sub, es);
             if (es == ErrorStatus::Ok)
                 followers.push_back(subId);
             else
