@@ -93,8 +93,8 @@ void edgeFields(Io& io, Edge& e) {
         io.i32(94, e.degree);
         io.boolean(73, e.rational);
         io.boolean(74, e.periodic);
-        const std::size_t knots = io.count(95, e.knots);
-        const std::size_t points = io.count(96, e.controlPoints);
+        const ListCount knots = io.count(95, e.knots);
+        const ListCount points = io.count(96, e.controlPoints);
         io.items(
             40, e.knots, [](auto& io, auto& k) { io.real(40, k); }, knots);
         io.converted([&] { return weightedPoints(e); },

@@ -14,7 +14,7 @@ template <class Io, class Self>
 void Polyline::dxfFields(Io& io, Self& self) {
     entityFields(io, self);
     io.subclass("AcDbPolyline");
-    const std::size_t count = io.count(90, self.vertices_);
+    const ListCount count = io.count(90, self.vertices_);
     io.bits(70, {{1, self.closed_}, {128, self.plinegen_}});
     io.real(43, self.constantWidth_, 0.0);
     io.real(38, self.elevation_, 0.0);

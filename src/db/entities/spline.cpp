@@ -17,9 +17,9 @@ void Spline::dxfFields(Io& io, Self& self) {
     io.i16(70, self.flags_);
     io.i16(71, self.degree_);
     // The counts come first, their lists after the tolerances and tangents.
-    const std::size_t knots = io.count(72, self.knots_);
-    const std::size_t points = io.count(73, self.controlPoints_);
-    const std::size_t fitPoints = io.count(74, self.fitPoints_);
+    const ListCount knots = io.count(72, self.knots_);
+    const ListCount points = io.count(73, self.controlPoints_);
+    const ListCount fitPoints = io.count(74, self.fitPoints_);
     io.real(42, self.knotTolerance_);
     io.real(43, self.controlPointTolerance_);
     io.optional(!self.fitPoints_.empty(), [&] { io.real(44, self.fitTolerance_); });
@@ -89,9 +89,11 @@ Point3d Spline::evaluate(double t) const {
         double x, y, z, w;
     };
     std::vector<H> d(static_cast<std::size_t>(p) + 1);
+    // Weights count only when there is one per point; a file may give another number of them.
+    const bool weighted = weights_.size() == n;
     for (int j = 0; j <= p; ++j) {
         const std::size_t i = k - static_cast<std::size_t>(p) + static_cast<std::size_t>(j);
-        const double w = weights_.empty() ? 1.0 : weights_[i];
+        const double w = weighted ? weights_[i] : 1.0;
         d[static_cast<std::size_t>(j)] = {controlPoints_[i].x * w, controlPoints_[i].y * w,
                                           controlPoints_[i].z * w, w};
     }

@@ -107,7 +107,7 @@ void LinetypeTableRecord::dxfFields(Io& io, Self& self) {
     io.str(3, self.comments_);
     std::int16_t alignment = 65;  // 'A'
     io.i16(72, alignment);
-    const std::size_t count = io.count(73, self.dashes_);
+    const ListCount count = io.count(73, self.dashes_);
     io.real(40, self.patternLength_);
     io.items(
         49, self.dashes_,

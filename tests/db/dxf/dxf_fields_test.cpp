@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,7 +32,7 @@ struct Sample {
     static void fields(Io& io, Self& self) {
         io.subclass("AcDbSample");
         io.str(2, self.name);
-        const std::size_t knots = io.count(72, self.knots);
+        const ListCount knots = io.count(72, self.knots);
         io.boolean(70, self.hasBulges);
         io.list(90, 10, self.items, [&](auto& io, auto& item) {
             io.point2(10, item.point);
@@ -144,18 +145,19 @@ TEST(DxfFields, ConditionsDecideWhatIsWrittenAndWhatIsRead) {
 }
 
 TEST(DxfFields, ItemsEndWhereTheNextBeginsAndTheirFieldsComeInAnyOrder) {
-    // The second item gives its groups in another order; an unknown group inside an item is kept.
+    // The second item gives its groups in another order (its dashes after their count, as lists always
+    // are); an unknown group inside an item is kept.
     const Read r = read(text({{100, "AcDbSample"},
                               {70, "1"},
                               {10, "1"},
                               {20, "2"},
                               {10, "3"},
                               {20, "4"},
+                              {79, "1"},
                               {49, "7"},
                               {44, "0.4"},
                               {999, "a note"},
                               {42, "-1"},
-                              {79, "1"},
                               {43, "0.3"},
                               {10, "5"},
                               {20, "6"}}));
@@ -170,6 +172,37 @@ TEST(DxfFields, ItemsEndWhereTheNextBeginsAndTheirFieldsComeInAnyOrder) {
     ASSERT_EQ(ended.sample.items.size(), 1u);
     EXPECT_EQ(ended.kept.keptTags,
               (std::vector<DxfTag>{{100, "AcDbSample"}, {999, "between"}, {10, "3"}, {20, "4"}}));
+}
+
+TEST(DxfFields, AFieldGivenTwiceInOneItemIsTakenOnce) {
+    // Kept, the second start width would be written at the end of the section and read as the start width of
+    // the last item next time; it is reported and dropped instead.
+    const Read r = read(text({{100, "AcDbSample"},
+                              {90, "2"},
+                              {10, "1"},
+                              {20, "2"},
+                              {43, "0.5"},
+                              {43, "0.7"},
+                              {44, "0.9"},
+                              {10, "3"},
+                              {20, "4"}}));
+    ASSERT_EQ(r.sample.items.size(), 2u);
+    EXPECT_EQ(r.sample.items[0].startWidth, 0.5);
+    EXPECT_EQ(r.sample.items[1].startWidth, 0.0);
+    EXPECT_TRUE(r.kept.keptTags.empty());
+    ASSERT_EQ(r.errors.size(), 1u);
+    EXPECT_NE(r.errors[0].find("group code 43"), std::string::npos) << r.errors[0];
+    const std::string once = write(r.sample, &r.kept);
+    const Read again = read(once);
+    EXPECT_EQ(again.sample, r.sample);
+    EXPECT_EQ(write(again.sample, &again.kept), once);
+
+    // Another item's groups are not this item's repeats, nor are groups after the last one it took.
+    const Read separate = read(
+        text({{100, "AcDbSample"}, {10, "1"}, {20, "2"}, {43, "0.5"}, {10, "3"}, {20, "4"}, {43, "0.7"}}));
+    ASSERT_EQ(separate.sample.items.size(), 2u);
+    EXPECT_EQ(separate.sample.items[1].startWidth, 0.7);
+    EXPECT_TRUE(separate.errors.empty());
 }
 
 TEST(DxfFields, MalformedCountsNeitherOverreadNorAllocate) {

@@ -254,6 +254,19 @@ TEST(EntityDeclarations, SplineCountsBoundTheirListsAndWhatTheyLeaveOutIsKept) {
     DxfReadResult again = readDxf(saved);
     ASSERT_TRUE(again.database);
     EXPECT_EQ(writeDxf(*again.database), saved);
+
+    // Fewer weights than points: the curve is measured as if it had none.
+    auto weights = readText(
+        "0\nSPLINE\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbSpline\n70\n12\n71\n1\n72\n4\n73\n2\n"
+        "40\n0\n40\n0\n40\n1\n40\n1\n41\n2\n10\n0\n20\n0\n30\n0\n10\n4\n20\n2\n30\n0\n");
+    ASSERT_TRUE(weights);
+    auto* partly = only<Spline>(*weights);
+    ASSERT_TRUE(partly);
+    EXPECT_EQ(partly->weights().size(), 1u);
+    Extents3d box;
+    ASSERT_EQ(partly->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.minPoint().isEqualTo({0, 0, 0}));
+    EXPECT_TRUE(box.maxPoint().isEqualTo({4, 2, 0}));
 }
 
 TEST(EntityDeclarations, MultilineTextDirectionStyleAndChunks) {

@@ -201,13 +201,13 @@ bool DxfInput::readVector3d(int code, Vector3d& value) {
     return true;
 }
 
-DxfInput::List DxfInput::beginList(int itemCode) {
+DxfInput::List DxfInput::beginList(int itemCode, std::size_t from) {
     if (sectionBegin_ == 0 && sectionEnd_ == 0) find(itemCode);  // settles the part before any marker
     List list;
     list.itemCode = itemCode;
     list.outerBegin = sectionBegin_, list.outerEnd = sectionEnd_;
     list.next = sectionEnd_;
-    for (std::size_t i = sectionBegin_; i < sectionEnd_; ++i)
+    for (std::size_t i = std::max(sectionBegin_, from); i < sectionEnd_; ++i)
         if (groups_[i].code == itemCode && !groups_[i].used) {
             list.next = i;
             break;
@@ -229,16 +229,30 @@ bool DxfInput::nextItem(List& list) {
     std::size_t end = at + 1;
     while (end < list.outerEnd && (groups_[end].code != list.itemCode || groups_[end].used)) ++end;
     sectionBegin_ = at, sectionEnd_ = end;
+    list.item = at;
     list.next = at + 1;  // an item that takes nothing still moves the list on
     list.outerLastTaken = lastTaken_;
     lastTaken_ = at;
+    list.outerCodes = std::move(itemCodes_);
+    list.outerInItem = inItem_;
+    itemCodes_.clear();
+    inItem_ = true;
     return true;
 }
 
 void DxfInput::endItem(List& list) {
+    for (std::size_t i = list.item; i <= lastTaken_ && i < groups_.size(); ++i) {
+        Group& g = groups_[i];
+        if (g.used || std::find(itemCodes_.begin(), itemCodes_.end(), g.code) == itemCodes_.end()) continue;
+        g.used = true;
+        errors_.push_back("line " + std::to_string(g.line) + ": group code " + std::to_string(g.code) +
+                          " repeats within one item; the first is used");
+    }
     list.next = std::max(list.next, lastTaken_ + 1);
     sectionBegin_ = list.outerBegin, sectionEnd_ = list.outerEnd;
     lastTaken_ = std::max(lastTaken_, list.outerLastTaken);
+    itemCodes_ = std::move(list.outerCodes);
+    inItem_ = list.outerInItem;
 }
 
 void DxfInput::finish() {

@@ -42,7 +42,9 @@ class DxfInput {
         storage_.clear();
         finishers_.clear();
         errors_.clear();
-        sectionBegin_ = sectionEnd_ = lastTaken_ = 0;
+        sectionBegin_ = sectionEnd_ = lastTaken_ = lastUsed_ = 0;
+        inItem_ = false;
+        itemCodes_.clear();
         lastSubclass_.clear();
         unmarked_.clear();
     }
@@ -85,24 +87,30 @@ class DxfInput {
     struct List {
         int itemCode = 0;
         std::size_t next = 0;                      // where the next item may start
+        std::size_t item = 0;                      // where the item being read starts
         std::size_t outerBegin = 0, outerEnd = 0;  // the part the list is in
         std::size_t outerLastTaken = 0;
+        std::vector<int> outerCodes;  // codes taken by the item the list is in
+        bool outerInItem = false;
     };
     /// Starts reading a list whose items each begin with a group of `itemCode`: the first item is the first
-    /// unused such group of the current part (section or item). Each item runs up to the next unused group of
-    /// that code or the end of the part; the next item starts right after the last group the item took,
-    /// unused groups skipped, and the list ends where no item starts there.
+    /// unused such group of the current part (section or item) from the group at `from` on (a list's items
+    /// follow its count). Each item runs up to the next unused group of that code or the end of the part; the
+    /// next item starts right after the last group the item took, unused groups skipped, and the list ends
+    /// where no item starts there.
     ///
     /// As DXF lists carry no end mark, the last item runs to the end of the part: a field missing from it is
     /// looked for among the groups after the list. Declarations keep the codes of list items apart from the
     /// codes of groups that follow the list in the same part, as the DXF formats do.
-    List beginList(int itemCode);
+    List beginList(int itemCode, std::size_t from = 0);
     /// An upper bound for the number of items the list can still have, from the groups that are there: what a
     /// reader may reserve, whatever count a file claims.
     std::size_t itemsAvailable(const List& list) const;
     /// Enters the next item, making it the part fields are looked up in; false at the end of the list.
     bool nextItem(List& list);
-    /// Leaves the item entered last, back to the part around the list.
+    /// Leaves the item entered last, back to the part around the list. A field the item gives twice is taken
+    /// once: the later group, among the item's own, is reported and dropped rather than kept, since written
+    /// back after the list it would read as a field of another item.
     void endItem(List& list);
 
     /// Runs the steps left for the end of reading (see afterLoading).
@@ -137,6 +145,9 @@ class DxfInput {
     /// without markers (R12) have their leftover groups filed under the last section the declaration named,
     /// the class's own, which is where a marked file would have had them.
     std::vector<DxfTag> unusedGroups() const;
+    /// The position of the group taken last (by a read of any kind).
+    std::size_t lastUsed() const { return lastUsed_; }
+
     /// Malformed values met so far ("line 12: expected a number for group code 40, found 'abc'").
     const std::vector<std::string>& errors() const { return errors_; }
 
@@ -145,7 +156,9 @@ class DxfInput {
     /// Marks a group taken.
     void use(Group& g) {
         g.used = true;
-        lastTaken_ = std::max(lastTaken_, static_cast<std::size_t>(&g - groups_.data()));
+        lastUsed_ = static_cast<std::size_t>(&g - groups_.data());
+        lastTaken_ = std::max(lastTaken_, lastUsed_);
+        if (inItem_) itemCodes_.push_back(g.code);
     }
     void badValue(const Group& g, const char* expected);
 
@@ -153,7 +166,10 @@ class DxfInput {
     std::vector<Group> groups_;
     std::forward_list<std::string> storage_;  // costs nothing while empty, which it nearly always is
     std::size_t sectionBegin_ = 0, sectionEnd_ = 0;
-    std::size_t lastTaken_ = 0;  // the last group taken, for finding where a list item ends
+    std::size_t lastTaken_ = 0;  // the furthest group taken, for finding where a list item ends
+    std::size_t lastUsed_ = 0;
+    bool inItem_ = false;
+    std::vector<int> itemCodes_;  // codes the item being read took itself (not those of lists in it)
     std::string lastSubclass_;
     std::vector<Section> unmarked_;
     std::vector<std::function<void()>> finishers_;

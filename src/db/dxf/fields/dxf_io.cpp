@@ -6,8 +6,9 @@
 
 namespace vela::db {
 
-void DxfWriteIo::flushKept(const std::string& section) {
+void DxfWriteIo::flushKept() {
     if (!extras_) return;
+    const std::string& section = section_;
     const auto& kept = extras_->keptTags;
     bool inSection = section.empty();
     for (const DxfTag& t : kept) {
@@ -20,7 +21,7 @@ void DxfWriteIo::flushKept(const std::string& section) {
 }
 
 void DxfWriteIo::end() {
-    flushKept(section_);
+    flushKept();
     if (!extras_) return;
     // Sections of classes we do not model come last, with their markers.
     const auto& kept = extras_->keptTags;
@@ -69,10 +70,13 @@ void DxfWriteIo::chunkedText(int lastCode, int chunkCode, const std::string& v) 
     out_.writeString(lastCode, rest);
 }
 
-std::size_t DxfReadIo::readCount(int code) {
+ListCount DxfReadIo::readCount(int code) {
+    ListCount count;
+    const bool present = in_.has(code);
     std::int64_t n = -1;
-    if (!in_.readInt64(code, n) || n < 0) return kNoLimit;
-    return static_cast<std::size_t>(n);
+    if (in_.readInt64(code, n) && n >= 0) count.limit = static_cast<std::size_t>(n);
+    if (present) count.from = in_.lastUsed() + 1;
+    return count;
 }
 
 void DxfReadIo::chunkedText(int lastCode, int chunkCode, std::string& v) {

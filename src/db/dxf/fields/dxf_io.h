@@ -29,15 +29,15 @@ enum class TableKind { Layer, Linetype, TextStyle, DimStyle, Block };
 //
 //     template <class Io, class Self> void Polyline::dxfFields(Io& io, Self& self) {
 //         io.subclass("AcDbPolyline");
-//         const std::size_t count = io.count(90, self.vertices_);
+//         const ListCount count = io.count(90, self.vertices_);
 //         io.real(38, self.elevation_, 0.0);   // not written when it has its default
-//         io.items(10, self.vertices_, count, [](auto& io, auto& v) {
+//         io.items(10, self.vertices_, [](auto& io, auto& v) {
 //             io.point2(10, v.point);
 //             io.optional(v.startWidth != 0.0 || v.endWidth != 0.0, [&] {
 //                 io.real(40, v.startWidth);
 //                 io.real(41, v.endWidth);
 //             });
-//         });
+//         }, count);
 //     }
 //
 // The same declaration then writes files, reads them and feeds the JSON dump of an entity's groups. Besides
@@ -50,6 +50,13 @@ enum class TableKind { Layer, Linetype, TextStyle, DimStyle, Block };
 /// No limit on the items of a list: its count is missing or not to be believed.
 inline constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
+/// What the count group of a list says: at most how many items to read, and from where (items follow their
+/// count; a list without one may start anywhere in its part).
+struct ListCount {
+    std::size_t limit = kNoLimit;
+    std::size_t from = 0;  // index of the first group an item may start at
+};
+
 /// Writes declared groups to a DxfOutput, putting kept groups of a file back in their subclass section.
 class DxfWriteIo {
   public:
@@ -60,7 +67,7 @@ class DxfWriteIo {
 
     DxfOutput& output() { return out_; }
     void subclass(const char* name, int /*occurrence*/ = 0) {
-        flushKept(section_);
+        flushKept();
         out_.writeString(100, name);
         section_ = name;
         written_ += std::string(name) + '\n';
@@ -68,8 +75,7 @@ class DxfWriteIo {
     /// Writes the kept groups of the last section and of sections no declaration named.
     void end();
 
-    // ---- Fields
-    // ----------------------------------------------------------------------------------------------
+    // ---- Fields ----
     void str(int code, const std::string& v) { out_.writeString(code, v); }
     void str(int code, const std::string& v, const char* def) {
         if (v != def) out_.writeString(code, v);
@@ -135,18 +141,17 @@ class DxfWriteIo {
     /// never end inside a UTF-8 character.
     void chunkedText(int lastCode, int chunkCode, const std::string& v);
 
-    // ---- Lists
-    // -----------------------------------------------------------------------------------------------
-    /// The count group of a list (16 or 32 bits as the code's type says); the number of items.
+    // ---- Lists ----
+    /// The count group of a list (16 or 32 bits as the code's type says).
     template <class Vec>
-    std::size_t count(int code, const Vec& items) {
+    ListCount count(int code, const Vec& items) {
         writeCount(code, items.size());
-        return items.size();
+        return {items.size()};
     }
     /// The items of a list, each declared by `item(io, element)`; the first group an item writes is
-    /// `itemCode`.
+    /// `itemCode`. On reading, `count` bounds the items and says where they start.
     template <class Vec, class Fn>
-    void items(int /*itemCode*/, const Vec& items, Fn&& item, std::size_t /*limit*/ = kNoLimit) {
+    void items(int /*itemCode*/, const Vec& items, Fn&& item, ListCount /*count*/ = {}) {
         for (const auto& element : items) item(*this, element);
     }
     /// A counted list: the count group, then the items.
@@ -157,8 +162,7 @@ class DxfWriteIo {
     /// A counted list of references; those that lead nowhere are neither written nor counted.
     void ids(int countCode, int code, const std::vector<ObjectId>& ids);
 
-    // ---- Conditions and forms
-    // --------------------------------------------------------------------------------
+    // ---- Conditions and forms ----
     /// Groups that are there only when `condition` holds, in files and here alike: a flag or a type declared
     /// before them decides.
     template <class Fn>
@@ -197,7 +201,8 @@ class DxfWriteIo {
     }
 
   private:
-    void flushKept(const std::string& section);
+    /// Writes the kept groups of the current section, at its end.
+    void flushKept();
     void writeCount(int code, std::size_t n);
 
     DxfOutput& out_;
@@ -217,8 +222,7 @@ class DxfReadIo {
     void subclass(const char* name, int occurrence = 0) { in_.subclass(name, occurrence); }
     void end() {}
 
-    // ---- Fields
-    // ----------------------------------------------------------------------------------------------
+    // ---- Fields ----
     void str(int code, std::string& v) { in_.readString(code, v); }
     void str(int code, std::string& v, const char*) { in_.readString(code, v); }
     void real(int code, double& v) { in_.readDouble(code, v); }
@@ -275,21 +279,21 @@ class DxfReadIo {
     void symbolOr(int code, ObjectId& v, TableKind kind, const char* defaultName);
     void chunkedText(int lastCode, int chunkCode, std::string& v);
 
-    // ---- Lists
-    // -----------------------------------------------------------------------------------------------
-    /// The count a file gives for a list: kNoLimit when it gives none or a negative one.
+    // ---- Lists ----
+    /// The count a file gives for a list, and where it is; no limit when the file gives none or a negative
+    /// one.
     template <class Vec>
-    std::size_t count(int code, const Vec&) {
+    ListCount count(int code, const Vec&) {
         return readCount(code);
     }
     template <class Vec, class Fn>
-    void items(int itemCode, Vec& items, Fn&& item, std::size_t limit = kNoLimit) {
+    void items(int itemCode, Vec& items, Fn&& item, ListCount count = {}) {
         items.clear();
-        DxfInput::List list = in_.beginList(itemCode);
+        DxfInput::List list = in_.beginList(itemCode, count.from);
         // Room for the items the groups can hold and no more, made once: items never move while they are
         // read, so references resolved after loading can point into them.
-        items.reserve(std::min(limit, in_.itemsAvailable(list)));
-        while (items.size() < limit && in_.nextItem(list)) {
+        items.reserve(std::min(count.limit, in_.itemsAvailable(list)));
+        while (items.size() < count.limit && in_.nextItem(list)) {
             item(*this, items.emplace_back());
             in_.endItem(list);
         }
@@ -302,8 +306,7 @@ class DxfReadIo {
         list(countCode, code, ids, [code](DxfReadIo& io, ObjectId& v) { io.id(code, v); });
     }
 
-    // ---- Conditions and forms
-    // --------------------------------------------------------------------------------
+    // ---- Conditions and forms ----
     template <class Fn>
     void when(bool condition, Fn&& fields) {
         if (condition) fields();
@@ -330,7 +333,7 @@ class DxfReadIo {
     }
 
   private:
-    std::size_t readCount(int code);
+    ListCount readCount(int code);
 
     DxfInput& in_;
 };
