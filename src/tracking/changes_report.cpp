@@ -16,8 +16,8 @@ extern const catalogue::CommandRow kChangesReport = {
     .takesPayload = false,
     .effect = catalogue::Effect::Reads,
     .description =
-        "Reports what changed in the drawing since the last report: objects created, modified (with old and "
-        "new property values) and erased.",
+        "Reports what changed in the drawing since the last report: objects created, modified (with old and"
+        " new property values) and erased.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object"

@@ -14,8 +14,8 @@ extern const catalogue::CommandRow kEvaluateLisp = {
     .notFoundKey = "error",
     .effect = catalogue::Effect::Changes,
     .description =
-        "Evaluates one expression of the CAD LISP dialect in the drawing and answers its printed result with "
-        "everything the evaluation changed.",
+        "Evaluates one expression of the CAD LISP dialect in the drawing and answers its printed result "
+        "with everything the evaluation changed.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

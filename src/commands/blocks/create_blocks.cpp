@@ -262,9 +262,8 @@ extern const catalogue::CommandRow kCreateBlocks = {
     .description =
         "Turns groups of entities into blocks: each block gets copies of the entities listed in "
         "\"entityHandles\" (comma-separated), moved so that \"basePoint\" (else the lower left corner of "
-        "their "
-        "extents) is its origin; the entities are replaced by one reference to the block. A taken name gets "
-        "_1, _2, ... appended.",
+        "their extents) is its origin; the entities are replaced by one reference to the block. A taken "
+        "name gets _1, _2, ... appended.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -293,8 +293,7 @@ extern const catalogue::CommandRow kCreateEntities = {
     .description =
         "Draws new lines, circles, arcs, lightweight polylines and ellipses in model space on the current "
         "layer, and answers each one's handle and the geometry it got. Points are texts \"x,y\" or "
-        "\"x,y,z\"; "
-        "arc angles are radians, the ellipse's rotation is degrees.",
+        "\"x,y,z\"; arc angles are radians, the ellipse's rotation is degrees.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -98,8 +98,8 @@ extern const catalogue::CommandRow kDeleteEntities = {
     .body = deleteEntities,
     .effect = catalogue::Effect::Deletes,
     .description =
-        "Erases the entities named by their handles and lists those erased with their class names. Entities "
-        "on locked layers are left alone and make the answer's success false.",
+        "Erases the entities named by their handles and lists those erased with their class names. Entities"
+        " on locked layers are left alone and make the answer's success false.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -14,19 +14,45 @@ void CJxJsonDxfFiler::add(int code, const QJsonValue& value) {
 void CJxJsonDxfFiler::writeString(int code, std::string_view v) {
     add(code, QString::fromUtf8(v.data(), static_cast<qsizetype>(v.size())));
 }
-void CJxJsonDxfFiler::writeBool(int code, bool v) { add(code, v); }
-void CJxJsonDxfFiler::writeInt8(int code, std::int8_t v) { add(code, static_cast<int>(v)); }
-void CJxJsonDxfFiler::writeInt16(int code, std::int16_t v) { add(code, static_cast<int>(v)); }
-void CJxJsonDxfFiler::writeInt32(int code, std::int32_t v) { add(code, static_cast<qint64>(v)); }
-void CJxJsonDxfFiler::writeInt64(int code, std::int64_t v) { add(code, static_cast<qint64>(v)); }
-void CJxJsonDxfFiler::writeUInt8(int code, std::uint8_t v) { add(code, static_cast<int>(v)); }
-void CJxJsonDxfFiler::writeUInt16(int code, std::uint16_t v) { add(code, static_cast<int>(v)); }
-void CJxJsonDxfFiler::writeUInt32(int code, std::uint32_t v) { add(code, static_cast<qint64>(v)); }
-void CJxJsonDxfFiler::writeDouble(int code, double v) { add(code, v); }
-void CJxJsonDxfFiler::writePoint2d(int code, const db::Point2d& p) { add(code, QJsonArray{p.x, p.y}); }
-void CJxJsonDxfFiler::writePoint3d(int code, const db::Point3d& p) { add(code, QJsonArray{p.x, p.y, p.z}); }
-void CJxJsonDxfFiler::writeVector3d(int code, const db::Vector3d& v) { add(code, QJsonArray{v.x, v.y, v.z}); }
-void CJxJsonDxfFiler::writeHandle(int code, db::Handle h) { add(code, QString::fromStdString(h.toText())); }
+void CJxJsonDxfFiler::writeBool(int code, bool v) {
+    add(code, v);
+}
+void CJxJsonDxfFiler::writeInt8(int code, std::int8_t v) {
+    add(code, static_cast<int>(v));
+}
+void CJxJsonDxfFiler::writeInt16(int code, std::int16_t v) {
+    add(code, static_cast<int>(v));
+}
+void CJxJsonDxfFiler::writeInt32(int code, std::int32_t v) {
+    add(code, static_cast<qint64>(v));
+}
+void CJxJsonDxfFiler::writeInt64(int code, std::int64_t v) {
+    add(code, static_cast<qint64>(v));
+}
+void CJxJsonDxfFiler::writeUInt8(int code, std::uint8_t v) {
+    add(code, static_cast<int>(v));
+}
+void CJxJsonDxfFiler::writeUInt16(int code, std::uint16_t v) {
+    add(code, static_cast<int>(v));
+}
+void CJxJsonDxfFiler::writeUInt32(int code, std::uint32_t v) {
+    add(code, static_cast<qint64>(v));
+}
+void CJxJsonDxfFiler::writeDouble(int code, double v) {
+    add(code, v);
+}
+void CJxJsonDxfFiler::writePoint2d(int code, const db::Point2d& p) {
+    add(code, QJsonArray{p.x, p.y});
+}
+void CJxJsonDxfFiler::writePoint3d(int code, const db::Point3d& p) {
+    add(code, QJsonArray{p.x, p.y, p.z});
+}
+void CJxJsonDxfFiler::writeVector3d(int code, const db::Vector3d& v) {
+    add(code, QJsonArray{v.x, v.y, v.z});
+}
+void CJxJsonDxfFiler::writeHandle(int code, db::Handle h) {
+    add(code, QString::fromStdString(h.toText()));
+}
 
 void CJxJsonDxfFiler::writeObjectId(int code, db::ObjectId id) {
     // A reference is written only when it leads to an object of this drawing.

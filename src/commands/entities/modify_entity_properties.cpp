@@ -320,8 +320,8 @@ extern const catalogue::CommandRow kModifyEntityProperties = {
     .effect = catalogue::Effect::Changes,
     .description =
         "Changes properties of entities named by \"handles\" or, without them, of the selection. General "
-        "properties: Layer, LineColor (index 0-256, #RRGGBB or (r,g,b)), LineType (loaded from the standard "
-        "file when missing), LineWeight (millimetres such as 0.35, ByLayer, ByBlock, Default), LineScale, "
+        "properties: Layer, LineColor (index 0-256, #RRGGBB or (r,g,b)), LineType (loaded from the standard"
+        " file when missing), LineWeight (millimetres such as 0.35, ByLayer, ByBlock, Default), LineScale, "
         "Transparency (alpha 0-255, ByLayer, ByBlock). Geometry: StartPoint, EndPoint, Center, Radius, "
         "StartAngle, EndAngle (radians), MajorAxis, MinorAxisRatio, Position, ScaleFactors, Scale X/Y/Z.",
     .requestSchema = R"json({

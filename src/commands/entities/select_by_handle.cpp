@@ -65,9 +65,8 @@ extern const catalogue::CommandRow kSelectEntityByHandle = {
     .effect = catalogue::Effect::Reads,
     .description =
         "Selects entities of the active space by handle (hexadecimal, \"0x\" allowed) and tells which "
-        "handles "
-        "were selected, which name nothing and which lie in another space. The selection is cleared first "
-        "unless \"clearSelection\" is false.",
+        "handles were selected, which name nothing and which lie in another space. The selection is cleared"
+        " first unless \"clearSelection\" is false.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -71,8 +71,8 @@ extern const catalogue::CommandRow kSummarizeEntities = {
     .body = summarizeEntities,
     .effect = catalogue::Effect::Reads,
     .description =
-        "Dumps entities as their DXF records: for each handle, the record type and every DXF group code with "
-        "its value, exactly as a DXF file would hold them. Handles that name no entity are left out.",
+        "Dumps entities as their DXF records: for each handle, the record type and every DXF group code "
+        "with its value, exactly as a DXF file would hold them. Handles that name no entity are left out.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

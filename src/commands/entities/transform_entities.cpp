@@ -122,8 +122,7 @@ extern const catalogue::CommandRow kTransformEntities = {
         "Moves, rotates, scales or mirrors entities by 4x4 matrices applied in order (keys a00 to a33, row "
         "then column; missing elements keep the identity's). Works on \"handles\" or, without them, on the "
         "selection; with rotateAroundBoundingBoxCenter or scaleAroundBoundingBoxCenter the matrices act "
-        "about "
-        "the center of the entities' common bounding box.",
+        "about the center of the entities' common bounding box.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -83,8 +83,7 @@ extern const catalogue::CommandRow kCreateLayers = {
     .effect = catalogue::Effect::Changes,
     .description =
         "Creates layers with an optional color, linetype, lineweight and on/frozen/locked states, and "
-        "answers "
-        "each layer's handle. A layer that exists already is reported and left unchanged.",
+        "answers each layer's handle. A layer that exists already is reported and left unchanged.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object",

@@ -92,8 +92,7 @@ extern const catalogue::CommandRow kSummarizeLayers = {
     .effect = catalogue::Effect::Reads,
     .description =
         "Lists every layer of the drawing with its handle, color as [red, green, blue], linetype, "
-        "lineweight, "
-        "transparency in percent and its on, frozen and locked states.",
+        "lineweight, transparency in percent and its on, frozen and locked states.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object"
