@@ -26,9 +26,10 @@ void CJxDockWidgetManager::createDock() {
     placement.area = 2;
     placement.allowedAreas = 3;
     placement.size = 200;
-    dock_ = ui->createDockPanel(palette_, QStringLiteral("VELAASSISTANT"),
-                                QCoreApplication::translate("CJxDockWidgetManager", "VELA AI Assist"), placement,
-                                QStringLiteral(":/images/VelaAssistant"), QStringLiteral("vela_assistant"));
+    dock_ =
+        ui->createDockPanel(palette_, QStringLiteral("VELAASSISTANT"),
+                            QCoreApplication::translate("CJxDockWidgetManager", "VELA AI Assist"), placement,
+                            QStringLiteral(":/images/VelaAssistant"), QStringLiteral("vela_assistant"));
     dockCreated_ = dock_ != nullptr;
 }
 

@@ -10,14 +10,14 @@ class DockPanel;
 
 namespace vela::module {
 
-/// Puts the assistant palette into the host's main window as a dock panel once the window exists, and takes it
-/// out again when the window goes. One per process, created on first use.
+/// Puts the assistant palette into the host's main window as a dock panel once the window exists, and takes
+/// it out again when the window goes. One per process, created on first use.
 class CJxDockWidgetManager : public host::EditorReactor {
-public:
+  public:
     static CJxDockWidgetManager& instance();
 
-    /// How the palette widget is made and destroyed: installed by the desktop front end, which owns the widget
-    /// library. Without it no palette can be made and no dock appears.
+    /// How the palette widget is made and destroyed: installed by the desktop front end, which owns the
+    /// widget library. Without it no palette can be made and no dock appears.
     struct PaletteFactory {
         std::function<void*()> create;
         std::function<void(void*)> destroy;
@@ -36,7 +36,7 @@ public:
     bool isDockCreated() const { return dockCreated_; }
     host::DockPanel* dock() const { return dock_; }
 
-private:
+  private:
     CJxDockWidgetManager() = default;
     void createDock();
 

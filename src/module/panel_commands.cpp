@@ -9,13 +9,18 @@
 
 namespace vela::module {
 
-QString CJxCommand::globalName() const { return QLatin1Char('_') + QLatin1String(name_); }
-
-QString CJxCommand::localName() const {
-    return QCoreApplication::translate(className_, name_, "Command Name: Needs to be unique and all uppercase.");
+QString CJxCommand::globalName() const {
+    return QLatin1Char('_') + QLatin1String(name_);
 }
 
-int CJxCommandVelaAssistant::execute(host::CommandContext&) { return CJxDockWidgetManager::instance().showPanel(); }
+QString CJxCommand::localName() const {
+    return QCoreApplication::translate(className_, name_,
+                                       "Command Name: Needs to be unique and all uppercase.");
+}
+
+int CJxCommandVelaAssistant::execute(host::CommandContext&) {
+    return CJxDockWidgetManager::instance().showPanel();
+}
 
 int CJxCommandHideVelaAssistant::execute(host::CommandContext&) {
     return CJxDockWidgetManager::instance().hidePanel();

@@ -2,6 +2,7 @@
 
 #include "commands/commands.h"
 #include "host/command_context.h"
+#include "tracking/tracking.h"
 
 namespace vela::module {
 
@@ -74,6 +75,15 @@ void CJxVelaAssistantAPIImpl::SummarizeLayers(host::CommandContext* context, QJs
 void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                                                 QJsonObject& response) {
     response = run(commands::kSummarizeEntities, request, context);
+}
+
+void CJxVelaAssistantAPIImpl::GetChangesInfo(host::CommandContext* context, QJsonObject& response) {
+    // Without a context there is no drawing to ask about, and nothing is taken from the tracker.
+    if (!context) {
+        response = QJsonObject{{QStringLiteral("error"), QStringLiteral("Invalid command context")}};
+        return;
+    }
+    response = run(tracking::kChangesReport, QJsonDocument(), context);
 }
 
 }  // namespace vela::module

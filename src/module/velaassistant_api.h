@@ -42,6 +42,8 @@ class CJxVelaAssistantAPI {
     virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
     virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                                    QJsonObject& response) = 0;
+    /// What changed in the context's drawing since the last report.
+    virtual void GetChangesInfo(host::CommandContext* context, QJsonObject& response) = 0;
 };
 
 /// What the electrical add-on offers the assistant; the add-on implements and installs it.
@@ -83,6 +85,7 @@ class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {
     void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
     void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                            QJsonObject& response) override;
+    void GetChangesInfo(host::CommandContext* context, QJsonObject& response) override;
 };
 
 }  // namespace vela::module

@@ -1,11 +1,14 @@
 #include "module/velaassistant_module.h"
 
 #include "bridge/electrical_go_to.h"
+#include "commands/commands.h"
+#include "host/command.h"
 #include "host/host.h"
 #include "module/command_table.h"
 #include "module/dock_widget_manager.h"
 #include "module/module_constants.h"
 #include "module/velaassistant_api.h"
+#include "tracking/change_tracker.h"
 
 namespace vela::module {
 
@@ -45,9 +48,14 @@ void CJxVelaAssistantModule::registerCommands() {
     if (registered_) return;
     commands_ = moduleCommands();
     host::CommandStack& stack = host::systemServices().commandStack();
-    // The change tracker starts between the sixteenth and the seventeenth command of the full set, so that it
-    // hears the documents before the last two commands can run.
-    for (host::Command* c : commands_) stack.addCommand(c);
+    // The change tracker starts right after the entity summary command, between the sixteenth and the
+    // seventeenth command of the full set, so that it hears the documents before the last two can run.
+    tracking::CJxV3ChangeTracker* tracker = tracking::GetV3ChangeTracker();
+    for (host::Command* c : commands_) {
+        stack.addCommand(c);
+        if (c->globalName() == QLatin1String(commands::kSummarizeEntities.globalName)) tracker->Start();
+    }
+    tracker->Start();  // does nothing when it already runs
     registered_ = true;
 }
 
@@ -55,6 +63,7 @@ void CJxVelaAssistantModule::removeCommands() {
     if (!registered_) return;
     if (host::Host* h = host::Host::instance())
         for (host::Command* c : commands_) h->commands().removeCommand(c);
+    tracking::GetV3ChangeTracker()->Stop();
     if (host::isTestFrameworkMode()) {
         if (host::Host* h = host::Host::instance()) h->modules().unload(kTestFrameworkModule);
         SetJxVelaAssistantAPI(nullptr);

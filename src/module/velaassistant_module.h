@@ -16,7 +16,7 @@ class CJxVelaAssistantAPIImpl;
 /// The module object: sets up the capabilities, the debug setting, the dock-panel manager and the commands
 /// when the host starts the module, and takes the commands away again (once) when it stops it.
 class CJxVelaAssistantModule : public host::Module {
-public:
+  public:
     CJxVelaAssistantModule();
     ~CJxVelaAssistantModule() override;
 
@@ -31,7 +31,7 @@ public:
     /// The commands this module brings, in registration order.
     const std::vector<host::Command*>& commands() const { return commands_; }
 
-private:
+  private:
     bool registered_ = false;
     std::vector<host::Command*> commands_;
     std::unique_ptr<CJxVelaAssistantAPIImpl> api_;

@@ -1,9 +1,91 @@
+#include "tracking/changes_report.h"
+
+#include <QJsonArray>
+
+#include "host/command_context.h"
+#include "properties/handle_text.h"
 #include "tracking/tracking.h"
 
 namespace vela::tracking {
 
-// The change tracker that this report reads is not built yet, so the command has no body: the host does not
-// get it and its slot answers {"success": false}.
+QString CategoryName(ChangeCategory category) {
+    switch (category) {
+        case ChangeCategory::Entity:
+            return QStringLiteral("Entity");
+        case ChangeCategory::Layer:
+            return QStringLiteral("Layer");
+        case ChangeCategory::Linetype:
+            return QStringLiteral("Linetype");
+        case ChangeCategory::TextStyle:
+            return QStringLiteral("TextStyle");
+        case ChangeCategory::DimStyle:
+            return QStringLiteral("DimStyle");
+        case ChangeCategory::Other:
+            break;
+    }
+    return QStringLiteral("Other");
+}
+
+namespace {
+
+// Category name -> class name -> elements, built in plain containers and turned into JSON once: inserting
+// into nested JSON objects copies them at every step.
+QJsonObject grouped(const std::map<db::Handle, ChangedObjectRecord>& records) {
+    std::map<QString, std::map<QString, QJsonArray>> groups;
+    for (const auto& [handle, record] : records) {
+        QJsonArray& list = groups[CategoryName(record.category)][record.className];
+        const QString handleText = properties::HandleText(handle);
+        if (record.name.isEmpty())
+            list.append(handleText);
+        else
+            list.append(
+                QJsonObject{{QStringLiteral("handle"), handleText}, {QStringLiteral("name"), record.name}});
+    }
+    QJsonObject result;
+    for (const auto& [category, classes] : groups) {
+        QJsonObject byClass;
+        for (const auto& [className, list] : classes) byClass.insert(className, list);
+        result.insert(category, byClass);
+    }
+    return result;
+}
+
+// The changes report of the drawing of the command's document; a drawing the tracker knows nothing of gives
+// the empty report.
+QJsonObject changesInfo(const QJsonDocument&, host::CommandContext& context) {
+    return QJsonObject{{QStringLiteral("success"), true},
+                       {QStringLiteral("changes"),
+                        BuildChangesReport(GetV3ChangeTracker()->TakeChanges(context.database()))}};
+}
+
+}  // namespace
+
+QJsonObject BuildChangesReport(const DatabaseChanges& changes) {
+    QJsonArray modified;
+    for (const auto& [handle, record] : changes.modified) {
+        QJsonArray list;
+        for (const PropertyChange& change : record.changes)
+            list.append(QJsonObject{{QStringLiteral("property"), change.property},
+                                    {QStringLiteral("oldValue"), change.oldValue},
+                                    {QStringLiteral("newValue"), change.newValue}});
+        QJsonObject item{{QStringLiteral("handle"), properties::HandleText(handle)},
+                         {QStringLiteral("className"), record.className},
+                         {QStringLiteral("category"), CategoryName(record.category)},
+                         {QStringLiteral("changes"), list}};
+        if (!record.name.isEmpty()) item.insert(QStringLiteral("name"), record.name);
+        modified.append(item);
+    }
+    return QJsonObject{
+        {QStringLiteral("created"), grouped(changes.created)},
+        {QStringLiteral("erased"), grouped(changes.erased)},
+        {QStringLiteral("modified"), modified},
+        {QStringLiteral("summary"),
+         QJsonObject{{QStringLiteral("created"), static_cast<qint64>(changes.created.size())},
+                     {QStringLiteral("modified"), static_cast<qint64>(changes.modified.size())},
+                     {QStringLiteral("erased"), static_cast<qint64>(changes.erased.size())}}},
+    };
+}
+
 extern const catalogue::CommandRow kChangesReport = {
     .slot = "GetChangesInfo",
     .parameter = "jsonRequest",
@@ -14,10 +96,13 @@ extern const catalogue::CommandRow kChangesReport = {
     .globalName = "_V3_GETCHANGESINFO",
     .className = "CJxCommandGetChangesInfo",
     .takesPayload = false,
+    .body = changesInfo,
     .effect = catalogue::Effect::Reads,
     .description =
-        "Reports what changed in the drawing since the last report: objects created, modified (with old and"
-        " new property values) and erased.",
+        "Reports what changed in the drawing since the last report: objects created and erased (by category "
+        "and class), and objects modified with the old and new values of their color, layer, linetype, "
+        "lineweight and transparency (layers: name, color, linetype, lineweight, on, frozen, locked). Taking "
+        "the report empties it.",
     .requestSchema = R"json({
   "$schema": "https://json-schema.org/draft/2020-12/schema",
   "type": "object"

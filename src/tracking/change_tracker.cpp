@@ -1,0 +1,253 @@
+#include "tracking/change_tracker.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <chrono>
+#include <cmath>
+
+#include "db/database.h"
+#include "db/entity.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
+#include "db/records/linetype_table_record.h"
+#include "db/records/simple_records.h"
+#include "db/records/text_style_table_record.h"
+#include "host/document.h"
+#include "host/host.h"
+#include "properties/color_text.h"
+#include "properties/lineweight_text.h"
+
+namespace vela::tracking {
+
+namespace {
+
+// By layer and by block count as opaque, as alpha 255 does.
+double opacityOf(db::Transparency t) {
+    return (t.isByAlpha() ? t.alpha() : 255) / 255.0;
+}
+
+QString flag(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QString text(const std::string& s) {
+    return QString::fromStdString(s);
+}
+
+std::string linetypeNameOf(const db::LayerTableRecord& layer) {
+    const auto* linetype = db::objectCast<db::LinetypeTableRecord>(layer.linetypeId().peek());
+    return linetype ? linetype->name() : std::string();
+}
+
+void compare(std::vector<PropertyChange>& out, const char* property, const QString& before,
+             const QString& now) {
+    out.push_back({QString::fromLatin1(property), before, now});
+}
+
+}  // namespace
+
+ChangeCategory ClassifyObject(const db::DbObject* object) {
+    if (!object || object->isKindOf(db::BlockTableRecord::desc())) return ChangeCategory::Other;
+    if (object->isKindOf(db::Entity::desc())) {
+        // Entities inside block definitions are part of the block, which is not tracked.
+        const auto* owner = db::objectCast<db::BlockTableRecord>(object->ownerId().peek());
+        return owner && !owner->isLayout() ? ChangeCategory::Other : ChangeCategory::Entity;
+    }
+    if (object->isKindOf(db::LayerTableRecord::desc())) return ChangeCategory::Layer;
+    if (object->isKindOf(db::LinetypeTableRecord::desc())) return ChangeCategory::Linetype;
+    if (object->isKindOf(db::TextStyleTableRecord::desc())) return ChangeCategory::TextStyle;
+    if (object->isKindOf(db::DimStyleTableRecord::desc())) return ChangeCategory::DimStyle;
+    return ChangeCategory::Other;
+}
+
+QString ObjectDisplayName(const db::DbObject* object) {
+    for (const db::RxClass* cls :
+         {db::LayerTableRecord::desc(), db::LinetypeTableRecord::desc(), db::TextStyleTableRecord::desc(),
+          db::DimStyleTableRecord::desc(), db::BlockTableRecord::desc()})
+        if (object && object->isKindOf(cls))
+            return text(static_cast<const db::SymbolTableRecord*>(object)->name());
+    return QString();
+}
+
+CJxV3ChangeTracker::CJxV3ChangeTracker() = default;
+CJxV3ChangeTracker::~CJxV3ChangeTracker() = default;
+
+CJxV3ChangeTracker* GetV3ChangeTracker() {
+    static CJxV3ChangeTracker tracker;
+    return &tracker;
+}
+
+std::int64_t CJxV3ChangeTracker::now() const {
+    if (clock_) return clock_();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+void CJxV3ChangeTracker::setClock(Clock clock) {
+    clock_ = std::move(clock);
+}
+
+bool CJxV3ChangeTracker::idleTooLong() const {
+    return (now() - lastReportTime_) / 60'000'000'000 >= kIdleResetMinutes;
+}
+
+void CJxV3ChangeTracker::resetWhenIdle() {
+    if (idleTooLong()) Reset();
+}
+
+void CJxV3ChangeTracker::Start() {
+    if (started_) return;
+    started_ = true;
+    lastReportTime_ = now();
+    host::Host* h = host::Host::instance();
+    if (h) {
+        host::DocumentManager& documents = h->documents();
+        documents.addReactor(this);
+        for (int i = 0; i < documents.count(); ++i) documentCreated(documents.at(i));
+    }
+    // A timer needs an event loop; a host without one (a script, a test) relies on the reset at report time.
+    if (QCoreApplication::instance()) {
+        cleanupTimer_ = std::make_unique<QTimer>();
+        cleanupTimer_->setInterval(kCleanupIntervalMs);
+        QObject::connect(cleanupTimer_.get(), &QTimer::timeout, [this] { resetWhenIdle(); });
+        cleanupTimer_->start();
+    }
+}
+
+void CJxV3ChangeTracker::Stop() {
+    if (!started_) return;
+    cleanupTimer_.reset();
+    if (host::Host* h = host::Host::instance()) {
+        host::DocumentManager& documents = h->documents();
+        for (int i = 0; i < documents.count(); ++i) documentToBeDestroyed(documents.at(i));
+        documents.removeReactor(this);
+    }
+    started_ = false;
+    Reset();
+}
+
+void CJxV3ChangeTracker::Reset() {
+    changesByDatabase_.clear();
+    entitySnapshots_.clear();
+    layerSnapshots_.clear();
+    lastReportTime_ = now();
+}
+
+void CJxV3ChangeTracker::documentCreated(host::Document* document) {
+    if (!document || !document->database()) return;
+    // A closed drawing's unreported changes stay until the next reset, under its address; a new drawing that
+    // gets the same address has none of them.
+    changesByDatabase_.erase(document->database());
+    document->database()->addReactor(this);
+}
+
+void CJxV3ChangeTracker::documentToBeDestroyed(host::Document* document) {
+    if (document && document->database()) document->database()->removeReactor(this);
+}
+
+ChangedObjectRecord CJxV3ChangeTracker::recordOf(const db::DbObject* object, ChangeCategory category) const {
+    return {object->handle(), QString::fromLatin1(object->isA()->name()), category,
+            ObjectDisplayName(object)};
+}
+
+void CJxV3ChangeTracker::objectAppended(const db::Database* database, const db::DbObject* object) {
+    const ChangeCategory category = ClassifyObject(object);
+    if (category == ChangeCategory::Other) return;
+    changesByDatabase_[database].created.insert_or_assign(object->handle(), recordOf(object, category));
+}
+
+void CJxV3ChangeTracker::objectOpenedForModify(const db::Database*, const db::DbObject* object) {
+    const ChangeCategory category = ClassifyObject(object);
+    if (category == ChangeCategory::Entity) {
+        if (entitySnapshots_.contains(object->handle())) return;
+        const auto& e = static_cast<const db::Entity&>(*object);
+        entitySnapshots_.emplace(
+            object->handle(),
+            EntitySnapshot{e.color(), e.layer(), e.linetype(), e.lineWeight(), opacityOf(e.transparency())});
+    } else if (category == ChangeCategory::Layer) {
+        if (layerSnapshots_.contains(object->handle())) return;
+        const auto& l = static_cast<const db::LayerTableRecord&>(*object);
+        layerSnapshots_.emplace(
+            object->handle(), LayerSnapshot{l.name(), l.color(), linetypeNameOf(l), l.lineWeight(), l.isOff(),
+                                            l.isFrozen(), l.isLocked()});
+    }
+}
+
+void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::DbObject* object) {
+    const ChangeCategory category = ClassifyObject(object);
+    std::vector<PropertyChange> changes;
+    using properties::ColorToText;
+    using properties::LineWeightToText;
+    if (category == ChangeCategory::Entity) {
+        const auto it = entitySnapshots_.find(object->handle());
+        if (it == entitySnapshots_.end()) return;
+        const EntitySnapshot& before = it->second;
+        const auto& e = static_cast<const db::Entity&>(*object);
+        if (before.color != e.color())
+            compare(changes, "Color", ColorToText(before.color), ColorToText(e.color()));
+        if (const std::string layer = e.layer(); before.layer != layer)
+            compare(changes, "Layer", text(before.layer), text(layer));
+        if (const std::string linetype = e.linetype(); before.linetype != linetype)
+            compare(changes, "Linetype", text(before.linetype), text(linetype));
+        if (before.lineweight != e.lineWeight())
+            compare(changes, "Lineweight", LineWeightToText(before.lineweight),
+                    LineWeightToText(e.lineWeight()));
+        const double opacity = opacityOf(e.transparency());
+        if (std::fabs(before.opacity - opacity) > 1e-10)
+            compare(changes, "Transparency", QString::number(before.opacity, 'f', 1),
+                    QString::number(opacity, 'f', 1));
+    } else if (category == ChangeCategory::Layer) {
+        const auto it = layerSnapshots_.find(object->handle());
+        if (it == layerSnapshots_.end()) return;
+        const LayerSnapshot& before = it->second;
+        const auto& l = static_cast<const db::LayerTableRecord&>(*object);
+        if (before.name != l.name()) compare(changes, "Name", text(before.name), text(l.name()));
+        if (before.color != l.color())
+            compare(changes, "Color", ColorToText(before.color), ColorToText(l.color()));
+        if (const std::string linetype = linetypeNameOf(l); before.linetype != linetype)
+            compare(changes, "Linetype", text(before.linetype), text(linetype));
+        if (before.lineweight != l.lineWeight())
+            compare(changes, "Lineweight", LineWeightToText(before.lineweight),
+                    LineWeightToText(l.lineWeight()));
+        if (before.isOff != l.isOff()) compare(changes, "IsOff", flag(before.isOff), flag(l.isOff()));
+        if (before.isFrozen != l.isFrozen())
+            compare(changes, "IsFrozen", flag(before.isFrozen), flag(l.isFrozen()));
+        if (before.isLocked != l.isLocked())
+            compare(changes, "IsLocked", flag(before.isLocked), flag(l.isLocked()));
+    }
+    if (changes.empty()) return;
+    auto [record, added] = changesByDatabase_[database].modified.try_emplace(object->handle());
+    if (added) static_cast<ChangedObjectRecord&>(record->second) = recordOf(object, category);
+    record->second.changes.insert(record->second.changes.end(), std::make_move_iterator(changes.begin()),
+                                  std::make_move_iterator(changes.end()));
+}
+
+void CJxV3ChangeTracker::objectErased(const db::Database* database, const db::DbObject* object, bool erased) {
+    const ChangeCategory category = ClassifyObject(object);
+    if (category == ChangeCategory::Other) return;
+    if (erased)
+        changesByDatabase_[database].erased.try_emplace(object->handle(), recordOf(object, category));
+    else if (auto it = changesByDatabase_.find(database); it != changesByDatabase_.end())
+        it->second.erased.erase(object->handle());
+}
+
+DatabaseChanges CJxV3ChangeTracker::TakeChanges(const db::Database* database) {
+    if (idleTooLong()) Reset();
+    DatabaseChanges result;
+    const auto entry = changesByDatabase_.find(database);
+    if (entry != changesByDatabase_.end()) {
+        DatabaseChanges& pending = entry->second;
+        for (auto& [handle, record] : pending.created)
+            if (!pending.erased.contains(handle)) result.created.emplace(handle, std::move(record));
+        for (auto& [handle, record] : pending.modified)
+            if (!pending.erased.contains(handle)) result.modified.emplace(handle, std::move(record));
+        for (auto& [handle, record] : pending.erased)
+            if (!pending.created.contains(handle)) result.erased.emplace(handle, std::move(record));
+        changesByDatabase_.erase(entry);
+    }
+    lastReportTime_ = now();
+    return result;
+}
+
+}  // namespace vela::tracking
