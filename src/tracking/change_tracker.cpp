@@ -34,9 +34,17 @@ QString text(const std::string& s) {
     return QString::fromStdString(s);
 }
 
-std::string linetypeNameOf(const db::LayerTableRecord& layer) {
+// The name of the record an id leads to, without copying it; empty when it leads nowhere.
+const std::string& recordName(db::ObjectId id) {
+    static const std::string none;
+    const auto* record = db::objectCast<db::SymbolTableRecord>(id.peek());
+    return record ? record->name() : none;
+}
+
+const std::string& linetypeNameOf(const db::LayerTableRecord& layer) {
+    static const std::string none;
     const auto* linetype = db::objectCast<db::LinetypeTableRecord>(layer.linetypeId().peek());
-    return linetype ? linetype->name() : std::string();
+    return linetype ? linetype->name() : none;
 }
 
 void compare(std::vector<PropertyChange>& out, const char* property, const QString& before,
@@ -50,8 +58,8 @@ ChangeCategory ClassifyObject(const db::DbObject* object) {
     if (!object || object->isKindOf(db::BlockTableRecord::desc())) return ChangeCategory::Other;
     if (object->isKindOf(db::Entity::desc())) {
         // Entities inside block definitions are part of the block, which is not tracked.
-        const auto* owner = db::objectCast<db::BlockTableRecord>(object->ownerId().peek());
-        return owner && !owner->isLayout() ? ChangeCategory::Other : ChangeCategory::Entity;
+        const auto* block = db::objectCast<db::BlockTableRecord>(object->ownerId().peek());
+        return block && !block->isLayout() ? ChangeCategory::Other : ChangeCategory::Entity;
     }
     if (object->isKindOf(db::LayerTableRecord::desc())) return ChangeCategory::Layer;
     if (object->isKindOf(db::LinetypeTableRecord::desc())) return ChangeCategory::Linetype;
@@ -128,6 +136,7 @@ void CJxV3ChangeTracker::Stop() {
 }
 
 void CJxV3ChangeTracker::Reset() {
+    lastOwner_ = nullptr;
     changesByDatabase_.clear();
     entitySnapshots_.clear();
     layerSnapshots_.clear();
@@ -139,56 +148,73 @@ void CJxV3ChangeTracker::documentCreated(host::Document* document) {
     // A closed drawing's unreported changes stay until the next reset, under its address; a new drawing that
     // gets the same address has none of them.
     changesByDatabase_.erase(document->database());
+    lastOwner_ = nullptr;
     document->database()->addReactor(this);
 }
 
 void CJxV3ChangeTracker::documentToBeDestroyed(host::Document* document) {
+    lastOwner_ = nullptr;
     if (document && document->database()) document->database()->removeReactor(this);
 }
 
+ChangeCategory CJxV3ChangeTracker::classify(const db::DbObject* object) {
+    // Entities of one space follow each other in notifications; the verdict on their owner (a name
+    // comparison) is kept for the next one. Owners live as long as their drawing, and the verdict is dropped
+    // when drawings come and go.
+    if (object && object->isKindOf(db::Entity::desc())) {
+        const db::DbObject* owner = object->ownerId().peek();
+        if (owner && owner == lastOwner_) return lastOwnerCategory_;
+        const ChangeCategory category = ClassifyObject(object);
+        lastOwner_ = owner;
+        lastOwnerCategory_ = category;
+        return category;
+    }
+    return ClassifyObject(object);
+}
+
 ChangedObjectRecord CJxV3ChangeTracker::recordOf(const db::DbObject* object, ChangeCategory category) const {
-    return {object->handle(), QString::fromLatin1(object->isA()->name()), category,
-            ObjectDisplayName(object)};
+    return {object->handle(), object->isA()->name(), category, ObjectDisplayName(object)};
 }
 
 void CJxV3ChangeTracker::objectAppended(const db::Database* database, const db::DbObject* object) {
-    const ChangeCategory category = ClassifyObject(object);
+    const ChangeCategory category = classify(object);
     if (category == ChangeCategory::Other) return;
     changesByDatabase_[database].created.insert_or_assign(object->handle(), recordOf(object, category));
 }
 
 void CJxV3ChangeTracker::objectOpenedForModify(const db::Database*, const db::DbObject* object) {
-    const ChangeCategory category = ClassifyObject(object);
+    const ChangeCategory category = classify(object);
     if (category == ChangeCategory::Entity) {
-        if (entitySnapshots_.contains(object->handle())) return;
+        // One lookup: most objects opened for modify have no snapshot yet, or keep the one they have.
+        auto [snapshot, added] = entitySnapshots_.tryEmplace(object->handle());
+        if (!added) return;
         const auto& e = static_cast<const db::Entity&>(*object);
-        entitySnapshots_.emplace(
-            object->handle(),
-            EntitySnapshot{e.color(), e.layer(), e.linetype(), e.lineWeight(), opacityOf(e.transparency())});
+        *snapshot = EntitySnapshot{e.color(), recordName(e.layerId()), recordName(e.linetypeId()),
+                                   e.lineWeight(), opacityOf(e.transparency())};
     } else if (category == ChangeCategory::Layer) {
-        if (layerSnapshots_.contains(object->handle())) return;
+        auto [snapshot, added] = layerSnapshots_.tryEmplace(object->handle());
+        if (!added) return;
         const auto& l = static_cast<const db::LayerTableRecord&>(*object);
-        layerSnapshots_.emplace(
-            object->handle(), LayerSnapshot{l.name(), l.color(), linetypeNameOf(l), l.lineWeight(), l.isOff(),
-                                            l.isFrozen(), l.isLocked()});
+        *snapshot = LayerSnapshot{l.name(),  l.color(),    linetypeNameOf(l), l.lineWeight(),
+                                  l.isOff(), l.isFrozen(), l.isLocked()};
     }
 }
 
 void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::DbObject* object) {
-    const ChangeCategory category = ClassifyObject(object);
+    const ChangeCategory category = classify(object);
     std::vector<PropertyChange> changes;
     using properties::ColorToText;
     using properties::LineWeightToText;
     if (category == ChangeCategory::Entity) {
-        const auto it = entitySnapshots_.find(object->handle());
-        if (it == entitySnapshots_.end()) return;
-        const EntitySnapshot& before = it->second;
+        const EntitySnapshot* snapshot = entitySnapshots_.find(object->handle());
+        if (!snapshot) return;
+        const EntitySnapshot& before = *snapshot;
         const auto& e = static_cast<const db::Entity&>(*object);
         if (before.color != e.color())
             compare(changes, "Color", ColorToText(before.color), ColorToText(e.color()));
-        if (const std::string layer = e.layer(); before.layer != layer)
+        if (const std::string& layer = recordName(e.layerId()); before.layer != layer)
             compare(changes, "Layer", text(before.layer), text(layer));
-        if (const std::string linetype = e.linetype(); before.linetype != linetype)
+        if (const std::string& linetype = recordName(e.linetypeId()); before.linetype != linetype)
             compare(changes, "Linetype", text(before.linetype), text(linetype));
         if (before.lineweight != e.lineWeight())
             compare(changes, "Lineweight", LineWeightToText(before.lineweight),
@@ -198,14 +224,14 @@ void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::
             compare(changes, "Transparency", QString::number(before.opacity, 'f', 1),
                     QString::number(opacity, 'f', 1));
     } else if (category == ChangeCategory::Layer) {
-        const auto it = layerSnapshots_.find(object->handle());
-        if (it == layerSnapshots_.end()) return;
-        const LayerSnapshot& before = it->second;
+        const LayerSnapshot* snapshot = layerSnapshots_.find(object->handle());
+        if (!snapshot) return;
+        const LayerSnapshot& before = *snapshot;
         const auto& l = static_cast<const db::LayerTableRecord&>(*object);
         if (before.name != l.name()) compare(changes, "Name", text(before.name), text(l.name()));
         if (before.color != l.color())
             compare(changes, "Color", ColorToText(before.color), ColorToText(l.color()));
-        if (const std::string linetype = linetypeNameOf(l); before.linetype != linetype)
+        if (const std::string& linetype = linetypeNameOf(l); before.linetype != linetype)
             compare(changes, "Linetype", text(before.linetype), text(linetype));
         if (before.lineweight != l.lineWeight())
             compare(changes, "Lineweight", LineWeightToText(before.lineweight),
@@ -224,7 +250,7 @@ void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::
 }
 
 void CJxV3ChangeTracker::objectErased(const db::Database* database, const db::DbObject* object, bool erased) {
-    const ChangeCategory category = ClassifyObject(object);
+    const ChangeCategory category = classify(object);
     if (category == ChangeCategory::Other) return;
     if (erased)
         changesByDatabase_[database].erased.try_emplace(object->handle(), recordOf(object, category));

@@ -13,6 +13,7 @@
 #include "db/handle.h"
 #include "db/lineweight.h"
 #include "host/document_manager.h"
+#include "tracking/handle_table.h"
 
 class QTimer;
 
@@ -30,7 +31,7 @@ enum class ChangeCategory : std::int32_t {
 
 struct ChangedObjectRecord {
     db::Handle handle;
-    QString className;  // the run-time class name ("AcDbLine")
+    const char* className = "";  // the run-time class name ("AcDbLine"), which lives as long as the class
     ChangeCategory category = ChangeCategory::Other;
     QString name;  // the record's name; empty for entities
 };
@@ -104,28 +105,31 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
         db::Color color;
         std::string layer;
         std::string linetype;
-        db::LineWeight lineweight;
-        double opacity;
+        db::LineWeight lineweight = db::LineWeight::ByLayer;
+        double opacity = 1.0;
     };
     struct LayerSnapshot {
         std::string name;
         db::Color color;
         std::string linetype;
-        db::LineWeight lineweight;
-        bool isOff, isFrozen, isLocked;
+        db::LineWeight lineweight = db::LineWeight::ByLayer;
+        bool isOff = false, isFrozen = false, isLocked = false;
     };
 
+    ChangeCategory classify(const db::DbObject* object);
     ChangedObjectRecord recordOf(const db::DbObject* object, ChangeCategory category) const;
     bool idleTooLong() const;
     std::int64_t now() const;
 
     std::map<const db::Database*, DatabaseChanges> changesByDatabase_;
-    std::unordered_map<db::Handle, EntitySnapshot> entitySnapshots_;
-    std::unordered_map<db::Handle, LayerSnapshot> layerSnapshots_;
+    HandleTable<EntitySnapshot> entitySnapshots_;
+    HandleTable<LayerSnapshot> layerSnapshots_;
     std::int64_t lastReportTime_ = 0;
     std::unique_ptr<QTimer> cleanupTimer_;
     Clock clock_;
     bool started_ = false;
+    const db::DbObject* lastOwner_ = nullptr;  // the owner of the last entity classified, and its verdict
+    ChangeCategory lastOwnerCategory_ = ChangeCategory::Other;
 };
 
 /// The one tracker of the process.

@@ -4,6 +4,7 @@
 
 #include "host/command_context.h"
 #include "properties/handle_text.h"
+#include "properties/json_text.h"
 #include "tracking/tracking.h"
 
 namespace vela::tracking {
@@ -28,23 +29,28 @@ QString CategoryName(ChangeCategory category) {
 
 namespace {
 
-// Category name -> class name -> elements, built in plain containers and turned into JSON once: inserting
-// into nested JSON objects copies them at every step.
+// Category name -> class name -> elements, written as JSON text and read once per class: a report can list a
+// hundred thousand created entities.
 QJsonObject grouped(const std::map<db::Handle, ChangedObjectRecord>& records) {
-    std::map<QString, std::map<QString, QJsonArray>> groups;
+    std::map<QString, std::map<QString, properties::JsonTextWriter>> groups;
     for (const auto& [handle, record] : records) {
-        QJsonArray& list = groups[CategoryName(record.category)][record.className];
-        const QString handleText = properties::HandleText(handle);
+        properties::JsonTextWriter& list =
+            groups[CategoryName(record.category)][QString::fromLatin1(record.className)];
+        if (list.depth() == 0) list.beginArray();
         if (record.name.isEmpty())
-            list.append(handleText);
+            list.string(handle.toText());
         else
-            list.append(
-                QJsonObject{{QStringLiteral("handle"), handleText}, {QStringLiteral("name"), record.name}});
+            list.beginObject()
+                .key("handle")
+                .string(handle.toText())
+                .key("name")
+                .string(record.name)
+                .endObject();
     }
     QJsonObject result;
-    for (const auto& [category, classes] : groups) {
+    for (auto& [category, classes] : groups) {
         QJsonObject byClass;
-        for (const auto& [className, list] : classes) byClass.insert(className, list);
+        for (auto& [className, list] : classes) byClass.insert(className, list.endArray().toArray());
         result.insert(category, byClass);
     }
     return result;
@@ -69,7 +75,7 @@ QJsonObject BuildChangesReport(const DatabaseChanges& changes) {
                                     {QStringLiteral("oldValue"), change.oldValue},
                                     {QStringLiteral("newValue"), change.newValue}});
         QJsonObject item{{QStringLiteral("handle"), properties::HandleText(handle)},
-                         {QStringLiteral("className"), record.className},
+                         {QStringLiteral("className"), QString::fromLatin1(record.className)},
                          {QStringLiteral("category"), CategoryName(record.category)},
                          {QStringLiteral("changes"), list}};
         if (!record.name.isEmpty()) item.insert(QStringLiteral("name"), record.name);
