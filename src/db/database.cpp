@@ -230,10 +230,14 @@ void Database::removeReactor(DatabaseReactor* reactor) {
     reactors_.erase(std::remove(reactors_.begin(), reactors_.end(), reactor), reactors_.end());
 }
 
-// A reactor may remove itself (or others) while being notified, so each loop walks a copy when there is more
-// than nothing to walk.
+// A reactor may add or remove reactors while it is notified, so several are called from a copy of the list. A
+// lone reactor (the usual case: the change tracker) is called directly, sparing every notification a copy.
 #define VELA_DB_FIRE(call)                                                         \
     if (reactors_.empty()) return;                                                 \
+    if (reactors_.size() == 1) {                                                   \
+        reactors_.front()->call;                                                   \
+        return;                                                                    \
+    }                                                                              \
     const std::vector<DatabaseReactor*> reactors(reactors_);                       \
     for (DatabaseReactor* r : reactors)                                            \
         if (std::find(reactors_.begin(), reactors_.end(), r) != reactors_.end()) r->call;
