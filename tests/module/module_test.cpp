@@ -6,6 +6,7 @@
 #include "host/host.h"
 #include "host/module.h"
 #include "host/result_codes.h"
+#include "tracking/change_tracker.h"
 
 namespace vela::host {
 namespace {
@@ -61,9 +62,12 @@ TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     ASSERT_NE(show, nullptr);
     EXPECT_EQ(show->localName(), QStringLiteral("VELAAIASSIST")) << "the empty catalogue gives the name itself";
     EXPECT_TRUE(host.modules().load(kModule)) << "loading twice is loading once";
+    EXPECT_TRUE(tracking::GetV3ChangeTracker()->isStarted()) << "the change tracker runs while the module is loaded";
+    EXPECT_TRUE(names.contains(QStringLiteral("_V3_GETCHANGESINFO")));
 
     EXPECT_TRUE(host.modules().unload(kModule));
     EXPECT_TRUE(host.commands().globalNames().isEmpty());
+    EXPECT_FALSE(tracking::GetV3ChangeTracker()->isStarted());
     EXPECT_FALSE(host.modules().unload(kModule));
     EXPECT_FALSE(host.modules().load(QStringLiteral("NoSuchModule"), &error));
     EXPECT_TRUE(error.contains(QStringLiteral("not found")));
