@@ -140,6 +140,7 @@ void CJxV3ChangeTracker::Reset() {
     changesByDatabase_.clear();
     entitySnapshots_.clear();
     layerSnapshots_.clear();
+    names_.clear();
     lastReportTime_ = now();
 }
 
@@ -159,17 +160,18 @@ void CJxV3ChangeTracker::documentToBeDestroyed(host::Document* document) {
 
 ChangeCategory CJxV3ChangeTracker::classify(const db::DbObject* object) {
     // Entities of one space follow each other in notifications; the verdict on their owner (a name
-    // comparison) is kept for the next one. Owners live as long as their drawing, and the verdict is dropped
-    // when drawings come and go.
-    if (object && object->isKindOf(db::Entity::desc())) {
-        const db::DbObject* owner = object->ownerId().peek();
-        if (owner && owner == lastOwner_) return lastOwnerCategory_;
-        const ChangeCategory category = ClassifyObject(object);
+    // comparison) is kept for the next one. Block records own nothing but entities, so an object of the same
+    // owner is one too. Owners live as long as their drawing, and the verdict is dropped when drawings come
+    // and go.
+    if (!object) return ChangeCategory::Other;
+    const db::DbObject* owner = object->ownerId().peek();
+    if (owner && owner == lastOwner_) return lastOwnerCategory_;
+    const ChangeCategory category = ClassifyObject(object);
+    if (owner && object->isKindOf(db::Entity::desc())) {
         lastOwner_ = owner;
         lastOwnerCategory_ = category;
-        return category;
     }
-    return ClassifyObject(object);
+    return category;
 }
 
 ChangedObjectRecord CJxV3ChangeTracker::recordOf(const db::DbObject* object, ChangeCategory category) const {
@@ -189,8 +191,8 @@ void CJxV3ChangeTracker::objectOpenedForModify(const db::Database*, const db::Db
         auto [snapshot, added] = entitySnapshots_.tryEmplace(object->handle());
         if (!added) return;
         const auto& e = static_cast<const db::Entity&>(*object);
-        *snapshot = EntitySnapshot{e.color(), recordName(e.layerId()), recordName(e.linetypeId()),
-                                   e.lineWeight(), opacityOf(e.transparency())};
+        *snapshot = EntitySnapshot{intern(recordName(e.layerId())), intern(recordName(e.linetypeId())),
+                                   opacityOf(e.transparency()), e.color(), e.lineWeight()};
     } else if (category == ChangeCategory::Layer) {
         auto [snapshot, added] = layerSnapshots_.tryEmplace(object->handle());
         if (!added) return;
@@ -212,10 +214,10 @@ void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::
         const auto& e = static_cast<const db::Entity&>(*object);
         if (before.color != e.color())
             compare(changes, "Color", ColorToText(before.color), ColorToText(e.color()));
-        if (const std::string& layer = recordName(e.layerId()); before.layer != layer)
-            compare(changes, "Layer", text(before.layer), text(layer));
-        if (const std::string& linetype = recordName(e.linetypeId()); before.linetype != linetype)
-            compare(changes, "Linetype", text(before.linetype), text(linetype));
+        if (const std::string& layer = recordName(e.layerId()); *before.layer != layer)
+            compare(changes, "Layer", text(*before.layer), text(layer));
+        if (const std::string& linetype = recordName(e.linetypeId()); *before.linetype != linetype)
+            compare(changes, "Linetype", text(*before.linetype), text(linetype));
         if (before.lineweight != e.lineWeight())
             compare(changes, "Lineweight", LineWeightToText(before.lineweight),
                     LineWeightToText(e.lineWeight()));

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "db/color.h"
@@ -101,12 +102,13 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
     static constexpr int kCleanupIntervalMs = 1'800'000;
 
   private:
+    // Small, so that the snapshots of a large selection stay close together: the names are kept once each.
     struct EntitySnapshot {
-        db::Color color;
-        std::string layer;
-        std::string linetype;
-        db::LineWeight lineweight = db::LineWeight::ByLayer;
+        const std::string* layer = nullptr;
+        const std::string* linetype = nullptr;
         double opacity = 1.0;
+        db::Color color;
+        db::LineWeight lineweight = db::LineWeight::ByLayer;
     };
     struct LayerSnapshot {
         std::string name;
@@ -117,11 +119,13 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
     };
 
     ChangeCategory classify(const db::DbObject* object);
+    const std::string* intern(const std::string& name) { return &*names_.insert(name).first; }
     ChangedObjectRecord recordOf(const db::DbObject* object, ChangeCategory category) const;
     bool idleTooLong() const;
     std::int64_t now() const;
 
     std::map<const db::Database*, DatabaseChanges> changesByDatabase_;
+    std::unordered_set<std::string> names_;  // the layer and linetype names the entity snapshots point to
     HandleTable<EntitySnapshot> entitySnapshots_;
     HandleTable<LayerSnapshot> layerSnapshots_;
     std::int64_t lastReportTime_ = 0;
