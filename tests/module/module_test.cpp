@@ -1,11 +1,15 @@
+#include "host/module.h"
+
 #include <gtest/gtest.h>
 
+#include <QJsonDocument>
 #include <QLibrary>
 
 #include "host/command.h"
+#include "host/command_context.h"
 #include "host/host.h"
-#include "host/module.h"
 #include "host/result_codes.h"
+#include "module/velaassistant_api.h"
 #include "tracking/change_tracker.h"
 
 namespace vela::host {
@@ -15,7 +19,7 @@ const QString kModule = QStringLiteral("VelaAssist");
 
 // A desktop front end's user-interface services, as far as a dock panel goes.
 class DesktopUi : public UiManager {
-public:
+  public:
     struct Panel : DockPanel {
         bool visible = false;
         int raised = 0;
@@ -46,7 +50,9 @@ void* makePalette() {
     ++palettesAlive;
     return &palettesAlive;
 }
-void destroyPalette(void*) { --palettesAlive; }
+void destroyPalette(void*) {
+    --palettesAlive;
+}
 
 TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     Host host;
@@ -54,15 +60,19 @@ TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     ASSERT_TRUE(host.modules().load(kModule, &error)) << error.toStdString();
     EXPECT_TRUE(host.capabilities().hasCapability(QStringLiteral("veladesk.v3.selectentities")));
     EXPECT_TRUE(host.capabilities().hasCapability(QStringLiteral("tessera_ai_features")));
-    EXPECT_EQ(host.debugSettings().description(QStringLiteral("V3Debugging")), QStringLiteral("V3 services debugging"));
+    EXPECT_EQ(host.debugSettings().description(QStringLiteral("V3Debugging")),
+              QStringLiteral("V3 services debugging"));
     const QStringList names = host.commands().globalNames();
-    EXPECT_EQ(names.mid(0, 3), (QStringList{QStringLiteral("_VELAAIASSIST"), QStringLiteral("_HIDEVELAAIASSIST"),
-                                           QStringLiteral("_HIGHLIGHTUI")}));
+    EXPECT_EQ(names.mid(0, 3),
+              (QStringList{QStringLiteral("_VELAAIASSIST"), QStringLiteral("_HIDEVELAAIASSIST"),
+                           QStringLiteral("_HIGHLIGHTUI")}));
     Command* show = host.commands().lookup(QStringLiteral("VELAAIASSIST"));
     ASSERT_NE(show, nullptr);
-    EXPECT_EQ(show->localName(), QStringLiteral("VELAAIASSIST")) << "the empty catalogue gives the name itself";
+    EXPECT_EQ(show->localName(), QStringLiteral("VELAAIASSIST"))
+        << "the empty catalogue gives the name itself";
     EXPECT_TRUE(host.modules().load(kModule)) << "loading twice is loading once";
-    EXPECT_TRUE(tracking::GetV3ChangeTracker()->isStarted()) << "the change tracker runs while the module is loaded";
+    EXPECT_TRUE(tracking::GetV3ChangeTracker()->isStarted())
+        << "the change tracker runs while the module is loaded";
     EXPECT_TRUE(names.contains(QStringLiteral("_V3_GETCHANGESINFO")));
 
     EXPECT_TRUE(host.modules().unload(kModule));
@@ -118,7 +128,19 @@ TEST(Module, TestFrameworkModeInstallsTheApiAndRemovalTakesItBack) {
 
     host.setTestFrameworkMode(true);
     ASSERT_TRUE(host.modules().load(kModule));
-    EXPECT_NE(getApi(), nullptr);
+    ASSERT_NE(getApi(), nullptr);
+    // The API's bodies are the catalogue's: its changes report sees what the drawing's commands did.
+    auto* api = static_cast<vela::module::CJxVelaAssistantAPI*>(getApi());
+    Document* doc = host.documents().createNew();
+    UserIO io({}, host.services().userInput());
+    CommandContext context(doc, io);
+    QJsonObject response;
+    api->CreateLayers(QJsonDocument::fromJson(R"({"layers":[{"name":"Notes"}]})"), &context, response);
+    ASSERT_TRUE(response.value("success").toBool());
+    api->GetChangesInfo(&context, response);
+    EXPECT_EQ(response.value("changes").toObject().value("summary").toObject().value("created").toInt(), 1);
+    api->GetChangesInfo(nullptr, response);
+    EXPECT_EQ(response, QJsonObject({{"error", "Invalid command context"}}));
     EXPECT_TRUE(log.lines.join(QLatin1Char('\n')).contains(QStringLiteral("JxVelaAssistantTestFramework")))
         << "the missing test-framework module is reported, not fatal";
     host.modules().unload(kModule);
@@ -137,7 +159,8 @@ TEST(Module, PanelCommandsFollowTheMainWindow) {
     ASSERT_NE(setFactory, nullptr);
     setFactory(&makePalette, &destroyPalette);
 
-    EXPECT_EQ(host.services().runCommand(QStringLiteral("_HIDEVELAAIASSIST"), {}), RTERROR) << "no window yet";
+    EXPECT_EQ(host.services().runCommand(QStringLiteral("_HIDEVELAAIASSIST"), {}), RTERROR)
+        << "no window yet";
     EXPECT_EQ(host.services().runCommand(QStringLiteral("_VELAAIASSIST"), {}), RTERROR);
     EXPECT_TRUE(ui.panels.empty());
 
@@ -160,7 +183,8 @@ TEST(Module, PanelCommandsFollowTheMainWindow) {
     host.editor().fireMainWindowCreated();
     EXPECT_EQ(ui.panels.size(), 1u) << "one dock for one window";
 
-    EXPECT_EQ(host.services().runCommand(QStringLiteral("_HIGHLIGHTUI"), {QStringLiteral("LINE AND MORE")}), RTNORM);
+    EXPECT_EQ(host.services().runCommand(QStringLiteral("_HIGHLIGHTUI"), {QStringLiteral("LINE AND MORE")}),
+              RTNORM);
     EXPECT_EQ(ui.highlighted, QStringList{QStringLiteral("LINE AND MORE")}) << "the name may hold spaces";
     EXPECT_EQ(host.services().runCommand(QStringLiteral("_HIGHLIGHTUI"), {}), RTCAN) << "no user to ask";
 
