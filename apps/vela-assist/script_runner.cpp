@@ -142,12 +142,17 @@ QJsonObject ScriptRunner::capability(const QJsonObject& request) {
     return ok();
 }
 
+constexpr int kMaxUndoSteps = 1'000'000;
+
 QJsonObject ScriptRunner::undoRedo(const QJsonObject& request, bool undo) {
     host::Document* doc = session_.activeDocument();
     if (!doc) return failure(QStringLiteral("no drawing is open"));
     const QJsonValue steps = request.value(undo ? QStringLiteral("undo") : QStringLiteral("redo"));
     if (!steps.isDouble() || steps.toDouble() < 1 || steps.toDouble() != std::floor(steps.toDouble()))
         return failure(QStringLiteral("the number of steps must be a whole number from 1"));
+    // A count beyond any drawing's history is a mistake, and beyond the size type it could not even be counted.
+    if (steps.toDouble() > kMaxUndoSteps)
+        return failure(QStringLiteral("at most %1 steps can be undone or redone at once").arg(kMaxUndoSteps));
     db::UndoManager& manager = doc->database()->undoManager();
     const auto wanted = static_cast<std::size_t>(steps.toDouble());
     const std::size_t done = undo ? manager.undo(wanted) : manager.redo(wanted);

@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
@@ -292,6 +295,18 @@ struct BadInput {
     std::string text;
     const char* expected;  // part of the error text, with the line where it applies
 };
+
+TEST(DxfFile, WhatIsNoRegularFileIsRefusedWithoutWaiting) {
+    // A named pipe nobody writes to would block a plain open for ever.
+    const std::filesystem::path fifo =
+        std::filesystem::temp_directory_path() / ("vela_fifo_" + std::to_string(::getpid()) + ".dxf");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const DxfReadResult fromFifo = readDxfFile(fifo);
+    std::filesystem::remove(fifo);
+    ASSERT_TRUE(fromFifo.error.has_value());
+    EXPECT_NE(fromFifo.error->message.find("not a regular file"), std::string::npos) << fromFifo.error->message;
+    EXPECT_TRUE(readDxfFile(std::filesystem::temp_directory_path()).error.has_value()) << "nor is a folder";
+}
 
 TEST(DxfFile, MalformedInputIsAnErrorWithItsLineNeverACrash) {
     const std::string head = "0\nSECTION\n2\nENTITIES\n";

@@ -835,7 +835,9 @@ DxfReadResult readDxf(std::string_view data, const LoadProgress& progress) {
 
 DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress) {
     DxfReadResult result;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK, opening a named pipe waits for a writer that may never come; what is not a regular
+    // file is refused below before anything is read, and a regular file reads the same either way.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
         result.error = dxf::DxfError{0, "cannot open " + path.string() + ": " + std::strerror(errno), false};
         return result;
