@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <memory>
 
+#include "bench_session.h"
 #include "commands/commands.h"
 #include "db/entities/line.h"
 #include "host/command_context.h"
@@ -19,14 +20,7 @@ namespace {
 using namespace vela;
 constexpr int kEntities = 100'000;
 
-// A host with one new drawing and a command context on it, as the host gives a command.
-struct Session {
-    host::Host host;
-    host::Document* doc = host.documents().createNew();
-    db::Database& db = *doc->database();
-    host::UserIO io{{}, host.services().userInput()};
-    host::CommandContext context{doc, io};
-};
+using bench::Session;
 
 QString coordinate(int i, int j) {
     return QString::number(i % 1000 + j * 0.25) + ',' + QString::number(i / 1000);
@@ -126,14 +120,7 @@ BENCHMARK(BM_CreateMixed)->Unit(benchmark::kMillisecond);
 // puts the lines back, so every run transforms the same drawing.
 void BM_TransformLines(benchmark::State& state) {
     Session s;
-    QJsonArray handles;
-    for (int i = 0; i < kEntities; ++i) {
-        db::ObjectId id;
-        const db::Point3d start(i % 1000, i / 1000);
-        s.db.appendEntity(s.db.modelSpaceId(), std::make_unique<db::Line>(start, start + db::Vector3d(1, 0)),
-                          &id);
-        handles.append(QString::fromStdString(id.handle().toText()));
-    }
+    const QJsonArray handles = bench::appendLines(s.db, kEntities);
     const QJsonDocument request(
         QJsonObject{{"handles", handles},
                     {"scaleAroundBoundingBoxCenter", true},

@@ -41,7 +41,8 @@ void BM_AppendLines(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations() * kLines);
     state.counters["bytes_per_line"] = bytesPerLine;
-    state.counters["appends_per_s"] = benchmark::Counter(double(kLines), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["appends_per_s"] =
+        benchmark::Counter(double(kLines), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_AppendLines)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -57,7 +58,8 @@ void BM_AppendLinesInUndoGroup(benchmark::State& state) {
         db.reset();
         state.ResumeTiming();
     }
-    state.counters["appends_per_s"] = benchmark::Counter(double(kLines), benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["appends_per_s"] =
+        benchmark::Counter(double(kLines), benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_AppendLinesInUndoGroup)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -77,7 +79,8 @@ BENCHMARK(BM_IterateLines)->Unit(benchmark::kMillisecond);
 void BM_OpenReadLines(benchmark::State& state) {
     Database db;
     appendLines(db, kLines);
-    const std::vector<ObjectId> ids = openObject<BlockTableRecord>(db.modelSpaceId(), OpenMode::ForRead)->entityIds();
+    const std::vector<ObjectId> ids =
+        openObject<BlockTableRecord>(db.modelSpaceId(), OpenMode::ForRead)->entityIds();
     for (auto _ : state) {
         double sum = 0;
         for (ObjectId id : ids) sum += openObject<Line>(id, OpenMode::ForRead)->startPoint().x;

@@ -1,7 +1,7 @@
-// Loads and saves a large generated DXF (>= 50 MB: lines, polylines, circles and text on many layers) with our
-// reader and writer, and runs ezdxf on the same file in the same run as the peer.
-// Targets on the reference machine: load at least 200 MB/s and 50 times faster than ezdxf; peak memory of a
-// load at most twice the file size.
+// Loads and saves a large generated DXF (>= 50 MB: lines, polylines, circles and text on many layers) with
+// our reader and writer, and runs ezdxf on the same file in the same run as the peer. Targets on the
+// reference machine: load at least 200 MB/s and 50 times faster than ezdxf; peak memory of a load at most
+// twice the file size.
 //
 // The file is made by bench/make_big_dxf.py on first use (VELA_BENCH_DXF names another file).
 #include <benchmark/benchmark.h>
@@ -81,7 +81,8 @@ int measureLoad(const std::string& file) {
     struct rusage after {};
     ::getrusage(RUSAGE_SELF, &after);
     std::printf("{\"load_s\": %.4f, \"peak_mb\": %.1f, \"baseline_mb\": %.1f, \"ok\": %s}\n", seconds,
-                (after.ru_maxrss - before.ru_maxrss) / 1024.0, before.ru_maxrss / 1024.0, r.database ? "true" : "false");
+                (after.ru_maxrss - before.ru_maxrss) / 1024.0, before.ru_maxrss / 1024.0,
+                r.database ? "true" : "false");
     std::fflush(stdout);
     std::_Exit(0);  // the drawing's teardown is not part of the measurement
 }
@@ -113,13 +114,16 @@ int main(int argc, char** argv) {
         ours = std::min(ours, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
     }
     const double peak = loadPeakMb(argv[0]);
-    const std::string peer = run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' '" + g_file + "'");
+    const std::string peer =
+        run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' '" + g_file + "'");
     const double peerLoad = jsonNumber(peer, "load_s"), peerSave = jsonNumber(peer, "save_s");
     const double peerPeak = jsonNumber(peer, "peak_rss_mb") - jsonNumber(peer, "baseline_rss_mb");
 
     std::printf("\nfile: %s, %.1f MB\n", g_file.c_str(), g_fileMb);
-    std::printf("ours:  load %.3f s = %.0f MB/s (target >= 200), load peak memory %.1f MB = %.2f x file (target <= 2)\n",
-                ours, g_fileMb / ours, peak, peak / g_fileMb);
+    std::printf(
+        "ours:  load %.3f s = %.0f MB/s (target >= 200), load peak memory %.1f MB = %.2f x file (target <= "
+        "2)\n",
+        ours, g_fileMb / ours, peak, peak / g_fileMb);
     if (peerLoad > 0) {
         std::printf("ezdxf: load %.3f s, save %.3f s, load memory %.1f MB\n", peerLoad, peerSave, peerPeak);
         std::printf("ratio: our load is %.1f x faster than ezdxf's (target >= 50)\n", peerLoad / ours);

@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 
+#include "bench_session.h"
 #include "bridge/command_call.h"
 #include "bridge/velaassistant_communication.h"
 #include "commands/commands.h"
@@ -28,13 +29,7 @@ namespace {
 using namespace vela;
 constexpr int kEntities = 100'000;
 
-struct Session {
-    host::Host host;
-    host::Document* doc = host.documents().createNew();
-    db::Database& db = *doc->database();
-    host::UserIO io{{}, host.services().userInput()};
-    host::CommandContext context{doc, io};
-};
+using bench::Session;
 
 const QJsonDocument& linesRequest() {
     static const QJsonDocument request = [] {
@@ -62,17 +57,10 @@ void create(Session& s) {
     asCommand(s, "_V3_CREATEENTITIES", [&] { commands::kCreateEntities.body(linesRequest(), s.context); });
 }
 
-QJsonDocument fillAndTransformRequest(Session& s) {
-    QJsonArray handles;
-    for (int i = 0; i < kEntities; ++i) {
-        db::ObjectId id;
-        const db::Point3d start(i % 1000, i / 1000);
-        s.db.appendEntity(s.db.modelSpaceId(), std::make_unique<db::Line>(start, start + db::Vector3d(1, 0)),
-                          &id);
-        handles.append(QString::fromStdString(id.handle().toText()));
-    }
-    return QJsonDocument(QJsonObject{
-        {"handles", handles}, {"transformationMatrices", QJsonArray{QJsonObject{{"a03", 10}, {"a13", -5}}}}});
+QJsonDocument fillAndTransformRequest(db::Database& db) {
+    return QJsonDocument(
+        QJsonObject{{"handles", bench::appendLines(db, kEntities)},
+                    {"transformationMatrices", QJsonArray{QJsonObject{{"a03", 10}, {"a13", -5}}}}});
 }
 
 void transform(Session& s, const QJsonDocument& request) {
@@ -96,7 +84,7 @@ BENCHMARK(BM_CreateLines)->Arg(0)->Arg(1)->ArgName("tracked")->Unit(benchmark::k
 
 void BM_TransformLines(benchmark::State& state) {
     Session s;
-    const QJsonDocument request = fillAndTransformRequest(s);
+    const QJsonDocument request = fillAndTransformRequest(s.db);
     tracked(state.range(0) != 0);
     for (auto _ : state) transform(s, request);
     tracked(false);
@@ -153,19 +141,8 @@ void printRatios() {
     db::Database& db = *doc->database();
     bridge::CJxVelaAssistantCommunication page;
     const QString createText = QString::fromUtf8(linesRequest().toJson(QJsonDocument::Compact));
-    QJsonArray handles;
-    for (int i = 0; i < kEntities; ++i) {
-        db::ObjectId id;
-        const db::Point3d start(i % 1000, i / 1000);
-        db.appendEntity(db.modelSpaceId(), std::make_unique<db::Line>(start, start + db::Vector3d(1, 0)),
-                        &id);
-        handles.append(QString::fromStdString(id.handle().toText()));
-    }
     const QString transformText =
-        QString::fromUtf8(QJsonDocument(QJsonObject{{"handles", handles},
-                                                    {"transformationMatrices",
-                                                     QJsonArray{QJsonObject{{"a03", 10}, {"a13", -5}}}}})
-                              .toJson(QJsonDocument::Compact));
+        QString::fromUtf8(fillAndTransformRequest(db).toJson(QJsonDocument::Compact));
     // Every creation goes into a new drawing, as the first large request into a drawing does.
     host::Document* fresh = nullptr;
     const auto create = [&] {

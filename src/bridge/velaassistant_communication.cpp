@@ -25,7 +25,6 @@ void log(const QString& text) {
 
 // A log line of a row: "%1" stands for the argument; a text without it is written as it stands.
 void logLine(const char* format, const QString& argument) {
-    if (!format || !loggingOn()) return;
     const QString text = QString::fromUtf8(format);
     log(text.contains(QLatin1String("%1")) ? text.arg(argument) : text);
 }
@@ -79,7 +78,7 @@ QString CJxVelaAssistantCommunication::answer(const QString& text) {
 QString CJxVelaAssistantCommunication::call(const char* slot, const QString& requestText) {
     const catalogue::CommandRow& row = *FindBySlot(QLatin1StringView(slot));
     if (row.gated && !gateOpen()) return answer(ToCompactText(refusal(row)));
-    logLine(row.receivedLog, requestText);
+    if (row.receivedLog && loggingOn()) logLine(row.receivedLog, requestText);
     QJsonObject response;
     if (row.dispatch == catalogue::Dispatch::Direct) {
         response = callDirectly(row, requestText);

@@ -78,9 +78,8 @@ void AppendPointText(QByteArray& out, const db::Point3d& point) {
 }
 
 QString ShortestNumberText(double value) {
-    QByteArray text;
-    AppendShortestNumber(text, value);
-    return QString::fromLatin1(text);
+    char buffer[kNumberBuffer];
+    return QString::fromLatin1(buffer, writeShortest(buffer, value) - buffer);
 }
 
 QString SixDigitNumberText(double value) {

@@ -69,11 +69,12 @@ ChangeCategory ClassifyObject(const db::DbObject* object) {
 }
 
 QString ObjectDisplayName(const db::DbObject* object) {
-    for (const db::RxClass* cls :
-         {db::LayerTableRecord::desc(), db::LinetypeTableRecord::desc(), db::TextStyleTableRecord::desc(),
-          db::DimStyleTableRecord::desc(), db::BlockTableRecord::desc()})
-        if (object && object->isKindOf(cls))
-            return text(static_cast<const db::SymbolTableRecord*>(object)->name());
+    // Every record class the tracker names is a symbol table record; most notifications are about entities.
+    if (!object || !object->isKindOf(db::SymbolTableRecord::desc())) return QString();
+    for (const db::RxClass* cls : {db::LayerTableRecord::desc(), db::LinetypeTableRecord::desc(),
+                                   db::TextStyleTableRecord::desc(), db::DimStyleTableRecord::desc(),
+                                   db::BlockTableRecord::desc()})
+        if (object->isKindOf(cls)) return text(static_cast<const db::SymbolTableRecord*>(object)->name());
     return QString();
 }
 

@@ -84,29 +84,13 @@ extern const catalogue::CommandRow kCreateLayers = {
     .description =
         "Creates layers with an optional color, linetype, lineweight and on/frozen/locked states, and "
         "answers each layer's handle. A layer that exists already is reported and left unchanged.",
-    .requestSchema = R"json({
-  "$schema": "https://json-schema.org/draft/2020-12/schema",
-  "type": "object",
-  "properties": {
-    "layers": {
-      "type": "array",
-      "items": {
-        "type": "object",
-        "properties": {
-          "name": {"type": ["string", "number"]},
-          "color": {"type": ["string", "number"], "description": "index 0-256, #RRGGBB or (r,g,b)"},
-          "linetype": {"type": "string", "description": "a linetype the drawing has"},
-          "lineweight": {"type": "string", "description": "millimetres such as 0.35, or Default"},
-          "on": {"type": ["boolean", "number", "string"]},
-          "frozen": {"type": ["boolean", "number", "string"]},
-          "locked": {"type": ["boolean", "number", "string"]}
-        },
-        "required": ["name"]
-      }
-    }
-  },
-  "required": ["layers"]
-})json",
+    .requestSchema = VELA_LAYER_BATCH_SCHEMA(
+        R"json(, "color": {"type": ["string", "number"], "description": "index 0-256, #RRGGBB or (r,g,b)"})json"
+        R"json(, "linetype": {"type": "string", "description": "a linetype the drawing has"})json"
+        R"json(, "lineweight": {"type": "string", "description": "millimetres such as 0.35, or Default"})json"
+        R"json(, "on": {"type": ["boolean", "number", "string"]})json"
+        R"json(, "frozen": {"type": ["boolean", "number", "string"]})json"
+        R"json(, "locked": {"type": ["boolean", "number", "string"]})json"),
     .exampleRequest =
         R"json({"layers": [{"name": "Notes", "color": "#FF8000", "lineweight": "0.25", "on": true}]})json",
 };

@@ -70,23 +70,7 @@ extern const catalogue::CommandRow kDeleteLayers = {
     .description =
         "Deletes layers by name. Refused for a layer that does not exist, the current layer, layer 0, "
         "Defpoints, a layer any entity lies on and a layer of an external reference.",
-    .requestSchema = R"json({
-  "$schema": "https://json-schema.org/draft/2020-12/schema",
-  "type": "object",
-  "properties": {
-    "layers": {
-      "type": "array",
-      "items": {
-        "type": "object",
-        "properties": {
-          "name": {"type": ["string", "number"]}
-        },
-        "required": ["name"]
-      }
-    }
-  },
-  "required": ["layers"]
-})json",
+    .requestSchema = VELA_LAYER_BATCH_SCHEMA(""),
     .exampleRequest = R"json({"layers": [{"name": "Notes"}]})json",
 };
 

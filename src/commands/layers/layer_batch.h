@@ -13,6 +13,14 @@ namespace vela::host {
 class CommandContext;
 }
 
+/// The request schema of a layer command (JSON Schema, draft 2020-12): "layers", an array of objects with a
+/// "name" and the further properties given as JSON text (each starting with a comma).
+#define VELA_LAYER_BATCH_SCHEMA(moreProperties)                                                              \
+    R"json({"$schema": "https://json-schema.org/draft/2020-12/schema", "type": "object", "properties": {)json"  \
+    R"json("layers": {"type": "array", "items": {"type": "object", "properties": {)json"                       \
+    R"json("name": {"type": ["string", "number"]})json" moreProperties R"json(}, "required": ["name"]}}},)json" \
+    R"json("required": ["layers"]})json"
+
 namespace vela::commands {
 
 /// One layer of a batch after the checks every layer command shares: the drawing, the layer's name as the

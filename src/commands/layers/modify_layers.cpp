@@ -100,30 +100,14 @@ extern const catalogue::CommandRow kModifyLayers = {
         "Changes layers: renames them (newName) and sets color, linetype, lineweight and on/frozen/locked; "
         "keys left out or null stay as they are. Problems are reported per layer while the other changes "
         "apply.",
-    .requestSchema = R"json({
-  "$schema": "https://json-schema.org/draft/2020-12/schema",
-  "type": "object",
-  "properties": {
-    "layers": {
-      "type": "array",
-      "items": {
-        "type": "object",
-        "properties": {
-          "name": {"type": ["string", "number"]},
-          "newName": {"type": ["string", "number", "null"]},
-          "color": {"type": ["string", "number", "null"], "description": "index 0-256, #RRGGBB or (r,g,b)"},
-          "linetype": {"type": ["string", "null"], "description": "a linetype the drawing has"},
-          "lineweight": {"type": ["string", "null"], "description": "millimetres such as 0.35, or Default"},
-          "on": {"type": ["boolean", "number", "string", "null"]},
-          "frozen": {"type": ["boolean", "number", "string", "null"]},
-          "locked": {"type": ["boolean", "number", "string", "null"]}
-        },
-        "required": ["name"]
-      }
-    }
-  },
-  "required": ["layers"]
-})json",
+    .requestSchema = VELA_LAYER_BATCH_SCHEMA(
+        R"json(, "newName": {"type": ["string", "number", "null"]})json"
+        R"json(, "color": {"type": ["string", "number", "null"], "description": "index 0-256, #RRGGBB or (r,g,b)"})json"
+        R"json(, "linetype": {"type": ["string", "null"], "description": "a linetype the drawing has"})json"
+        R"json(, "lineweight": {"type": ["string", "null"], "description": "millimetres such as 0.35, or Default"})json"
+        R"json(, "on": {"type": ["boolean", "number", "string", "null"]})json"
+        R"json(, "frozen": {"type": ["boolean", "number", "string", "null"]})json"
+        R"json(, "locked": {"type": ["boolean", "number", "string", "null"]})json"),
     .exampleRequest =
         R"json({"layers": [{"name": "Notes", "newName": "Annotations", "color": "5", "locked": true}]})json",
 };
