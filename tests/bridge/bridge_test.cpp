@@ -75,69 +75,6 @@ TEST(RequestRegistry, KeepsUnansweredRequestsAndHandsOutAnswersOnce) {
     EXPECT_EQ(r.size(), before + 1) << "only the unanswered empty request is left";
 }
 
-TEST_F(BridgeTest, RefusesWithoutCapabilityOrDrawing) {
-    addCommand("_V3_CREATELAYERS",
-               [](const QJsonDocument&, host::CommandContext&) { return MakeResult(true); });
-    EXPECT_EQ(bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"success\":true}"));
-
-    host.capabilities().setGranted(QStringLiteral("veladesk.v3.selectentities"), false);
-    const std::vector<std::pair<QString, QString>> refusals = {
-        {bridge.SelectEntities(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.ModifyEntityProperties(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.TransformEntities(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.CreateEntities(QString()), QStringLiteral("{\"entities\":[],\"success\":false}")},
-        {bridge.DeleteEntities(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"layers\":[],\"success\":false}")},
-        {bridge.ModifyLayers(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.DeleteLayers(QString()), QStringLiteral("{\"layers\":[],\"success\":false}")},
-        {bridge.CreateBlocks(QString()), QStringLiteral("{\"blocks\":[],\"success\":false}")},
-        {bridge.CreateHatch(QString()), QStringLiteral("{\"entities\":[],\"success\":false}")},
-        {bridge.EvaluateLisp(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.SummarizeEntities(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.GetCurrentLayersInfo(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.GetHandlesOfSelectedEntities(QString()), QStringLiteral("{\"success\":false}")},
-        {bridge.SelectEntityByHandle(QString()), QStringLiteral("{\"success\":false}")},
-    };
-    for (const auto& [got, want] : refusals) EXPECT_EQ(got, want);
-    EXPECT_FALSE(bridge.ElectricalGoTo(QStringLiteral("x")));
-
-    host.capabilities().setGranted(QStringLiteral("veladesk.v3.selectentities"), true);
-    host.debugSettings().setValue(QStringLiteral("V3Debugging"), QStringLiteral("enabled"));
-    host.documents().closeAll();
-    EXPECT_EQ(bridge.CreateLayers(QStringLiteral("{}")), QStringLiteral("{\"layers\":[],\"success\":false}"));
-    EXPECT_EQ(bridge.ModifyLayers(QStringLiteral("{}")), QStringLiteral("{\"success\":false}"));
-    EXPECT_TRUE(log.lines.isEmpty()) << "a refusal writes no log line";
-    // The changes report asks no capability and answers for no drawing too.
-    bridge.GetChangesInfo(QString());
-    EXPECT_EQ(log.lines, QStringList{QStringLiteral("Received GetChangesInfo query from assistant")});
-}
-
-TEST_F(BridgeTest, LogsTwoLinesOnlyWhenDebuggingIsExactlyEnabled) {
-    addCommand("_V3_CREATEBLOCKS", [](const QJsonDocument& d, host::CommandContext&) {
-        QJsonObject r = MakeResult(true);
-        r.insert(QStringLiteral("blocks"), QJsonArray{d.object().value(QStringLiteral("name"))});
-        return r;
-    });
-    const QString request = QStringLiteral("{\"name\": \"B1\"}");
-    for (const char* value : {"Enabled", "enabled ", "", "1"}) {
-        host.debugSettings().setValue(QStringLiteral("V3Debugging"), QLatin1String(value));
-        bridge.CreateBlocks(request);
-    }
-    EXPECT_TRUE(log.lines.isEmpty());
-    host.debugSettings().setValue(QStringLiteral("V3Debugging"), QStringLiteral("enabled"));
-    const QString answer = bridge.CreateBlocks(request);
-    ASSERT_EQ(log.lines.size(), 2);
-    EXPECT_EQ(log.lines[0], QStringLiteral("Received block creation query from assistant:\n") + request);
-    EXPECT_EQ(log.lines[1],
-              QStringLiteral("Block creation response:\n") +
-                  QString::fromUtf8(QJsonDocument(parse(answer)).toJson(QJsonDocument::Indented)));
-    EXPECT_EQ(answer, QStringLiteral("{\"blocks\":[\"B1\"],\"success\":true}")) << "compact, keys sorted";
-    EXPECT_EQ(bridge.property("JxAnswer").toString(), answer);
-    log.lines.clear();
-    bridge.GetCurrentLayersInfo(QString());
-    EXPECT_TRUE(log.lines.isEmpty()) << "the layer summary slot never logs";
-}
-
 TEST_F(BridgeTest, ACommandThatLeavesNoResponseAnswersFailure) {
     // No command is registered for creating entities, and one that fails before answering.
     EXPECT_EQ(bridge.CreateEntities(QStringLiteral("{}")), QStringLiteral("{\"success\":false}"));

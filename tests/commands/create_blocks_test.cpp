@@ -86,32 +86,6 @@ TEST_F(CreateBlocksTest, FrameRefusesBadRequestsAndOneFailedBlockFailsOnlyItself
     EXPECT_TRUE(a.isErased() && b.isErased());
 }
 
-TEST_F(CreateBlocksTest, RefusesBadNamesAndRequestsWithoutUsableEntities) {
-    const db::ObjectId l = line(), gone = circle();
-    ASSERT_EQ(db::openObject<db::Entity>(gone, db::OpenMode::ForWrite)->erase(), db::ErrorStatus::Ok);
-    const db::ObjectId locked = addLayer("Locked");
-    const db::ObjectId onLocked = line(locked);
-    db::openObject<db::LayerTableRecord>(locked, db::OpenMode::ForWrite)->setIsLocked(true);
-    const std::string before = drawingText(db);
-    for (const char* bad :
-         {"a<b", "a>b", "a/b", "a\\b", "a\"b", "a:b", "a;b", "a?b", "*U1", "a|b", "a,b", "a=b", "a`b"})
-        EXPECT_EQ(single({{"name", bad}, {"entityHandles", hex(l)}}),
-                  failed(QStringLiteral("Invalid block name: '%1'").arg(bad)));
-    for (const QJsonValue& name : {QJsonValue(""), QJsonValue(), QJsonValue(QJsonObject())})
-        EXPECT_EQ(single({{"name", name}, {"entityHandles", hex(l)}}), failed("Block name is required"));
-    // One text of handles: an array has none. Unknown, malformed and prefixed handles name nothing; erased
-    // entities and those on locked layers are not taken.
-    for (const QJsonValue& text :
-         {QJsonValue(QJsonArray{hex(l)}), QJsonValue(), QJsonValue(", ,,"), QJsonValue("FFFFFF"),
-          QJsonValue("0x" + hex(l)), QJsonValue("G1"), QJsonValue(handles({gone, onLocked}))})
-        EXPECT_EQ(single({{"name", "B"}, {"entityHandles", text}}), failed(kNoEntities));
-    EXPECT_EQ(single({{"name", "B"}}), failed(kNoEntities));
-    EXPECT_EQ(drawingText(db), before);
-    // Beside a usable entity, one on a locked layer stays where it is and is not counted.
-    EXPECT_EQ(single({{"name", "B"}, {"entityHandles", handles({onLocked, l})}})["entityCount"], 1);
-    EXPECT_FALSE(onLocked.isErased());
-}
-
 TEST_F(CreateBlocksTest, ReplacesTheEntitiesByAReferenceAtTheLowerLeftCorner) {
     const db::ObjectId l = lineFrom({2, 3, 5}, {6, 3, 5});
     const db::ObjectId c = add(std::make_unique<db::Circle>(db::Point3d(4, 8, 2), 1));
@@ -151,78 +125,6 @@ TEST_F(CreateBlocksTest, ReplacesTheEntitiesByAReferenceAtTheLowerLeftCorner) {
     EXPECT_EQ(db::objectCast<db::Line>(copies[0])->startPoint(), db::Point3d(0, 0, 5));
     EXPECT_EQ(db::objectCast<db::Circle>(copies[1])->center(), db::Point3d(2, 5, 2));
     EXPECT_EQ(db::objectCast<db::PointEntity>(copies[2])->position(), db::Point3d(8, 1, 3));
-}
-
-TEST_F(CreateBlocksTest, TheBasePointIsTheGivenOneOrTheCornerWithAWarning) {
-    const QString xy =
-        "Base point requires at least X and Y coordinates. Using calculated extents base point. ";
-    const QString format = "Invalid base point format. Using calculated extents base point. ";
-    const QString invalid = "Invalid base point. Using calculated extents base point. ";
-    // Each block is made from a line from (12, 25) to (15, 26): its corner is (12, 25).
-    const std::vector<std::tuple<QJsonValue, QString, QString>> cases = {
-        {"10,20", "", "10,20,0"},
-        {" 0.1 , -2.5e-3, 1e21 ,junk", "", "0.1,-0.0025,1e+21"},  // blanks allowed, a fourth part ignored
-        {"0,0,0", "", "0,0,0"},
-        {"10", xy, "12,25,0"},
-        {10, xy, "12,25,0"},
-        {"a,b", format, "12,25,0"},
-        {"1,,2", format, "12,25,0"},
-        {"1,2,z", format, "12,25,0"},
-        {"inf,2", format, "12,25,0"},
-        {QJsonValue(), invalid, "12,25,0"},
-        {"", invalid, "12,25,0"},
-        {QJsonArray{1, 2}, invalid, "12,25,0"},
-    };
-    int n = 0;
-    for (const auto& [value, warning, point] : cases) {
-        const std::string name = "B" + std::to_string(n++);
-        const QJsonObject r = single({{"name", QString::fromStdString(name)},
-                                      {"entityHandles", hex(lineFrom({12, 25}, {15, 26}))},
-                                      {"basePoint", value}});
-        EXPECT_EQ(r["warning"].toString(), warning) << name;
-        EXPECT_EQ(r["basePoint"], point) << name;
-        const QStringList xyz = point.split(',');
-        const db::Point3d base(xyz[0].toDouble(), xyz[1].toDouble(), xyz[2].toDouble());
-        const auto* reference = db::objectCast<db::BlockReference>(contents(db.modelSpaceId()).back());
-        EXPECT_EQ(reference->position(), base) << name;
-        EXPECT_EQ(first<db::Line>(name.c_str(), block(name.c_str()))->startPoint(),
-                  db::Point3d(12, 25) - base.asVector())
-            << name;
-    }
-    // Nothing with extents: the origin, and a second warning after the first.
-    const QJsonObject r =
-        single({{"name", "Empty"}, {"entityHandles", hex(add(std::make_unique<db::Polyline>()))}});
-    EXPECT_EQ(r["warning"].toString(),
-              kNoBasePoint + "Unable to calculate base point from entity extents. Using default (0,0,0). ");
-    EXPECT_EQ(r["basePoint"], "0,0,0");
-}
-
-TEST_F(CreateBlocksTest, TakenNamesAreNumberedAndAHandleListedTwiceIsCopiedOnce) {
-    const std::vector<std::tuple<QJsonObject, QString, QString>> runs = {
-        {{{"name", "Chair"}, {"basePoint", "0,0"}}, "Chair", ""},
-        {{{"name", "Chair"}, {"basePoint", "0,0"}},
-         "Chair_1",
-         "Block 'Chair' already exists. Renamed to 'Chair_1'. "},
-        {{{"name", "Chair"}},
-         "Chair_2",
-         kNoBasePoint + "Block 'Chair' already exists. Renamed to 'Chair_2'. "},
-        // Names compare without regard to case, so "chair_1" and "chair_2" are taken as well.
-        {{{"name", "chair"}, {"basePoint", "0,0"}},
-         "chair_3",
-         "Block 'chair' already exists. Renamed to 'chair_3'. "},
-    };
-    for (auto [request, name, warning] : runs) {
-        const db::ObjectId l = line(), c = circle();
-        request.insert("entityHandles", handles({l, c, l}));
-        const QJsonObject r = single(request);
-        EXPECT_EQ(r["name"], name);
-        EXPECT_EQ(r["warning"].toString(), warning);
-        EXPECT_EQ(r["entityCount"], 3) << "every mention counts";
-        const db::ObjectId btr = db.blockTable()->getAt(name.toStdString());
-        EXPECT_EQ(r["blockDefinitionHandle"], hex(btr));
-        EXPECT_EQ(contents(btr).size(), 2u) << "but the entity is copied once";
-        EXPECT_TRUE(l.isErased() && c.isErased());
-    }
 }
 
 TEST_F(CreateBlocksTest, KeepsTheDefinitionsDescriptionAndBehaviour) {

@@ -61,50 +61,6 @@ TEST_F(ModifyPropertiesTest, TakesTheSelectionWithoutHandlesAndSkipsWhatIsNoUnlo
               failed("Invalid database"));
 }
 
-TEST_F(ModifyPropertiesTest, GeneralPropertiesRunInNameOrderAndFailuresDoNotStopTheRest) {
-    const db::ObjectId walls = addLayer("walls"), yes = addLayer("true");
-    const db::ObjectId a = line(), b = line();
-    EXPECT_EQ(modify(a, {{"Layer", "WALLS"},
-                         {"LineColor", "#FF8000"},
-                         {"LineWeight", "0.35 mm"},
-                         {"LineScale", 0.1234567},
-                         {"Transparency", "300"},
-                         {"Unknown", "x"},
-                         {"Radius", "4"}}),
-              ok);
-    const auto& l = get<db::Line>(a);
-    EXPECT_EQ(l.layerId(), walls);
-    EXPECT_EQ(l.color(), db::Color::fromRgb(255, 128, 0));
-    EXPECT_EQ(l.lineWeight(), db::LineWeight::W035);
-    EXPECT_EQ(l.linetypeScale(), 0.123457) << "a JSON number is read with six significant digits";
-    EXPECT_EQ(l.transparency(), db::Transparency::fromAlpha(44));
-    EXPECT_EQ(
-        modify(a,
-               {{"Layer", true}, {"LineColor", QJsonValue()}, {"Transparency", "50%"}, {"LineWeight", "25"}}),
-        ok)
-        << "true is the text \"true\"; null is no value; unknown transparency and lineweight texts change "
-           "nothing";
-    EXPECT_EQ(l.layerId(), yes);
-    EXPECT_EQ(l.color(), db::Color::fromRgb(255, 128, 0));
-    EXPECT_EQ(l.transparency(), db::Transparency::fromAlpha(44));
-    EXPECT_EQ(l.lineWeight(), db::LineWeight::W035);
-
-    const std::string once =
-        "Error setting layer to Nope because the layer doesn't exist. "
-        "Error parsing property from 256 because Color index is invalid. "
-        "Error parsing linescale abc. ";
-    EXPECT_EQ(
-        modify(QJsonArray{hex(a), hex(b)},
-               QJsonArray{QJsonObject{
-                   {"LineScale", "abc"}, {"LineColor", "256"}, {"Layer", "Nope"}, {"LineWeight", "0.50"}}}),
-        failed(once + once));
-    EXPECT_EQ(get<db::Line>(b).lineWeight(), db::LineWeight::W050);
-    EXPECT_EQ(
-        modify(b, {{"LineScale", "-2"}, {"LineColor", "ByLayer"}}),
-        failed("Error parsing property from ByLayer because Unknown error. Error setting linescale to -2. "));
-    EXPECT_EQ(get<db::Line>(b).linetypeScale(), 1.0);
-}
-
 TEST_F(ModifyPropertiesTest, MissingLinetypesAreLoadedFromTheFileOfTheDrawingsUnits) {
     const db::ObjectId a = line();
     EXPECT_EQ(modify(a, {{"LineType", "dashed"}}),

@@ -47,34 +47,6 @@ TEST_F(SelectEntitiesTest, AndWithinAClassOrAcrossClasses) {
     EXPECT_TRUE(r.value("success").toBool()) << "success tells that some search found something";
 }
 
-TEST_F(SelectEntitiesTest, EmptyUnknownAndAllQueries) {
-    line();
-    circle();
-    QJsonObject r = select(R"({"entities":[]})");
-    EXPECT_FALSE(r.value("success").toBool());
-    EXPECT_EQ(r.value("numSelected").toInt(), 0);
-    EXPECT_TRUE(r.value("handles").isArray());
-    EXPECT_FALSE(r.contains("errorMessages"));
-    r = select(
-        R"({"entities":[{"className":"AcDbNothing","properties":[{"property":"Layer","operator":"==","value":"0"}]},
-        {"className":"AcDbLine","properties":[{"property":"No such property","operator":"==","value":"0"}]}]})");
-    EXPECT_FALSE(r.value("success").toBool()) << "unknown classes and properties contribute nothing";
-    r = select(R"({"entities":[{"className":"All"}]})");
-    EXPECT_EQ(r.value("numSelected").toInt(), 2);
-    r = select(
-        R"({"entities":[{"className":"All","properties":[{"property":"Layer","operator":"SelectAll"}]}]})");
-    EXPECT_EQ(r.value("numSelected").toInt(), 2);
-    r = select(
-        R"({"entities":[{"className":"AcDbCircle","properties":[{"property":"x","operator":"SelectAll"}]}]})");
-    EXPECT_EQ(r.value("numSelected").toInt(), 1);
-    r = select(
-        R"({"entities":[{"className":"All","properties":[{"property":"Radius","operator":"==","value":1}]}]})");
-    EXPECT_EQ(r.value("numSelected").toInt(), 1) << "All with a condition searches the classes that have it";
-    r = select(
-        R"({"entities":[{"className":"AcDbLine","properties":[{"property":"Layer","operator":"~=","value":"0"}]}]})");
-    EXPECT_EQ(r.value("numSelected").toInt(), 0) << "an operator not understood matches nothing";
-}
-
 TEST_F(SelectEntitiesTest, ValuesAreConvertedPerPropertyType) {
     const db::ObjectId a = line({}, db::Color::fromRgb(255, 128, 0), 2.5);
     const db::ObjectId b = line({}, db::Color::fromIndex(3), 1234567);

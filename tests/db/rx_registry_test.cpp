@@ -66,37 +66,6 @@ TEST(RxRegistry, EveryClassThatCanBeMadeIsFoundByBothNamesAndMakesItsOwnObjects)
     })) << "listed in the order of class names, whatever order the files were loaded in";
 }
 
-TEST(RxRegistry, ClassesOfAKindAreThoseDerivedFromIt) {
-    std::vector<std::string> entities;
-    for (const RxClass* cls : RxRegistry::classes(Entity::desc())) {
-        EXPECT_TRUE(cls->isDerivedFrom(Entity::desc())) << cls->name();
-        entities.push_back(cls->dxfName());
-    }
-    // The entity types a file can name; the stand-in for unknown types is not among them.
-    EXPECT_EQ(entities, (std::vector<std::string>{"ARC", "INSERT", "CIRCLE", "ELLIPSE", "HATCH", "LINE",
-                                                  "MTEXT", "POINT", "LWPOLYLINE", "SPLINE", "TEXT"}));
-    for (const RxClass* cls : RxRegistry::classes(SymbolTableRecord::desc()))
-        EXPECT_FALSE(cls->isDerivedFrom(Entity::desc())) << cls->name();
-    EXPECT_EQ(RxRegistry::classes(SymbolTable::desc()).size(), 9u);
-}
-
-TEST(RxRegistry, NamesSharedWithABaseFindTheBaseAndAbstractClassesMakeNothing) {
-    // Every table is a "TABLE" in a file; the name finds the abstract table class, which makes nothing.
-    EXPECT_EQ(RxRegistry::findByDxfName("TABLE"), SymbolTable::desc());
-    EXPECT_FALSE(SymbolTable::desc()->canCreate());
-    EXPECT_EQ(SymbolTable::desc()->create(), nullptr);
-    // The stand-ins for unknown types carry their base's name.
-    EXPECT_EQ(RxRegistry::findByName("AcDbEntity"), Entity::desc());
-    EXPECT_EQ(RxRegistry::findByName("AcDbObject"), DbObject::desc());
-    EXPECT_FALSE(RawEntity::desc()->canCreate()) << "a stand-in needs the type it stands for";
-    EXPECT_EQ(RxRegistry::findByName("AcDbCurve"), Curve::desc());
-    EXPECT_EQ(RxRegistry::findByDxfName("DIMENSION"), nullptr);
-    EXPECT_EQ(RxRegistry::findByDxfName(""), nullptr) << "abstract classes have no DXF name to be found by";
-    EXPECT_EQ(RxRegistry::findByName("line"), nullptr) << "class names are exact";
-    EXPECT_EQ(createObject<SymbolTableRecord>(RxRegistry::findByDxfName("LINE")), nullptr)
-        << "an object of a class is not made as another kind";
-}
-
 TEST(RxRegistry, AClassLeavesWithItsLibraryAndGivesSharedNamesBack) {
     ASSERT_EQ(RxRegistry::findByDxfName("VELA_PROBE"), nullptr);
     const std::size_t before = RxRegistry::classes().size();
@@ -162,26 +131,6 @@ TEST(RxRegistry, TheReaderMakesWhatTheRegisteredClassesNameAndKeepsTheRest) {
     ASSERT_TRUE(raw) << "once the class is gone, the type is kept as it came";
     EXPECT_EQ(raw->dxfName(), "VELA_PROBE");
     EXPECT_NE(writeDxf(*r.database).find("AcDbVelaProbe\n 40\n2.5\n"), std::string::npos);
-}
-
-TEST(RxRegistry, TablesAreMadeFromTheirRecordTypesAndTakeTheirPlaceInTheDrawing) {
-    const std::string dxf =
-        "0\nSECTION\n2\nTABLES\n"
-        "0\nTABLE\n2\nLAYER\n5\n2\n70\n1\n0\nLAYER\n5\n10\n2\nWalls\n70\n0\n62\n1\n6\nContinuous\n0\nENDTAB\n"
-        "0\nTABLE\n2\nNO_SUCH_RECORD\n5\n3\n0\nENDTAB\n"
-        "0\nTABLE\n2\nLINE\n5\n4\n0\nENDTAB\n"
-        "0\nENDSEC\n0\nEOF\n";
-    DxfReadResult r = readDxf(dxf);
-    ASSERT_TRUE(r.database) << r.error->text();
-    EXPECT_EQ(r.database->layerTableId(), r.database->getObjectId(Handle(2)));
-    EXPECT_TRUE(r.database->layerTable()->has("Walls"));
-    std::size_t skipped = 0;
-    for (const std::string& w : r.warnings) skipped += w.find("is not read") != std::string::npos ? 1 : 0;
-    EXPECT_EQ(skipped, 2u) << "neither an unknown record type nor an entity type makes a table";
-
-    Database db;
-    EXPECT_EQ(db.setTableId(db.modelSpaceId()), ErrorStatus::NotThatKindOfClass);
-    EXPECT_EQ(db.setTableId(r.database->layerTableId()), ErrorStatus::NotInDatabase);
 }
 
 }  // namespace

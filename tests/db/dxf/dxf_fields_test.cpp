@@ -144,67 +144,6 @@ TEST(DxfFields, ConditionsDecideWhatIsWrittenAndWhatIsRead) {
     EXPECT_TRUE(widths.kept.keptTags.empty());
 }
 
-TEST(DxfFields, ItemsEndWhereTheNextBeginsAndTheirFieldsComeInAnyOrder) {
-    // The second item gives its groups in another order (its dashes after their count, as lists always
-    // are); an unknown group inside an item is kept.
-    const Read r = read(text({{100, "AcDbSample"},
-                              {70, "1"},
-                              {10, "1"},
-                              {20, "2"},
-                              {10, "3"},
-                              {20, "4"},
-                              {79, "1"},
-                              {49, "7"},
-                              {44, "0.4"},
-                              {999, "a note"},
-                              {42, "-1"},
-                              {43, "0.3"},
-                              {10, "5"},
-                              {20, "6"}}));
-    ASSERT_EQ(r.sample.items.size(), 3u) << "without a count, the items that are there";
-    EXPECT_EQ(r.sample.items[1], (Sample::Item{{3, 4}, -1.0, 0.3, 0.4, {7.0}}));
-    EXPECT_EQ(r.sample.items[2].point, Point2d(5, 6));
-    EXPECT_EQ(r.kept.keptTags, (std::vector<DxfTag>{{100, "AcDbSample"}, {999, "a note"}}));
-
-    // A group that belongs to no item ends the list; what follows is kept, not lost.
-    const Read ended = read(
-        text({{100, "AcDbSample"}, {90, "3"}, {10, "1"}, {20, "2"}, {999, "between"}, {10, "3"}, {20, "4"}}));
-    ASSERT_EQ(ended.sample.items.size(), 1u);
-    EXPECT_EQ(ended.kept.keptTags,
-              (std::vector<DxfTag>{{100, "AcDbSample"}, {999, "between"}, {10, "3"}, {20, "4"}}));
-}
-
-TEST(DxfFields, AFieldGivenTwiceInOneItemIsTakenOnce) {
-    // Kept, the second start width would be written at the end of the section and read as the start width of
-    // the last item next time; it is reported and dropped instead.
-    const Read r = read(text({{100, "AcDbSample"},
-                              {90, "2"},
-                              {10, "1"},
-                              {20, "2"},
-                              {43, "0.5"},
-                              {43, "0.7"},
-                              {44, "0.9"},
-                              {10, "3"},
-                              {20, "4"}}));
-    ASSERT_EQ(r.sample.items.size(), 2u);
-    EXPECT_EQ(r.sample.items[0].startWidth, 0.5);
-    EXPECT_EQ(r.sample.items[1].startWidth, 0.0);
-    EXPECT_TRUE(r.kept.keptTags.empty());
-    ASSERT_EQ(r.errors.size(), 1u);
-    EXPECT_NE(r.errors[0].find("group code 43"), std::string::npos) << r.errors[0];
-    const std::string once = write(r.sample, &r.kept);
-    const Read again = read(once);
-    EXPECT_EQ(again.sample, r.sample);
-    EXPECT_EQ(write(again.sample, &again.kept), once);
-
-    // Another item's groups are not this item's repeats, nor are groups after the last one it took.
-    const Read separate = read(
-        text({{100, "AcDbSample"}, {10, "1"}, {20, "2"}, {43, "0.5"}, {10, "3"}, {20, "4"}, {43, "0.7"}}));
-    ASSERT_EQ(separate.sample.items.size(), 2u);
-    EXPECT_EQ(separate.sample.items[1].startWidth, 0.7);
-    EXPECT_TRUE(separate.errors.empty());
-}
-
 TEST(DxfFields, MalformedCountsNeitherOverreadNorAllocate) {
     struct Case {
         const char* name;

@@ -152,76 +152,6 @@ TEST(EntityDeclarations, HatchLoopsOfEveryKindPatternsAndSeedsComeBack) {
     EXPECT_EQ(writeDxf(*back), writeDxf(db));
 }
 
-TEST(EntityDeclarations, HatchConditionsFollowFillAndEdgeType) {
-    Database db;
-    auto solid = std::make_unique<Hatch>();
-    HatchLoop loop;
-    loop.flags = HatchLoop::kExternal | HatchLoop::kPolyline;
-    loop.vertices = {{{0, 0}, 0}, {{1, 0}, 0}, {{1, 1}, 0}};
-    solid->appendLoop(loop);
-    db.appendEntity(db.modelSpaceId(), std::move(solid));
-    const std::string record = recordOf(writeDxf(db), "AcDbHatch");
-    ASSERT_FALSE(record.empty());
-    EXPECT_EQ(record.find("\n 52\n"), std::string::npos) << "a solid fill has no pattern groups";
-    EXPECT_EQ(record.find("\n 78\n"), std::string::npos);
-    EXPECT_EQ(record.find("\n 42\n"), std::string::npos) << "a loop without bulges has no bulge groups";
-
-    // A file that gives pattern groups for a solid fill is read all the same, and so is a bulge in a loop
-    // whose flag says it has none; an edge type out of range is taken for a line.
-    auto read = readText(
-        "0\nHATCH\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbHatch\n10\n0\n20\n0\n30\n0\n2\nSOLID\n70\n1\n71\n0"
-        "\n91\n2\n"
-        "92\n2\n72\n0\n73\n1\n93\n2\n10\n0\n20\n0\n42\n0.5\n10\n1\n20\n0\n97\n0\n"
-        "92\n1\n93\n1\n72\n9\n10\n5\n20\n6\n11\n7\n21\n8\n97\n0\n"
-        "75\n0\n76\n1\n52\n30\n41\n3\n77\n0\n78\n0\n98\n0\n");
-    ASSERT_TRUE(read);
-    auto* hatch = only<Hatch>(*read);
-    ASSERT_TRUE(hatch);
-    EXPECT_NEAR(hatch->patternAngle(), kPi / 6, 1e-12);
-    EXPECT_EQ(hatch->patternScale(), 3);
-    ASSERT_EQ(hatch->numLoops(), 2u);
-    ASSERT_EQ(hatch->loops()[0].vertices.size(), 2u);
-    EXPECT_EQ(hatch->loops()[0].vertices[0].bulge, 0.5);
-    EXPECT_FALSE(hatch->extras()) << "every group was taken";
-    EXPECT_NE(recordOf(writeDxf(*read), "AcDbHatch").find("\n 92\n2\n 72\n1\n"), std::string::npos)
-        << "written back, the flag says there are bulges";
-    ASSERT_EQ(hatch->loops()[1].edges.size(), 1u);
-    const HatchEdge& edge = hatch->loops()[1].edges[0];
-    EXPECT_EQ(edge.type, HatchEdge::Type::Line);
-    EXPECT_EQ(edge.start, Point2d(5, 6));
-    EXPECT_EQ(edge.end, Point2d(7, 8));
-}
-
-TEST(EntityDeclarations, PolylineVerticesKeepIdsWidthsAndFlags) {
-    Database db;
-    auto pl = std::make_unique<Polyline>();
-    pl->setVertices({{{0, 0}, 0.5, 0.1, 0.2, 4000000000u}, {{1, 0}, 0, 0, 0, 0}, {{1, 1}, -1, 0, 0.3, 7}});
-    pl->setPlinegen(true);
-    db.appendEntity(db.modelSpaceId(), std::move(pl));
-    const std::string record = recordOf(writeDxf(db), "AcDbPolyline");
-    EXPECT_EQ(countOf(record, "\n 91\n"), 2u) << "an id is written only when there is one";
-    EXPECT_EQ(countOf(record, "\n 40\n"), 2u) << "widths only where they are not both zero";
-    auto back = reread(db);
-    ASSERT_TRUE(back);
-    auto* read = only<Polyline>(*back);
-    ASSERT_TRUE(read);
-    EXPECT_EQ(read->vertices(), only<Polyline>(db)->vertices());
-    EXPECT_TRUE(read->hasPlinegen());
-    EXPECT_FALSE(read->isClosed());
-
-    // Vertex groups in another order than ours, and a count that claims more vertices than there are.
-    auto other = readText(
-        "0\nLWPOLYLINE\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbPolyline\n90\n1000000\n70\n1\n"
-        "10\n0\n20\n0\n42\n1\n41\n2\n40\n3\n10\n5\n20\n0\n210\n0\n220\n0\n230\n1\n");
-    ASSERT_TRUE(other);
-    auto* reordered = only<Polyline>(*other);
-    ASSERT_TRUE(reordered);
-    ASSERT_EQ(reordered->numVerts(), 2u);
-    EXPECT_EQ(reordered->vertices()[0], (Polyline::Vertex{{0, 0}, 1, 3, 2, 0}));
-    EXPECT_TRUE(reordered->isClosed());
-    EXPECT_FALSE(reordered->extras()) << "every group was taken";
-}
-
 TEST(EntityDeclarations, SplineCountsBoundTheirListsAndWhatTheyLeaveOutIsKept) {
     Database db;
     auto spline = std::make_unique<Spline>();
@@ -267,37 +197,6 @@ TEST(EntityDeclarations, SplineCountsBoundTheirListsAndWhatTheyLeaveOutIsKept) {
     ASSERT_EQ(partly->getGeomExtents(box), ErrorStatus::Ok);
     EXPECT_TRUE(box.minPoint().isEqualTo({0, 0, 0}));
     EXPECT_TRUE(box.maxPoint().isEqualTo({4, 2, 0}));
-}
-
-TEST(EntityDeclarations, MultilineTextDirectionStyleAndChunks) {
-    // A direction given as a rotation is written back as one; a bad attachment reads as top left; text comes
-    // in chunks; a missing style means "Standard".
-    auto read = readText(
-        "0\nMTEXT\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbMText\n10\n1\n20\n2\n30\n0\n40\n2.5\n71\n12\n"
-        "3\nfirst part, \n3\nsecond part, \n1\nlast part\n210\n0\n220\n0\n230\n-1\n50\n90\n");
-    ASSERT_TRUE(read);
-    auto* mtext = only<MText>(*read);
-    ASSERT_TRUE(mtext);
-    EXPECT_EQ(mtext->contents(), "first part, second part, last part");
-    EXPECT_EQ(mtext->attachment(), MText::Attachment::TopLeft);
-    EXPECT_EQ(mtext->textStyle(), read->textStyleTable()->getAt("Standard"));
-    EXPECT_TRUE(mtext->direction().isEqualTo(Vector3d(0, 1, 0), 1e-12))
-        << "90 degrees in a plane seen from below is the world's y axis";
-    const std::string record = recordOf(writeDxf(*read), "AcDbMText");
-    EXPECT_NE(record.find("\n 50\n90.0\n"), std::string::npos) << record;
-    EXPECT_EQ(record.find("\n 11\n"), std::string::npos);
-
-    // Set by a direction, it is written as one.
-    {
-        auto ref = openObject<MText>(mtext->objectId(), OpenMode::ForWrite);
-        ref->setDirection(Vector3d(1, 1, 0));
-    }
-    const std::string changed = writeDxf(*read);
-    EXPECT_NE(recordOf(changed, "AcDbMText").find("\n 11\n"), std::string::npos);
-    EXPECT_EQ(recordOf(changed, "AcDbMText").find("\n 50\n"), std::string::npos);
-    DxfReadResult again = readDxf(changed);
-    ASSERT_TRUE(again.database);
-    EXPECT_TRUE(only<MText>(*again.database)->direction().isEqualTo(Vector3d(1, 1, 0).normalized(), 1e-12));
 }
 
 }  // namespace
