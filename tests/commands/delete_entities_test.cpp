@@ -22,19 +22,6 @@ class DeleteEntitiesTest : public testing::DrawingTest {
     static QJsonObject error(const char* text) { return {{"success", false}, {"error", text}}; }
 };
 
-TEST_F(DeleteEntitiesTest, EarlyFailuresAnswerWithOneErrorText) {
-    doc->selection().set({line()});  // a selection is no substitute for the handles
-    EXPECT_EQ(run(kDeleteEntities.body, "{}"), error("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(kDeleteEntities.body, "{\"handles\":\"1F\"}"),
-              error("Missing or invalid 'handles' array in input"));
-    EXPECT_EQ(run(kDeleteEntities.body, "{\"handles\":[]}"), error("Empty 'handles' array in input"));
-    EXPECT_FALSE(doc->selection().ids()[0].isErased());
-    host::UserIO io({}, host.services().userInput());
-    host::CommandContext noDrawing(nullptr, io);
-    EXPECT_EQ(kDeleteEntities.body(QJsonDocument::fromJson("{\"handles\":[\"1\"]}"), noDrawing),
-              error("Invalid database"));
-}
-
 TEST_F(DeleteEntitiesTest, ErasesEntitiesOnlyAndReportsHandlesAsSent) {
     const db::ObjectId locked = addLayer("Locked");
     const db::ObjectId a = line(), b = circle(), keep = line(), onLocked = line(locked);

@@ -109,26 +109,6 @@ TEST_F(TransformTest, CentringUsesOneBoxForAllEntitiesLockedOnesIncluded) {
     EXPECT_DOUBLE_EQ(db::openObject<db::Polyline>(hollow, db::OpenMode::ForRead)->elevation(), 11);
 }
 
-TEST_F(TransformTest, SkipsSilentlyWhatCannotBeTransformed) {
-    const db::ObjectId locked = addLayer("Locked");
-    const db::ObjectId target = lineFrom({0, 0}, {1, 0}), pinned = lineFrom({0, 0}, {1, 0}, locked);
-    const db::ObjectId gone = lineFrom({0, 0}, {1, 0});
-    db::openObject(gone, db::OpenMode::ForWrite)->erase();
-    lock(locked);
-
-    QJsonObject r = request({pinned, gone, locked, target}, {matrix({{"a03", 3}})});
-    QJsonArray handles = r.value("handles").toArray();
-    for (const QJsonValue& odd : {QJsonValue("zz"), QJsonValue("0x" + hex(target)), QJsonValue(""),
-                                  QJsonValue(" " + hex(target)), QJsonValue("FFFFFF"), QJsonValue(0)})
-        handles.append(odd);
-    handles.append(hex(target).toLower());
-    r.insert("handles", handles);
-    EXPECT_TRUE(transform(r)) << "locked, erased, unknown and non-entity objects are no failure";
-    EXPECT_TRUE(At(start(target), 6, 0)) << "named twice (once in lower case), moved twice";
-    EXPECT_TRUE(At(start(pinned), 0, 0));
-    EXPECT_TRUE(At(start(gone), 0, 0));
-}
-
 TEST_F(TransformTest, SelectionIsTakenWithoutHandlesAndNothingToTransformFails) {
     const db::ObjectId a = lineFrom({0, 0}, {1, 0}), b = lineFrom({0, 0}, {1, 0}),
                        gone = lineFrom({0, 0}, {1, 0});

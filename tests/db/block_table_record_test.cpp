@@ -20,56 +20,6 @@ ObjectId addBlock(Database& db, std::string_view name) {
     return id;
 }
 
-// The block record's groups from its name to the end of the record.
-std::string recordText(const std::string& dxf, const std::string& name) {
-    const std::size_t at = dxf.find("AcDbBlockTableRecord\n  2\n" + name + "\n");
-    if (at == std::string::npos) return {};
-    return dxf.substr(at, dxf.find("\n  0\n", at) - at);
-}
-
-TEST(BlockTableRecord, BehaviourOptionsHaveTheUsualDefaultsAndTravelThroughFiles) {
-    Database db;
-    const ObjectId plain = addBlock(db, "Plain");
-    const ObjectId fixed = addBlock(db, "Fixed");
-    {
-        auto block = openObject<BlockTableRecord>(plain, OpenMode::ForRead);
-        EXPECT_TRUE(block->isExplodable());
-        EXPECT_FALSE(block->isScaledUniformly());
-        EXPECT_EQ(block->insertUnits(), 0);
-    }
-    {
-        auto block = openObject<BlockTableRecord>(fixed, OpenMode::ForWrite);
-        block->setExplodable(false);
-        block->setScaledUniformly(true);
-        block->setInsertUnits(4);
-    }
-    const std::string saved = writeDxf(db);
-    EXPECT_EQ(recordText(saved, "Fixed"), "AcDbBlockTableRecord\n  2\nFixed\n 70\n4\n280\n0\n281\n1")
-        << "in the order files have them";
-    EXPECT_EQ(recordText(saved, "Plain"), "AcDbBlockTableRecord\n  2\nPlain\n 70\n0\n280\n1\n281\n0");
-
-    DxfReadResult r = readDxf(saved);
-    ASSERT_TRUE(r.database);
-    auto* back = objectCast<BlockTableRecord>(r.database->blockTable()->getAt("Fixed").peek());
-    ASSERT_TRUE(back);
-    EXPECT_FALSE(back->isExplodable());
-    EXPECT_TRUE(back->isScaledUniformly());
-    EXPECT_EQ(back->insertUnits(), 4);
-    EXPECT_FALSE(back->extras()) << "nothing of the record is left as kept groups";
-    EXPECT_EQ(writeDxf(*r.database), saved);
-
-    // Older files leave the groups out: the record is explodable and scales freely.
-    DxfReadResult old = readDxf(
-        "0\nSECTION\n2\nTABLES\n0\nTABLE\n2\nBLOCK_RECORD\n5\n1\n70\n1\n"
-        "0\nBLOCK_RECORD\n5\n20\n100\nAcDbSymbolTableRecord\n100\nAcDbBlockTableRecord\n2\nOld\n"
-        "0\nENDTAB\n0\nENDSEC\n0\nEOF\n");
-    ASSERT_TRUE(old.database) << old.error->text();
-    auto* oldBlock = objectCast<BlockTableRecord>(old.database->blockTable()->getAt("Old").peek());
-    ASSERT_TRUE(oldBlock);
-    EXPECT_TRUE(oldBlock->isExplodable());
-    EXPECT_FALSE(oldBlock->isScaledUniformly());
-}
-
 TEST(BlockTableRecord, BehaviourOptionsAreUndoneRedoneAndCloned) {
     Database db;
     const ObjectId id = addBlock(db, "Chair");

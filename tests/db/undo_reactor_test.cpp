@@ -145,44 +145,6 @@ TEST(Undo, RestoresEveryKindOfChangeExactlyAndRedoReappliesIt) {
     EXPECT_EQ(picture(db), before);
 }
 
-TEST(Undo, GroupsWithoutChangesLeaveNoStepAndNewChangesClearRedo) {
-    Database db;
-    ObjectId id;
-    db.appendEntity(db.modelSpaceId(), std::make_unique<Line>(), &id);
-    UndoManager& undo = db.undoManager();
-
-    undo.beginGroup("read only");
-    { auto l = openObject<Line>(id, OpenMode::ForRead); }
-    { auto l = openObject<Line>(id, OpenMode::ForWrite); }
-    undo.endGroup();
-    EXPECT_FALSE(undo.canUndo());
-
-    for (double x : {1.0, 2.0}) {
-        undo.beginGroup();
-        openObject<Line>(id, OpenMode::ForWrite)->setEndPoint({x, 0});
-        undo.endGroup();
-    }
-    EXPECT_EQ(undo.undoCount(), 2u);
-    EXPECT_EQ(undo.undo(5), 2u);
-    EXPECT_EQ(openObject<Line>(id, OpenMode::ForRead)->endPoint(), Point3d(0, 0));
-    EXPECT_EQ(undo.redo(), 1u);
-    EXPECT_EQ(openObject<Line>(id, OpenMode::ForRead)->endPoint(), Point3d(1, 0));
-
-    undo.beginGroup();
-    openObject<Line>(id, OpenMode::ForWrite)->setEndPoint({3, 0});
-    undo.endGroup();
-    EXPECT_FALSE(undo.canRedo()) << "a new change clears the redo steps";
-
-    // Nested groups join the outermost one.
-    undo.beginGroup();
-    undo.beginGroup();
-    openObject<Line>(id, OpenMode::ForWrite)->setEndPoint({4, 0});
-    undo.endGroup();
-    EXPECT_EQ(undo.undo(), 0u) << "undo is refused while a group is open";
-    undo.endGroup();
-    EXPECT_EQ(undo.undoCount(), 3u);
-}
-
 TEST(Undo, FiresNotificationsSoAnUneraseIsSeenAsSuch) {
     Database db;
     ObjectId id;

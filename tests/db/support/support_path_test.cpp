@@ -114,23 +114,5 @@ TEST_F(SupportPathTest, StandardOrderIsBundledThenEnvironmentThenDrawing) {
     EXPECT_EQ(path.find("local.pat"), local);
 }
 
-TEST_F(SupportPathTest, StandardWithoutEnvironmentOrDrawingIsTheBundledFolderAlone) {
-    ::unsetenv("VELA_SUPPORT_PATH");
-    const SupportPath path = SupportPath::standard();
-    ASSERT_EQ(path.folders().size(), 1u);
-    EXPECT_EQ(path.folders()[0].lexically_normal(), bundled().lexically_normal());
-
-    ::setenv("VELA_SUPPORT_PATH", "::", 1);
-    EXPECT_EQ(SupportPath::standard().folders().size(), 1u);
-
-    // The bundled files for both unit systems are reachable under the names the database asks for.
-    for (bool metric : {true, false}) {
-        EXPECT_TRUE(path.find(linetypeFileName(metric)).has_value()) << linetypeFileName(metric);
-        EXPECT_TRUE(path.find(hatchPatternFileName(metric)).has_value()) << hatchPatternFileName(metric);
-    }
-    EXPECT_NE(linetypeFileName(true), linetypeFileName(false));
-    EXPECT_NE(hatchPatternFileName(true), hatchPatternFileName(false));
-}
-
 }  // namespace
 }  // namespace vela::db
