@@ -55,7 +55,6 @@ void CJxVelaAssistantModule::registerCommands() {
         stack.addCommand(c);
         if (c->globalName() == QLatin1String(commands::kSummarizeEntities.globalName)) tracker->Start();
     }
-    tracker->Start();  // does nothing when it already runs
     registered_ = true;
 }
 

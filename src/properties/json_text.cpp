@@ -86,10 +86,10 @@ JsonTextWriter& JsonTextWriter::pointString(const db::Point3d& point) {
     return *this;
 }
 
-void JsonTextWriter::rewind(std::size_t mark, std::size_t depth, bool first) {
-    out_.truncate(static_cast<qsizetype>(mark));
-    first_.resize(depth);
-    if (!first_.empty()) first_.back() = first;
+void JsonTextWriter::rewind(const Mark& mark) {
+    out_.truncate(mark.size);
+    first_.resize(mark.depth);
+    if (!first_.empty()) first_.back() = mark.first;
     afterKey_ = false;
 }
 

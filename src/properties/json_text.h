@@ -32,11 +32,16 @@ class JsonTextWriter {
     /// A string "x,y,z", each coordinate in the shortest form that reads back exactly.
     JsonTextWriter& pointString(const db::Point3d& point);
 
-    /// Marks where the next value starts and forgets what was written since (a value given up half way).
-    std::size_t mark() const { return static_cast<std::size_t>(out_.size()); }
-    void rewind(std::size_t mark, std::size_t depth, bool first);
-    std::size_t depth() const { return first_.size(); }
-    bool atFirst() const { return !first_.empty() && first_.back(); }
+    /// Where the writer stands, to come back to when a value is given up half way.
+    struct Mark {
+        qsizetype size;
+        std::size_t depth;  // open brackets; a value given up leaves those below unchanged
+        bool first;         // whether the innermost one was still empty
+    };
+    Mark mark() const { return {out_.size(), first_.size(), !first_.empty() && first_.back()}; }
+    void rewind(const Mark& mark);
+    /// True before anything was written.
+    bool empty() const { return out_.isEmpty(); }
 
     void reserve(qsizetype bytes) { out_.reserve(bytes); }
     /// The text written, when it is one complete array, as Qt's JSON.

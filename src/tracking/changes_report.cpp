@@ -36,7 +36,7 @@ QJsonObject grouped(const std::map<db::Handle, ChangedObjectRecord>& records) {
     for (const auto& [handle, record] : records) {
         properties::JsonTextWriter& list =
             groups[CategoryName(record.category)][QString::fromLatin1(record.className)];
-        if (list.depth() == 0) list.beginArray();
+        if (list.empty()) list.beginArray();
         if (record.name.isEmpty())
             list.string(handle.toText());
         else

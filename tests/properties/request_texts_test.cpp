@@ -99,16 +99,25 @@ TEST(HandleTexts, StrictForCommandsForgivingForTheSelector) {
 TEST(JsonTextWriter, WritesWhatQtReadsBackAndForgetsAValueGivenUpHalfWay) {
     JsonTextWriter w;
     w.beginArray();
-    w.beginObject().key("name").string(QStringView(u"quote \" back\\slash \n tab\t \u00e9\U0001F600")).endObject();
-    const std::size_t mark = w.mark(), depth = w.depth();
-    const bool first = w.atFirst();
+    w.beginObject()
+        .key("name")
+        .string(QStringView(u"quote \" back\\slash \n tab\t \u00e9\U0001F600"))
+        .endObject();
+    const JsonTextWriter::Mark mark = w.mark();
     w.beginObject().key("half").beginArray().number(1);
-    w.rewind(mark, depth, first);
-    w.beginObject().key("p").pointString({1, 0.1, -0.0}).key("r").sixDigitString(1234567).key("n").number(1e-7);
+    w.rewind(mark);
+    w.beginObject()
+        .key("p")
+        .pointString({1, 0.1, -0.0})
+        .key("r")
+        .sixDigitString(1234567)
+        .key("n")
+        .number(1e-7);
     w.endObject().string(std::string_view("\x01")).endArray();
     const QJsonArray read = w.toArray();
     ASSERT_EQ(read.size(), 3) << "three values, the one given up left no trace";
-    EXPECT_EQ(read[0]["name"].toString(), QString::fromUtf16(u"quote \" back\\slash \n tab\t \u00e9\U0001F600"));
+    EXPECT_EQ(read[0]["name"].toString(),
+              QString::fromUtf16(u"quote \" back\\slash \n tab\t \u00e9\U0001F600"));
     EXPECT_EQ(read[1]["p"].toString(), "1,0.1,0");
     EXPECT_EQ(read[1]["r"].toString(), "1.23457e+06");
     EXPECT_EQ(read[1]["n"].toDouble(), 1e-7);

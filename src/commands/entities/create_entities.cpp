@@ -212,8 +212,7 @@ bool createEntity(db::Database* database, const QString& className, const Entity
     const auto cls = std::find_if(std::begin(kClasses), std::end(kClasses),
                                   [&](const EntityClass& c) { return className == QLatin1String(c.name); });
     if (cls == std::end(kClasses)) return false;
-    const std::size_t mark = out.mark(), depth = out.depth();
-    const bool first = out.atFirst();
+    const properties::JsonTextWriter::Mark mark = out.mark();
     try {
         // The properties come first: the handle is known only once the entity is in the drawing.
         out.beginObject().key("properties");
@@ -230,7 +229,7 @@ bool createEntity(db::Database* database, const QString& className, const Entity
         }
     } catch (const std::exception&) {
     }
-    out.rewind(mark, depth, first);
+    out.rewind(mark);
     return false;
 }
 
