@@ -24,16 +24,62 @@ std::string colorText(db::Color c) {
     return std::to_string(c.colorIndex());
 }
 
+std::string jsonString(const std::string& text) {
+    std::string out = "\"";
+    for (const unsigned char c : text) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += static_cast<char>(c);
+        } else if (c < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+            out += escaped;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out + '"';
+}
+
+// One line of JSON per entity of every block, for programs that check a drawing entity by entity: handle,
+// type, the block that holds it, layer, and its extents (null when it has none).
+void printEntities(db::Database& db) {
+    db.blockTable()->forEachRecord([&](db::SymbolTableRecord* r) {
+        auto* btr = static_cast<db::BlockTableRecord*>(r);
+        btr->forEachEntity([&](db::Entity* e) {
+            std::string line = "{\"handle\":\"" + e->handle().toText() + "\",\"type\":" + jsonString(typeName(*e)) +
+                               ",\"block\":" + jsonString(btr->name()) + ",\"layer\":" + jsonString(e->layer()) +
+                               ",\"extents\":";
+            db::Extents3d box;
+            if (e->getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid()) {
+                char numbers[256];
+                const db::Point3d &lo = box.minPoint(), &hi = box.maxPoint();
+                std::snprintf(numbers, sizeof numbers, "[[%.17g,%.17g,%.17g],[%.17g,%.17g,%.17g]]", lo.x, lo.y, lo.z,
+                              hi.x, hi.y, hi.z);
+                line += numbers;
+            } else {
+                line += "null";
+            }
+            std::printf("%s}\n", line.c_str());
+        });
+    });
+}
+
 }  // namespace
 
 int infoCommand(const std::vector<std::string>& args) {
-    if (args.size() != 1) {
-        std::fputs("usage: vela-assist info DRAWING\n", stderr);
+    const bool entities = args.size() == 2 && args[1] == "--entities";
+    if (args.size() != 1 && !entities) {
+        std::fputs("usage: vela-assist info DRAWING [--entities]\n", stderr);
         return 2;
     }
     std::unique_ptr<db::Database> loaded = loadDrawing(args[0]);
     if (!loaded) return 1;
     db::Database& db = *loaded;
+    if (entities) {
+        printEntities(db);
+        return 0;
+    }
 
     std::map<std::string, std::size_t> perType;
     std::size_t model = 0, paper = 0, inBlocks = 0, blocks = 0;

@@ -15,7 +15,9 @@
 #include "db/entities/spline.h"
 #include "db/entities/text.h"
 #include "db/geometry/plane.h"
+#include "db/raw_object.h"
 #include "db/records/block_table_record.h"
+#include "host/property_protocol/kind_properties.h"
 
 namespace vela::host {
 
@@ -26,16 +28,7 @@ QString PropertyDescriptor::displayName() const {
 namespace {
 
 using db::Entity;
-constexpr double kToDegrees = 180.0 / db::kPi;
-
-template <class T>
-const T& as(const Entity& e) {
-    return static_cast<const T&>(e);
-}
-
-PropertyValue real(double v) {
-    return PropertyValue(v);
-}
+using namespace kinds;
 
 // The properties every entity has.
 const std::vector<PropertyDescriptor> kGeneral = {
@@ -48,12 +41,6 @@ const std::vector<PropertyDescriptor> kGeneral = {
      [](const Entity& e) { return PropertyValue(e.transparency()); }},
     {"Visible", PropertyType::Bool, [](const Entity& e) { return PropertyValue(e.isVisible()); }},
 };
-
-#define VELA_XYZ(Prefix, Type, Getter)                                                                     \
-    {Prefix " X", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).Getter().x); }},       \
-        {Prefix " Y", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).Getter().y); }}, { \
-        Prefix " Z", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).Getter().z); }      \
-    }
 
 const std::vector<PropertyDescriptor> kLine = {
     VELA_XYZ("Start", db::Line, startPoint),
@@ -203,16 +190,12 @@ const std::vector<PropertyDescriptor> kHatch = {
     {"Elevation", PropertyType::Real, [](const Entity& e) { return real(as<db::Hatch>(e).elevation()); }},
 };
 
-#undef VELA_XYZ
+}  // namespace
 
-// The classes with properties, each with its own ones, in the order searches list them.
-struct ClassProperties {
-    const db::RxClass* cls;
-    const std::vector<PropertyDescriptor>* own;
-};
+namespace kinds {
 
-const std::vector<ClassProperties>& classProperties() {
-    static const std::vector<ClassProperties> table = {
+std::vector<ClassProperties> basicKindProperties() {
+    return {
         {db::Line::desc(), &kLine},       {db::Circle::desc(), &kCircle},
         {db::Arc::desc(), &kArc},         {db::Polyline::desc(), &kPolyline},
         {db::Ellipse::desc(), &kEllipse}, {db::PointEntity::desc(), &kPoint},
@@ -220,7 +203,38 @@ const std::vector<ClassProperties>& classProperties() {
         {db::Spline::desc(), &kSpline},   {db::BlockReference::desc(), &kBlockReference},
         {db::Hatch::desc(), &kHatch},
     };
+}
+
+}  // namespace kinds
+
+namespace {
+
+// The classes with properties of their own, in the order searches list them.
+const std::vector<kinds::ClassProperties>& classProperties() {
+    static const std::vector<kinds::ClassProperties> table = [] {
+        std::vector<kinds::ClassProperties> all;
+        for (auto family : {kinds::basicKindProperties, kinds::curveKindProperties,
+                            kinds::annotationKindProperties, kinds::frameKindProperties})
+            for (const kinds::ClassProperties& entry : family()) all.push_back(entry);
+        return all;
+    }();
     return table;
+}
+
+const std::vector<PropertyDescriptor>* ownProperties(const db::RxClass* cls) {
+    for (const kinds::ClassProperties& entry : classProperties())
+        if (entry.cls == cls) return entry.own;
+    return nullptr;
+}
+
+// Where a class stands in the order searches list classes: the place of its nearest ancestor with
+// properties of its own; classes with none (kinds kept as they came) come last.
+std::size_t listPlace(const db::RxClass* cls) {
+    const auto& table = classProperties();
+    for (const db::RxClass* c = cls; c; c = c->parent())
+        for (std::size_t i = 0; i < table.size(); ++i)
+            if (table[i].cls == c) return i;
+    return table.size();
 }
 
 }  // namespace
@@ -231,25 +245,32 @@ const PropertyProtocol& PropertyProtocol::instance() {
 }
 
 PropertyProtocol::PropertyProtocol() {
-    classes_ = {db::Line::desc(),    db::Circle::desc(),         db::Arc::desc(),  db::Polyline::desc(),
-                db::Ellipse::desc(), db::PointEntity::desc(),    db::Text::desc(), db::MText::desc(),
-                db::Spline::desc(),  db::BlockReference::desc(), db::Hatch::desc()};
+    // Every kind of entity a drawing can hold: the modelled ones and the stand-in for kinds kept as they came.
+    classes_ = db::RxRegistry::classes(Entity::desc());
+    classes_.push_back(db::RawEntity::desc());
+    std::stable_sort(classes_.begin(), classes_.end(), [](const db::RxClass* a, const db::RxClass* b) {
+        return listPlace(a) < listPlace(b);
+    });
 }
 
 const db::RxClass* PropertyProtocol::findClass(const QString& name) const {
-    for (const db::RxClass* c : classes_)
-        if (name == QLatin1String(c->name())) return c;
-    return nullptr;
+    // Abstract classes name every kind derived from them ("AcDbCurve", "AcDbDimension").
+    const db::RxClass* cls = db::RxRegistry::findByName(name.toStdString());
+    return cls && cls->isDerivedFrom(Entity::desc()) ? cls : nullptr;
 }
 
 std::vector<const PropertyDescriptor*> PropertyProtocol::properties(const db::RxClass* cls) const {
     std::vector<const PropertyDescriptor*> list;
-    const auto& table = classProperties();
-    const auto it =
-        std::find_if(table.begin(), table.end(), [&](const ClassProperties& e) { return e.cls == cls; });
-    if (it == table.end()) return list;
+    if (std::find(classes_.begin(), classes_.end(), cls) == classes_.end() &&
+        !std::any_of(classes_.begin(), classes_.end(), [&](const db::RxClass* c) { return c->isDerivedFrom(cls); }))
+        return list;
     for (const PropertyDescriptor& p : kGeneral) list.push_back(&p);
-    for (const PropertyDescriptor& p : *it->own) list.push_back(&p);
+    // A class shows what its ancestors show, then its own.
+    std::vector<const std::vector<PropertyDescriptor>*> chain;
+    for (const db::RxClass* c = cls; c; c = c->parent())
+        if (const auto* own = ownProperties(c)) chain.push_back(own);
+    for (auto it = chain.rbegin(); it != chain.rend(); ++it)
+        for (const PropertyDescriptor& p : **it) list.push_back(&p);
     return list;
 }
 
