@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "db/object_ref.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "db/records/linetype_table_record.h"
@@ -304,9 +305,30 @@ ErrorStatus Database::deepCloneObjects(const std::vector<ObjectId>& ids, ObjectI
             copy->extras_->persistentReactors.clear();
         }
         std::unique_ptr<Entity> entity(static_cast<Entity*>(copy.release()));
+        const bool hasFollowers = !source->followers().empty();
+        if (hasFollowers) entity->setFollowers({});  // the copy owns copies of them, made below
         ObjectId cloneId;
         if (ErrorStatus es = appendEntity(owner, std::move(entity), &cloneId); es != ErrorStatus::Ok) return es;
         mapping.emplace(id, cloneId);
+        if (!hasFollowers) continue;
+        std::vector<ObjectId> followers;
+        for (const ObjectId& f : source->followers()) {
+            const DbObject* follower = f.peek();
+            if (!follower || follower->isErased()) continue;
+            std::unique_ptr<DbObject> followerCopy = follower->clone();
+            if (followerCopy->extras_) {
+                followerCopy->extras_->extensionDictionary = ObjectId();
+                followerCopy->extras_->persistentReactors.clear();
+            }
+            ObjectId copyId;
+            if (ErrorStatus es = addObject(std::move(followerCopy), cloneId, &copyId); es != ErrorStatus::Ok)
+                return es;
+            mapping.emplace(f, copyId);
+            followers.push_back(copyId);
+        }
+        auto clone = openObject<Entity>(cloneId, OpenMode::ForWrite, {.openOnLockedLayer = true});
+        if (!clone) return ErrorStatus::NotOpenForWrite;
+        clone->setFollowers(std::move(followers));
     }
     return ErrorStatus::Ok;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <span>
 #include <string>
+#include <vector>
 
 #include "db/color.h"
 #include "db/geometry/extents.h"
@@ -49,6 +51,13 @@ public:
     /// Transforms the geometry. A transformation the type cannot take (non-uniform scaling of a circle, for
     /// example) is refused with an error and leaves the entity unchanged.
     virtual ErrorStatus transformBy(const Matrix3d& transform) = 0;
+
+    /// Entities that belong to this one and follow it in a file, the list closed by its end marker (a block
+    /// reference's attributes, an old-style polyline's vertices). They are erased and un-erased with it, copied
+    /// when it is deep-cloned and written after it; they are in no block's list of entities.
+    virtual std::span<const ObjectId> followers() const { return {}; }
+    /// Replaces the list; InvalidInput for kinds that own no followers.
+    virtual ErrorStatus setFollowers(std::vector<ObjectId> /*ids*/) { return ErrorStatus::InvalidInput; }
 
 protected:
     Entity() = default;

@@ -35,8 +35,12 @@ public:
     explicit RawEntity(std::string_view dxfName) : dxfName_(dxfName) {}
 
     const std::string& dxfName() const { return dxfName_; }
-    const std::vector<ObjectId>& followers() const { return followers_; }
-    void setFollowers(std::vector<ObjectId> ids) { assertWriteEnabled(), followers_ = std::move(ids); }
+    std::span<const ObjectId> followers() const override { return followers_; }
+    ErrorStatus setFollowers(std::vector<ObjectId> ids) override {
+        assertWriteEnabled();
+        followers_ = std::move(ids);
+        return ErrorStatus::Ok;
+    }
 
     /// The box of the points the record holds (groups 10 to 18 with their Y and Z), since the geometry of an
     /// unknown type cannot be known exactly; InvalidInput when it holds none.

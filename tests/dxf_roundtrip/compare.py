@@ -310,6 +310,10 @@ def structured_fields(e: DXFEntity) -> dict[str, Any]:
         return {"vertices": list(e.vertices)}
     if t in ("IMAGE", "WIPEOUT"):
         return {"boundary path": list(e.boundary_path)}
+    if t == "POLYLINE":
+        # The vertices are entities of their own, but where they are is the polyline's geometry.
+        return {"vertices (location, start width, end width, bulge)": [
+            (v.dxf.location, v.dxf.start_width, v.dxf.end_width, v.dxf.bulge) for v in e.vertices]}
     if t == "MESH":
         return {"vertices": list(e.vertices), "faces": [list(f) for f in e.faces]}
     return {}

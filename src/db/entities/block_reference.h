@@ -41,6 +41,11 @@ public:
     /// it. Kept as read; the assistant does not edit attributes.
     const std::vector<ObjectId>& attributes() const { return attributes_; }
     void setAttributes(std::vector<ObjectId> ids) { assertWriteEnabled(), attributes_ = std::move(ids); }
+    std::span<const ObjectId> followers() const override { return attributes_; }
+    ErrorStatus setFollowers(std::vector<ObjectId> ids) override {
+        setAttributes(std::move(ids));
+        return ErrorStatus::Ok;
+    }
     /// Whether the record said attributes follow (group 66); the reader uses it to collect them.
     bool attributesFollow() const { return hasAttributes_; }
 

@@ -17,6 +17,7 @@
 #include "db/dxf/tags/tag_reader.h"
 #include "db/dxf/tags/text_codec.h"
 #include "db/entities/block_reference.h"
+#include "db/entities/vertex_polyline.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
@@ -639,9 +640,11 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             }
         }
         record.hasOwner = false;  // the block list is the owner; a second 330 is not needed
-        std::unique_ptr<Entity> entity = makeEntity(record.type);
-        const bool isInsert = objectCast<BlockReference>(entity.get()) != nullptr;
         const bool isOldPolyline = record.type == "POLYLINE";
+        // Which kind of old-style polyline a record is, its flags say.
+        std::unique_ptr<Entity> entity =
+            isOldPolyline ? makeVertexPolyline(*record.input) : makeEntity(record.type);
+        const bool isInsert = objectCast<BlockReference>(entity.get()) != nullptr;
         ObjectId id = addEntity(std::move(entity), record, owner);
         if (id.isNull()) continue;
 
@@ -663,7 +666,9 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             sub.line = tag.line;
             if (!readRecord(sub)) return false;
             sub.hasOwner = false;
-            std::unique_ptr<Entity> follower = makeEntity(sub.type);
+            std::unique_ptr<Entity> follower =
+                makePolylineVertex(*static_cast<Entity*>(id.peek()), sub.type, *sub.input);
+            if (!follower) follower = makeEntity(sub.type);
             Entity& f = *follower;
             decode(f, sub);
             checkHandle(sub);
@@ -677,10 +682,7 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             if (seqend) break;
         }
         auto ref = openObject<Entity>(id, OpenMode::ForWrite, {.openOnLockedLayer = true});
-        if (auto* insert = objectCast<BlockReference>(ref.get()))
-            insert->setAttributes(std::move(followers));
-        else if (auto* rawEntity = objectCast<RawEntity>(ref.get()))
-            rawEntity->setFollowers(std::move(followers));
+        if (ref) ref->setFollowers(std::move(followers));
     }
     return failFromReader();
 }

@@ -144,11 +144,7 @@ private:
 
     void writeEntity(const Entity& e) {
         writeDxfRecord(e, out_);
-        const std::vector<ObjectId>* followers = nullptr;
-        if (auto* insert = objectCast<BlockReference>(&e)) followers = &insert->attributes();
-        if (auto* raw = objectCast<RawEntity>(&e)) followers = &raw->followers();
-        if (!followers) return;
-        for (ObjectId f : *followers)
+        for (const ObjectId& f : e.followers())
             if (auto* sub = objectCast<Entity>(f.peek()); sub && !sub->isErased()) writeDxfRecord(*sub, out_);
     }
 

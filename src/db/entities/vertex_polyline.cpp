@@ -1,0 +1,394 @@
+#include "db/entities/vertex_polyline.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+#include "db/entity_dxf.h"
+#include "db/geometry/plane.h"
+#include "db/geometry/plane_map.h"
+
+namespace vela::db {
+
+VELA_DB_DEFINE_CLASS(Vertex, "AcDbVertex", "VERTEX", Entity)
+VELA_DB_DEFINE_CLASS(Vertex2d, "AcDb2dVertex", "VERTEX", Vertex)
+VELA_DB_DEFINE_CLASS(Polyline3dVertex, "AcDb3dPolylineVertex", "VERTEX", Vertex)
+VELA_DB_DEFINE_CLASS(PolyFaceMeshVertex, "AcDbPolyFaceMeshVertex", "VERTEX", Vertex)
+VELA_DB_DEFINE_CLASS(FaceRecord, "AcDbFaceRecord", "VERTEX", Vertex)
+VELA_DB_DEFINE_CLASS(PolygonMeshVertex, "AcDbPolygonMeshVertex", "VERTEX", Vertex)
+VELA_DB_DEFINE_CLASS(SequenceEnd, "AcDbSequenceEnd", "SEQEND", Entity)
+VELA_DB_DEFINE_CLASS(Polyline2d, "AcDb2dPolyline", "POLYLINE", Curve)
+VELA_DB_DEFINE_CLASS(Polyline3d, "AcDb3dPolyline", "POLYLINE", Curve)
+VELA_DB_DEFINE_CLASS(PolyFaceMesh, "AcDbPolyFaceMesh", "POLYLINE", Entity)
+VELA_DB_DEFINE_CLASS(PolygonMesh, "AcDbPolygonMesh", "POLYLINE", Entity)
+
+// ---- Vertices
+// -------------------------------------------------------------------------------------------------
+
+template <class Io, class Self>
+void Vertex::vertexFields(Io& io, Self& self, const char* marker) {
+    entityFields(io, self);
+    // A face record has no point of its own: files give it only its own section.
+    if (std::string_view(marker) != "AcDbFaceRecord") io.subclass("AcDbVertex");
+    io.subclass(marker);
+    io.point(10, self.location_);
+    io.real(40, self.startWidth_, 0.0);
+    io.real(41, self.endWidth_, 0.0);
+    io.real(42, self.bulge_, 0.0);
+    io.i16(70, self.flags_);
+    if constexpr (Io::kReading) self.hasTangent_ = io.input().has(50);
+    io.optional(self.hasTangent_, [&] { io.angle(50, self.tangent_); });
+    io.i16(71, self.indices_[0], std::int16_t(0));
+    io.i16(72, self.indices_[1], std::int16_t(0));
+    io.i16(73, self.indices_[2], std::int16_t(0));
+    io.i16(74, self.indices_[3], std::int16_t(0));
+    io.i32(91, self.identifier_, 0);
+}
+
+#define VELA_VERTEX_FIELDS(ClassName, Marker)       \
+    template <class Io, class Self>                 \
+    void ClassName::dxfFields(Io& io, Self& self) { \
+        vertexFields(io, self, Marker);             \
+    }                                               \
+    VELA_DB_DEFINE_DXF(ClassName)
+
+VELA_VERTEX_FIELDS(Vertex2d, "AcDb2dVertex")
+VELA_VERTEX_FIELDS(Polyline3dVertex, "AcDb3dPolylineVertex")
+VELA_VERTEX_FIELDS(PolyFaceMeshVertex, "AcDbPolyFaceMeshVertex")
+VELA_VERTEX_FIELDS(FaceRecord, "AcDbFaceRecord")
+VELA_VERTEX_FIELDS(PolygonMeshVertex, "AcDbPolygonMeshVertex")
+#undef VELA_VERTEX_FIELDS
+
+ErrorStatus Vertex::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    if (!inWorldCoordinates()) return ErrorStatus::InvalidInput;
+    extents.addPoint(location_);
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Vertex::transformBy(const Matrix3d& m) {
+    if (!m.isAffine()) return ErrorStatus::CannotTransform;
+    if (isKindOf(FaceRecord::desc())) return ErrorStatus::Ok;
+    if (!inWorldCoordinates()) return ErrorStatus::CannotTransform;
+    assertWriteEnabled();
+    location_ = m.apply(location_);
+    return ErrorStatus::Ok;
+}
+
+template <class Io, class Self>
+void SequenceEnd::dxfFields(Io& io, Self& self) {
+    entityFields(io, self);
+}
+
+VELA_DB_DEFINE_DXF(SequenceEnd)
+
+ErrorStatus SequenceEnd::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    return ErrorStatus::InvalidInput;
+}
+
+ErrorStatus SequenceEnd::transformBy(const Matrix3d& m) {
+    return m.isAffine() ? ErrorStatus::Ok : ErrorStatus::CannotTransform;
+}
+
+// ---- What the polylines share
+// ---------------------------------------------------------------------------------
+
+template <class Base>
+template <class Io, class Self>
+void VertexSequence<Base>::sequenceFields(Io& io, Self& self, const char* marker) {
+    Entity::entityFields(io, self);
+    io.subclass(marker);
+    if constexpr (Io::kReading) {
+        bool follow = true;  // vertices follow: always so, the flag says nothing more
+        io.boolean(66, follow);
+    } else {
+        io.i16(66, 1);
+    }
+    io.point(10, self.elevation_);
+    io.i16(70, self.flags_);
+    io.real(40, self.defaultStartWidth_, 0.0);
+    io.real(41, self.defaultEndWidth_, 0.0);
+    io.i16(71, self.mCount_, std::int16_t(0));
+    io.i16(72, self.nCount_, std::int16_t(0));
+    io.i16(73, self.mDensity_, std::int16_t(0));
+    io.i16(74, self.nDensity_, std::int16_t(0));
+    io.i16(75, self.smoothType_, std::int16_t(0));
+    io.real(39, self.thickness_, 0.0);
+    io.vec(210, self.normal_, Vector3d::zAxis());
+}
+
+template <class Base>
+ErrorStatus VertexSequence<Base>::editVertices(std::vector<ObjectRef<Vertex>>& open,
+                                               std::vector<Vertex*>& out) {
+    out.clear();
+    if (!this->database()) {
+        if (free_.items.empty())
+            for (const Vertex* v : vertices())
+                free_.items.emplace_back(static_cast<Vertex*>(v->clone().release()));
+        for (auto& v : free_.items) out.push_back(v.get());
+        return ErrorStatus::Ok;
+    }
+    open.clear();
+    for (const ObjectId& id : followers_) {
+        if (!objectCast<Vertex>(id.peek()) || id.peek()->isErased()) continue;
+        auto v = openObject<Vertex>(id, OpenMode::ForWrite, {.openOnLockedLayer = true});
+        if (!v) return v.status();
+        out.push_back(v.get());
+        open.push_back(std::move(v));
+    }
+    return ErrorStatus::Ok;
+}
+
+template <class Base>
+ErrorStatus VertexSequence<Base>::transformWorldVertices(const Matrix3d& m) {
+    if (!m.isAffine()) return ErrorStatus::CannotTransform;
+    std::vector<ObjectRef<Vertex>> open;
+    std::vector<Vertex*> vs;
+    if (ErrorStatus es = editVertices(open, vs); es != ErrorStatus::Ok) return es;
+    this->assertWriteEnabled();
+    for (Vertex* v : vs)
+        if (!v->isKindOf(FaceRecord::desc())) v->setPosition(m.apply(v->position()));
+    return ErrorStatus::Ok;
+}
+
+template class VertexSequence<Curve>;
+template class VertexSequence<Entity>;
+
+namespace {
+
+/// The first group `code` of a record as a number, 0 when it has none.
+int recordInt(const DxfInput& record, int code) {
+    for (const DxfInput::Group& g : record.groups()) {
+        if (g.code != code) continue;
+        std::string_view s = g.value;
+        while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+        int v = 0;
+        std::from_chars(s.data(), s.data() + s.size(), v);
+        return v;
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::unique_ptr<Entity> makeVertexPolyline(const DxfInput& record) {
+    const int flags = recordInt(record, 70);
+    if (flags & 64) return std::make_unique<PolyFaceMesh>();
+    if (flags & 16) return std::make_unique<PolygonMesh>();
+    if (flags & 8) return std::make_unique<Polyline3d>();
+    return std::make_unique<Polyline2d>();
+}
+
+std::unique_ptr<Entity> makePolylineVertex(const Entity& owner, std::string_view type,
+                                           const DxfInput& record) {
+    if (type != "VERTEX") return nullptr;
+    if (objectCast<Polyline2d>(&owner)) return std::make_unique<Vertex2d>();
+    if (objectCast<Polyline3d>(&owner)) return std::make_unique<Polyline3dVertex>();
+    if (objectCast<PolygonMesh>(&owner)) return std::make_unique<PolygonMeshVertex>();
+    if (objectCast<PolyFaceMesh>(&owner)) {
+        // Points carry flag 64 (with 128); face records carry 128 alone.
+        if (recordInt(record, 70) & 64) return std::make_unique<PolyFaceMeshVertex>();
+        return std::make_unique<FaceRecord>();
+    }
+    return nullptr;
+}
+
+// ---- 2D polylines
+// ---------------------------------------------------------------------------------------------
+
+template <class Io, class Self>
+void Polyline2d::dxfFields(Io& io, Self& self) {
+    sequenceFields(io, self, "AcDb2dPolyline");
+}
+
+VELA_DB_DEFINE_DXF(Polyline2d)
+
+namespace {
+
+/// A bulge too small to tell from a straight segment (such values upset arc construction).
+bool isStraight(double bulge) {
+    return std::abs(bulge) < 1e-6;
+}
+
+bool samePoint2d(const Point3d& a, const Point3d& b) {
+    return std::abs(a.x - b.x) <= 1e-12 * std::max(1.0, std::abs(a.x)) &&
+           std::abs(a.y - b.y) <= 1e-12 * std::max(1.0, std::abs(a.y));
+}
+
+/// Calls f(a, b, bulge) for each segment of a 2D polyline in its plane, the closing one included when the
+/// polyline is closed and does not end where it starts.
+template <class F>
+void forEachSegment(const std::vector<const Vertex*>& vs, bool closed, F&& f) {
+    for (std::size_t i = 0; i + 1 < vs.size(); ++i)
+        f(vs[i]->position(), vs[i + 1]->position(), vs[i]->bulge());
+    if (closed && vs.size() > 1 && !samePoint2d(vs.back()->position(), vs.front()->position()))
+        f(vs.back()->position(), vs.front()->position(), vs.back()->bulge());
+}
+
+double segmentLength(const Point3d& a, const Point3d& b, double bulge) {
+    const double chord = std::hypot(b.x - a.x, b.y - a.y);
+    if (isStraight(bulge) || chord == 0.0) return chord;
+    const double sweep = 4.0 * std::atan(std::abs(bulge));
+    return chord / (2.0 * std::sin(sweep / 2.0)) * sweep;
+}
+
+}  // namespace
+
+Point3d Polyline2d::worldPoint(const Vertex& v) const {
+    return ocsToWcs(Point3d(v.position().x, v.position().y, elevation_.z), normal_);
+}
+
+double Polyline2d::length() const {
+    double total = 0.0;
+    forEachSegment(vertices(), isClosed(), [&](const Point3d& a, const Point3d& b, double bulge) {
+        total += segmentLength(a, b, bulge);
+    });
+    return total;
+}
+
+ErrorStatus Polyline2d::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    const std::vector<const Vertex*> vs = vertices();
+    if (vs.size() < 2) return ErrorStatus::InvalidInput;
+    const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
+    for (const Vertex* v : vs) extents.addPoint(worldPoint(*v));
+    forEachSegment(vs, isClosed(), [&](const Point3d& a, const Point3d& b, double bulge) {
+        if (isStraight(bulge) || samePoint2d(a, b)) return;
+        const BulgeArc arc = bulgeToArc({a.x, a.y}, {b.x, b.y}, bulge);
+        const Point3d c = ocsToWcs(Point3d(arc.center.x, arc.center.y, elevation_.z), normal_);
+        addEllipticArcExtents(extents, c, ax * arc.radius, ay * arc.radius, arc.startAngle, arc.endAngle);
+    });
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Polyline2d::transformBy(const Matrix3d& m) {
+    if (!m.isAffine()) return ErrorStatus::CannotTransform;
+    // The plane's axes map to u and v; the new plane's normal is u x v, so that travel within the plane keeps
+    // its sense and bulges keep their signs (a reflection turns the normal over instead).
+    const Vector3d u = m.apply(ocsXAxis(normal_)), v = m.apply(ocsYAxis(normal_));
+    const Vector3d cross = u.cross(v);
+    if (cross.isZero(1e-300)) return ErrorStatus::CannotTransform;
+    const Vector3d n = cross.normalized();
+    const bool uniform = std::abs(u.dot(u) - v.dot(v)) <= 1e-9;
+    if (!uniform) {
+        for (const Vertex* vx : vertices())
+            if (!isStraight(vx->bulge())) return ErrorStatus::CannotScaleNonUniformly;
+    }
+    std::vector<ObjectRef<Vertex>> open;
+    std::vector<Vertex*> vs;
+    if (ErrorStatus es = editVertices(open, vs); es != ErrorStatus::Ok) return es;
+
+    // A width is a length across the segment: the larger of its images along the plane's two axes.
+    auto width = [&](double w) {
+        if (std::abs(w) <= 1e-12) return 0.0;
+        return std::max((u * std::abs(w)).length(), (v * std::abs(w)).length());
+    };
+    assertWriteEnabled();
+    for (std::size_t i = 0; i < vs.size(); ++i) {
+        Vertex& vx = *vs[i];
+        const Point3d p = vx.position();
+        const Point3d moved = wcsToOcs(m.apply(ocsToWcs(Point3d(p.x, p.y, elevation_.z), normal_)), n);
+        vx.setPosition(moved);
+        if (vx.startWidth() != 0.0 || vx.endWidth() != 0.0)
+            vx.setWidths(width(vx.startWidth()), width(vx.endWidth()));
+        if (i == 0) elevation_ = Point3d(0.0, 0.0, moved.z);
+    }
+    defaultStartWidth_ = width(defaultStartWidth_);
+    defaultEndWidth_ = width(defaultEndWidth_);
+    thickness_ = wcsToOcs(m.apply(normal_.normalized() * thickness_), n).z;
+    normal_ = n;
+    return ErrorStatus::Ok;
+}
+
+// ---- 3D polylines
+// ---------------------------------------------------------------------------------------------
+
+template <class Io, class Self>
+void Polyline3d::dxfFields(Io& io, Self& self) {
+    sequenceFields(io, self, "AcDb3dPolyline");
+}
+
+VELA_DB_DEFINE_DXF(Polyline3d)
+
+double Polyline3d::length() const {
+    const std::vector<const Vertex*> vs = vertices();
+    double total = 0.0;
+    for (std::size_t i = 0; i + 1 < vs.size(); ++i)
+        total += vs[i]->position().distanceTo(vs[i + 1]->position());
+    if (isClosed() && vs.size() > 2) total += vs.back()->position().distanceTo(vs.front()->position());
+    return total;
+}
+
+ErrorStatus Polyline3d::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    const std::vector<const Vertex*> vs = vertices();
+    if (vs.size() < 2) return ErrorStatus::InvalidInput;
+    for (const Vertex* v : vs) extents.addPoint(v->position());
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Polyline3d::transformBy(const Matrix3d& m) {
+    return transformWorldVertices(m);
+}
+
+// ---- Meshes
+// ---------------------------------------------------------------------------------------------------
+
+template <class Io, class Self>
+void PolyFaceMesh::dxfFields(Io& io, Self& self) {
+    sequenceFields(io, self, "AcDbPolyFaceMesh");
+}
+
+VELA_DB_DEFINE_DXF(PolyFaceMesh)
+
+std::size_t PolyFaceMesh::numPoints() const {
+    std::size_t n = 0;
+    for (const Vertex* v : vertices()) n += v->isKindOf(PolyFaceMeshVertex::desc()) ? 1 : 0;
+    return n;
+}
+
+std::size_t PolyFaceMesh::numFaces() const {
+    std::size_t n = 0;
+    for (const Vertex* v : vertices()) n += v->isKindOf(FaceRecord::desc()) ? 1 : 0;
+    return n;
+}
+
+ErrorStatus PolyFaceMesh::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    std::vector<const Vertex*> points;
+    std::vector<const Vertex*> faces;
+    for (const Vertex* v : vertices()) (v->isKindOf(FaceRecord::desc()) ? faces : points).push_back(v);
+    for (const Vertex* face : faces)
+        for (std::int16_t index : face->faceIndices()) {
+            const std::size_t k = static_cast<std::size_t>(std::abs(index));
+            if (k >= 1 && k <= points.size()) extents.addPoint(points[k - 1]->position());
+        }
+    return extents.isValid() ? ErrorStatus::Ok : ErrorStatus::InvalidInput;
+}
+
+ErrorStatus PolyFaceMesh::transformBy(const Matrix3d& m) {
+    return transformWorldVertices(m);
+}
+
+template <class Io, class Self>
+void PolygonMesh::dxfFields(Io& io, Self& self) {
+    sequenceFields(io, self, "AcDbPolygonMesh");
+}
+
+VELA_DB_DEFINE_DXF(PolygonMesh)
+
+ErrorStatus PolygonMesh::getGeomExtents(Extents3d& extents) const {
+    extents = Extents3d();
+    const std::vector<const Vertex*> vs = vertices();
+    const std::size_t grid = mCount_ >= 2 && nCount_ >= 2 ? std::size_t(mCount_) * std::size_t(nCount_) : 0;
+    if (grid == 0 || vs.size() < grid) return ErrorStatus::InvalidInput;
+    for (std::size_t i = 0; i < grid; ++i) extents.addPoint(vs[i]->position());
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus PolygonMesh::transformBy(const Matrix3d& m) {
+    return transformWorldVertices(m);
+}
+
+}  // namespace vela::db

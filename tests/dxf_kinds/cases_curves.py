@@ -1,0 +1,56 @@
+"""Old-style polylines and meshes, solids, traces, 3D faces, construction lines and rays, helices, shapes and
+multilines."""
+
+import math
+
+
+def polylines_2d(doc, msp):
+    doc.layers.add("Outline", color=2)
+    # Bulges both ways, closed with an arc back to the start.
+    p = msp.add_polyline2d([(0, 0), (4, 0), (4, 3), (0, 3)], format="xy", close=True,
+                           dxfattribs={"layer": "Outline", "color": 4})
+    for vertex, bulge in zip(p.vertices, (0.5, 0.0, -1.0, 0.3)):
+        vertex.dxf.bulge = bulge
+    # Open, straight, at an elevation in a tilted plane.
+    msp.add_polyline2d([(1, 1), (3, 2), (5, -1)], dxfattribs={"elevation": (0, 0, 2.5), "extrusion": (0, 0.6, 0.8),
+                                                                "color": 1})
+    # Straight segments only: any affine map keeps it a polyline.
+    msp.add_polyline2d([(0, 0), (2, 5), (7, 1)], dxfattribs={"linetype": "DASHED", "layer": "Outline"})
+
+
+def polylines_2d_in_block(doc, msp):
+    block = doc.blocks.new("FRAME")
+    p = block.add_polyline2d([(0, 0), (2, 0), (2, 1)], close=True)
+    p.vertices[1].dxf.bulge = 0.4
+    msp.add_blockref("FRAME", (10, 10), dxfattribs={"xscale": 2, "yscale": 2, "rotation": 30})
+    doc.layout("Layout1").add_polyline2d([(0, 0), (1, 1), (2, 0)], dxfattribs={"color": 3})
+
+
+def polylines_3d(doc, msp):
+    msp.add_polyline3d([(0, 0, 0), (3, 1, 2), (5, -2, 4), (1, 1, -1)], dxfattribs={"color": 5})
+    msp.add_polyline3d([(1, 2, 3), (4, 5, 6), (0, 8, 2)], close=True, dxfattribs={"layer": "Pipes"})
+
+
+def polyface_meshes(doc, msp):
+    mesh = msp.add_polyface(dxfattribs={"color": 6, "layer": "Mesh"})
+    mesh.append_face([(0, 0, 0), (2, 0, 0), (2, 2, 1), (0, 2, 1)])
+    mesh.append_face([(2, 0, 0), (4, 0, 2), (2, 2, 1)])
+    mesh.optimize()
+
+
+def polygon_meshes(doc, msp):
+    mesh = msp.add_polymesh((3, 4), dxfattribs={"color": 2})
+    for m in range(3):
+        for n in range(4):
+            mesh.set_mesh_vertex((m, n), (m * 2.0, n * 1.5, math.sin(m + n)))
+
+
+CASES = [
+    ("2D polylines", polylines_2d),
+    # ezdxf measures the arcs of polylines inserted from blocks on the cubic curves it draws them with, which
+    # stray from the circle by up to 2.7e-4 of its radius; our box is the circle's.
+    ("2D polylines in a block and in paper space", polylines_2d_in_block, {"extents_tol": 1e-4}),
+    ("3D polylines", polylines_3d),
+    ("polyface meshes", polyface_meshes),
+    ("polygon meshes", polygon_meshes),
+]
