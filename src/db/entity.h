@@ -53,8 +53,8 @@ public:
     virtual ErrorStatus transformBy(const Matrix3d& transform) = 0;
 
     /// Entities that belong to this one and follow it in a file, the list closed by its end marker (a block
-    /// reference's attributes, an old-style polyline's vertices). They are erased and un-erased with it, copied
-    /// when it is deep-cloned and written after it; they are in no block's list of entities.
+    /// reference's attributes, an old-style polyline's vertices). They are erased and un-erased with it,
+    /// copied when it is deep-cloned and written after it; they are in no block's list of entities.
     virtual std::span<const ObjectId> followers() const { return {}; }
     /// Replaces the list; InvalidInput for kinds that own no followers.
     virtual ErrorStatus setFollowers(std::vector<ObjectId> /*ids*/) { return ErrorStatus::InvalidInput; }

@@ -57,7 +57,8 @@ ErrorStatus DbObject::erase(bool erasing) {
     // Erasing flips a flag that undo records on its own; the contents need no copy.
     prepareChange(false);
     database_->setErasedFlag(this, erasing, true);
-    // What an entity owns beside it (vertices, attributes) goes and comes back with it; undo records each flag.
+    // What an entity owns beside it (vertices, attributes) goes and comes back with it; undo records each
+    // flag.
     if (auto* entity = objectCast<Entity>(this))
         for (const ObjectId& f : entity->followers())
             if (DbObject* follower = f.peek(); follower && follower->database_ == database_)

@@ -52,9 +52,9 @@ TEST(RxRegistry, EveryClassThatCanBeMadeIsFoundByBothNamesAndMakesItsOwnObjects)
     ASSERT_FALSE(all.empty());
     for (const RxClass* cls : all) {
         SCOPED_TRACE(cls->name());
-        // A DXF name finds its class, or the abstract base that shares it (every table is a "TABLE"), or, for
-        // a record type that holds unrelated kinds told apart by its flags (2D and 3D polylines and meshes are
-        // all "POLYLINE"), the kind registered first.
+        // A DXF name finds its class, or the abstract base that shares it (every table is a "TABLE"), or,
+        // for a record type that holds unrelated kinds told apart by its flags (2D and 3D polylines and
+        // meshes are all "POLYLINE"), the kind registered first.
         const RxClass* named = RxRegistry::findByDxfName(cls->dxfName());
         ASSERT_TRUE(named);
         const bool kindByFlags = std::string_view(cls->dxfName()) == "POLYLINE" && named->canCreate();
