@@ -45,6 +45,27 @@ def polygon_meshes(doc, msp):
             mesh.set_mesh_vertex((m, n), (m * 2.0, n * 1.5, math.sin(m + n)))
 
 
+
+def solids_and_traces(doc, msp):
+    doc.layers.add("Fills", color=3)
+    msp.add_solid([(0, 0), (4, 0), (0, 3), (4, 3)], dxfattribs={"layer": "Fills", "color": 1})
+    msp.add_solid([(1, 1), (5, 2), (2, 4)], dxfattribs={"extrusion": (0.3, -0.4, 0.866), "thickness": 1.5})
+    msp.add_trace([(0, 0, 2), (6, 0, 2), (0, 1, 2), (6, 1, 2)], dxfattribs={"extrusion": (0, 0, -1), "color": 5})
+
+
+def faces_3d(doc, msp):
+    msp.add_3dface([(0, 0, 0), (3, 0, 1), (3, 2, 2), (0, 2, 1)], dxfattribs={"invisible": 5, "color": 6})
+    msp.add_3dface([(1, 1, 1), (4, 0, 0), (2, 5, -3)], dxfattribs={"layer": "Faces"})
+    doc.blocks.new("PANEL").add_3dface([(0, 0, 0), (1, 0, 0), (1, 1, 1), (0, 1, 1)])
+    msp.add_blockref("PANEL", (5, 5, 0), dxfattribs={"rotation": 45, "color": 2})
+
+
+def construction_lines(doc, msp):
+    msp.add_xline((1, 2, 3), (1, 1, 0), dxfattribs={"color": 1, "layer": "Construction"})
+    msp.add_ray((0, 0, 0), (0.6, 0.8, 0), dxfattribs={"color": 2})
+    msp.add_ray((5, -1, 2), (0, 0, 1), dxfattribs={"layer": "Construction"})
+
+
 CASES = [
     ("2D polylines", polylines_2d),
     # ezdxf measures the arcs of polylines inserted from blocks on the cubic curves it draws them with, which
@@ -53,4 +74,7 @@ CASES = [
     ("3D polylines", polylines_3d),
     ("polyface meshes", polyface_meshes),
     ("polygon meshes", polygon_meshes),
+    ("solids and traces", solids_and_traces),
+    ("3D faces", faces_3d),
+    ("construction lines and rays", construction_lines),
 ]

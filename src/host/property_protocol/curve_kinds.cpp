@@ -1,3 +1,5 @@
+#include "db/entities/construction_line.h"
+#include "db/entities/quadrilateral.h"
 #include "db/entities/vertex_polyline.h"
 #include "host/property_protocol/kind_properties.h"
 
@@ -57,13 +59,65 @@ const std::vector<PropertyDescriptor> kPolygonMesh = {
      [](const Entity& e) { return PropertyValue(as<db::PolygonMesh>(e).isClosedInN()); }},
 };
 
+// The corners of a solid or trace, in world coordinates.
+#define VELA_CORNER(Label, Type, Index)                                                                      \
+    {Label " X", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).corner(Index).x); }},     \
+        {Label " Y", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).corner(Index).y); }}, \
+    {                                                                                                        \
+        Label " Z", PropertyType::Real, [](const Entity& e) { return real(as<Type>(e).corner(Index).z); }    \
+    }
+
+const std::vector<PropertyDescriptor> kSolid = {
+    VELA_CORNER("Vertex 1", db::Solid, 0),
+    VELA_CORNER("Vertex 2", db::Solid, 1),
+    VELA_CORNER("Vertex 3", db::Solid, 2),
+    VELA_CORNER("Vertex 4", db::Solid, 3),
+    {"Thickness", PropertyType::Real, [](const Entity& e) { return real(as<db::Solid>(e).thickness()); }},
+};
+
+const std::vector<PropertyDescriptor> kTrace = {
+    VELA_CORNER("Vertex 1", db::Trace, 0),
+    VELA_CORNER("Vertex 2", db::Trace, 1),
+    VELA_CORNER("Vertex 3", db::Trace, 2),
+    VELA_CORNER("Vertex 4", db::Trace, 3),
+    {"Thickness", PropertyType::Real, [](const Entity& e) { return real(as<db::Trace>(e).thickness()); }},
+};
+
+const std::vector<PropertyDescriptor> kFace = {
+    VELA_CORNER("Vertex 1", db::Face, 0),
+    VELA_CORNER("Vertex 2", db::Face, 1),
+    VELA_CORNER("Vertex 3", db::Face, 2),
+    VELA_CORNER("Vertex 4", db::Face, 3),
+    {"Edge 1 visible", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Face>(e).isEdgeVisible(0)); }},
+    {"Edge 2 visible", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Face>(e).isEdgeVisible(1)); }},
+    {"Edge 3 visible", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Face>(e).isEdgeVisible(2)); }},
+    {"Edge 4 visible", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Face>(e).isEdgeVisible(3)); }},
+};
+#undef VELA_CORNER
+
+const std::vector<PropertyDescriptor> kConstructionLine = {
+    VELA_XYZ("Base point", db::ConstructionLine, basePoint),
+    VELA_XYZ("Direction vector", db::ConstructionLine, unitDir),
+};
+
 }  // namespace
 
 std::vector<ClassProperties> curveKindProperties() {
     return {
-        {db::Vertex::desc(), &kVertex},           {db::Polyline2d::desc(), &kPolyline2d},
-        {db::Polyline3d::desc(), &kPolyline3d},   {db::PolyFaceMesh::desc(), &kPolyFaceMesh},
+        {db::Vertex::desc(), &kVertex},
+        {db::Polyline2d::desc(), &kPolyline2d},
+        {db::Polyline3d::desc(), &kPolyline3d},
+        {db::PolyFaceMesh::desc(), &kPolyFaceMesh},
         {db::PolygonMesh::desc(), &kPolygonMesh},
+        {db::Solid::desc(), &kSolid},
+        {db::Trace::desc(), &kTrace},
+        {db::Face::desc(), &kFace},
+        {db::Xline::desc(), &kConstructionLine},
+        {db::Ray::desc(), &kConstructionLine},
     };
 }
 
