@@ -18,6 +18,19 @@ def polylines_2d(doc, msp):
     msp.add_polyline2d([(0, 0), (2, 5), (7, 1)], dxfattribs={"linetype": "DASHED", "layer": "Outline"})
 
 
+def wide_polylines_2d(doc, msp):
+    # Straight runs mitered at their corners, tapering, closed so that the last corner is mitered too.
+    msp.add_polyline2d([(0, 0, 0.5, 0.5), (5, 0, 0.5, 1.0), (6, 4, 1.0, 0.2), (1, 3, 0.2, 0.2)], format="xyse",
+                       close=True, dxfattribs={"color": 3})
+    # Arcs with widths, a default width for the vertices that give none, in a tilted plane.
+    p = msp.add_polyline2d([(0, 0), (4, 0), (4, 4), (8, 4)], dxfattribs={
+        "default_start_width": 0.4, "default_end_width": 0.4, "extrusion": (0.2, 0.3, 0.93), "layer": "Wide"})
+    p.vertices[0].dxf.bulge = 0.7
+    p.vertices[1].dxf.start_width = 0.2
+    p.vertices[1].dxf.end_width = 1.2
+    p.vertices[1].dxf.bulge = -0.4
+
+
 def polylines_2d_in_block(doc, msp):
     block = doc.blocks.new("FRAME")
     p = block.add_polyline2d([(0, 0), (2, 0), (2, 1)], close=True)
@@ -68,6 +81,7 @@ def construction_lines(doc, msp):
 
 CASES = [
     ("2D polylines", polylines_2d),
+    ("wide 2D polylines", wide_polylines_2d),
     # ezdxf measures the arcs of polylines inserted from blocks on the cubic curves it draws them with, which
     # stray from the circle by up to 2.7e-4 of its radius; our box is the circle's.
     ("2D polylines in a block and in paper space", polylines_2d_in_block, {"extents_tol": 1e-4}),

@@ -1,5 +1,6 @@
 #include "db/entities/vertex_polyline.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -233,7 +234,182 @@ double segmentLength(const Point3d& a, const Point3d& b, double bulge) {
     return chord / (2.0 * std::sin(sweep / 2.0)) * sweep;
 }
 
+bool isClose(double a, double b) {
+    return std::abs(a - b) <= std::max(1e-9 * std::max(std::abs(a), std::abs(b)), 1e-12);
+}
+bool isClose(const Point2d& a, const Point2d& b) {
+    return isClose(a.x, b.x) && isClose(a.y, b.y);
+}
+
+// The outline of a wide polyline, as drawing programs build it and as ezdxf measures it: straight runs are
+// bands whose sides meet in miters (sides that turn by less than about 1.8 degrees are not joined but keep
+// their own ends), arcs are bands sampled at 64 stations a full turn, the width changing evenly along each
+// segment. Only the corners of the pieces matter for a box.
+struct Station {
+    Point2d point;
+    double startWidth = 0.0, endWidth = 0.0;
+};
+
+struct Line2 {
+    Point2d origin;
+    Point2d direction;
+};
+
+/// Where two lines meet, or `fallback` when they are (nearly) parallel.
+Point2d meet(const Line2& a, const Line2& b, const Point2d& fallback) {
+    const double la = std::hypot(a.direction.x, a.direction.y), lb = std::hypot(b.direction.x, b.direction.y);
+    if (la == 0.0 || lb == 0.0) return fallback;
+    const double cos = (a.direction.x * b.direction.x + a.direction.y * b.direction.y) / (la * lb);
+    if (std::acos(std::clamp(cos, -1.0, 1.0)) < 0.031415) return fallback;
+    const double cross = a.direction.x * b.direction.y - a.direction.y * b.direction.x;
+    if (std::abs(cross) <= 1e-12 * la * lb) return fallback;
+    const double dx = b.origin.x - a.origin.x, dy = b.origin.y - a.origin.y;
+    const double t = (dx * b.direction.y - dy * b.direction.x) / cross;
+    return {a.origin.x + a.direction.x * t, a.origin.y + a.direction.y * t};
+}
+
+void addLinearTrace(const std::vector<Station>& st, std::vector<Point2d>& out) {
+    const std::size_t n = st.size();
+    if (n < 2) return;
+    struct Side {
+        Point2d up1, up2, down1, down2;
+    };
+    std::vector<Side> sides;
+    for (std::size_t i = 0; i + 1 < n; ++i) {
+        const Point2d a = st[i].point, b = st[i + 1].point;
+        const double len = std::hypot(b.x - a.x, b.y - a.y);
+        const Point2d ortho{-(b.y - a.y) / len, (b.x - a.x) / len};
+        const double hs = st[i].startWidth / 2, he = st[i].endWidth / 2;
+        sides.push_back({{a.x + ortho.x * hs, a.y + ortho.y * hs},
+                         {b.x + ortho.x * he, b.y + ortho.y * he},
+                         {a.x - ortho.x * hs, a.y - ortho.y * hs},
+                         {b.x - ortho.x * he, b.y - ortho.y * he}});
+    }
+    auto line = [&](std::size_t i, bool up) {
+        const Point2d p = up ? sides[i].up1 : sides[i].down1, q = up ? sides[i].up2 : sides[i].down2;
+        if (isClose(p, q))
+            return Line2{p, {st[i].point.x - st[i + 1].point.x, st[i].point.y - st[i + 1].point.y}};
+        return Line2{p, {q.x - p.x, q.y - p.y}};
+    };
+    const std::size_t m = sides.size();
+    // Where a segment meets the next, both sides' corners; each corner of a miter that does not close stays.
+    for (std::size_t i = 0; i + 1 < m; ++i)
+        for (bool up : {true, false}) {
+            out.push_back(meet(line(i, up), line(i + 1, up), up ? sides[i].up2 : sides[i].down2));
+            out.push_back(meet(line(i, up), line(i + 1, up), up ? sides[i + 1].up1 : sides[i + 1].down1));
+        }
+    if (isClose(st.front().point, st.back().point)) {
+        out.push_back(meet(line(m - 1, true), line(0, true), sides[0].up1));
+        out.push_back(meet(line(m - 1, false), line(0, false), sides[0].down1));
+    } else {
+        out.insert(out.end(), {sides[0].up1, sides[0].down1, sides[m - 1].up2, sides[m - 1].down2});
+    }
+}
+
+void addStation(std::vector<Station>& st, const Station& s) {
+    if (!st.empty() && std::abs(st.back().point.x - s.point.x) <= 1e-12 &&
+        std::abs(st.back().point.y - s.point.y) <= 1e-12)
+        st.pop_back();
+    st.push_back(s);
+}
+
+void addCurvedTrace(const Point2d& a, const Point2d& b, double bulge, double startWidth, double endWidth,
+                    std::vector<Point2d>& out) {
+    // The arc's center and end angles in degrees, worked out step by step as the outline's stations are
+    // counted from the span: the same arithmetic gives the same count at spans that are whole multiples.
+    const double chord = std::hypot(b.x - a.x, b.y - a.y);
+    const double r = chord * (1.0 + bulge * bulge) / 4.0 / bulge;
+    const double dir = std::atan2(b.y - a.y, b.x - a.x) + (kPi / 2 - std::atan(bulge) * 2);
+    const Point2d c{a.x + std::cos(dir) * r, a.y + std::sin(dir) * r};
+    const double radius = std::abs(r);
+    if (!(radius > 0.0)) return;
+    const double toDegrees = 180.0 / kPi;
+    double start = std::atan2(a.y - c.y, a.x - c.x) * toDegrees,
+           end = std::atan2(b.y - c.y, b.x - c.x) * toDegrees;
+    if (bulge < 0) std::swap(start, end);
+    // Widths run from the arc's start, which is the segment's end when the arc runs against the segment.
+    const Point2d first{c.x + radius * std::cos(start / toDegrees),
+                        c.y + radius * std::sin(start / toDegrees)};
+    if (isClose(first, b)) std::swap(startWidth, endWidth);
+    const double span = (end < start ? end + 360.0 : end) - start;
+    const int count = std::max(static_cast<int>(std::ceil(span / 360.0 * 64.0)), 3) + 1;
+    double from = std::fmod(start, 360.0), to = std::fmod(end, 360.0);
+    if (from < 0) from += 360.0;
+    if (to < 0) to += 360.0;
+    if (to <= from) to += 360.0;
+    for (int k = 0; k < count; ++k) {
+        const double f = static_cast<double>(k) / (count - 1);
+        const double angle = (from + (to - from) * f) / toDegrees;
+        const double half = (startWidth + (endWidth - startWidth) * f) / 2;
+        const Point2d u{std::cos(angle), std::sin(angle)};
+        const Point2d p{c.x + radius * u.x, c.y + radius * u.y};
+        out.push_back({p.x + u.x * half, p.y + u.y * half});
+        out.push_back({p.x - u.x * half, p.y - u.y * half});
+    }
+}
+
 }  // namespace
+
+bool Polyline2d::hasWidth() const {
+    if (defaultStartWidth_ != 0.0 || defaultEndWidth_ != 0.0) return true;
+    for (const Vertex* v : vertices())
+        if (v->startWidth() != 0.0 || v->endWidth() != 0.0) return true;
+    return false;
+}
+
+std::vector<Point2d> Polyline2d::outlineCorners() const {
+    struct Item {
+        Point2d point;
+        double startWidth, endWidth, bulge;
+    };
+    std::vector<Item> items;
+    for (const Vertex* v : vertices()) {
+        // A vertex without widths of its own takes the polyline's.
+        const bool own = v->startWidth() != 0.0 || v->endWidth() != 0.0;
+        items.push_back({{v->position().x, v->position().y},
+                         own ? v->startWidth() : defaultStartWidth_,
+                         own ? v->endWidth() : defaultEndWidth_,
+                         v->bulge()});
+    }
+    std::vector<Point2d> out;
+    if (items.empty()) return out;
+    if (isClosed() && !isClose(items.front().point, items.back().point)) items.push_back(items.front());
+
+    // Runs of straight segments and single arcs, in order; a closed polyline's last straight run goes on into
+    // its first, so that the corner where they meet is mitered.
+    std::vector<std::vector<Station>> runs;
+    std::vector<bool> straight;
+    std::vector<Station> run;
+    const Item* arcFrom = nullptr;
+    for (const Item& it : items) {
+        if (arcFrom) {
+            std::vector<Point2d> corners;
+            addCurvedTrace(arcFrom->point, it.point, arcFrom->bulge, arcFrom->startWidth, arcFrom->endWidth,
+                           corners);
+            out.insert(out.end(), corners.begin(), corners.end());
+            runs.emplace_back(), straight.push_back(false);
+            arcFrom = nullptr;
+        }
+        if (it.bulge != 0.0) {
+            if (!run.empty()) {
+                addStation(run, {it.point, it.startWidth, it.endWidth});
+                runs.push_back(std::move(run)), straight.push_back(true);
+                run.clear();
+            }
+            arcFrom = &it;
+            continue;
+        }
+        addStation(run, {it.point, it.startWidth, it.endWidth});
+    }
+    if (!run.empty()) runs.push_back(std::move(run)), straight.push_back(true);
+    if (isClosed() && runs.size() > 1 && straight.front() && straight.back()) {
+        for (const Station& s : runs.front()) addStation(runs.back(), s);
+        runs.front().clear();
+    }
+    for (std::size_t i = 0; i < runs.size(); ++i)
+        if (straight[i]) addLinearTrace(runs[i], out);
+    return out;
+}
 
 Point3d Polyline2d::worldPoint(const Vertex& v) const {
     return ocsToWcs(Point3d(v.position().x, v.position().y, elevation_.z), normal_);
@@ -251,6 +427,11 @@ ErrorStatus Polyline2d::getGeomExtents(Extents3d& extents) const {
     extents = Extents3d();
     const std::vector<const Vertex*> vs = vertices();
     if (vs.size() < 2) return ErrorStatus::InvalidInput;
+    if (hasWidth()) {
+        for (const Point2d& p : outlineCorners())
+            extents.addPoint(ocsToWcs(Point3d(p.x, p.y, elevation_.z), normal_));
+        return extents.isValid() ? ErrorStatus::Ok : ErrorStatus::InvalidInput;
+    }
     const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
     for (const Vertex* v : vs) extents.addPoint(worldPoint(*v));
     forEachSegment(vs, isClosed(), [&](const Point3d& a, const Point3d& b, double bulge) {

@@ -198,10 +198,18 @@ class Polyline2d : public VertexSequence<Curve> {
     Point3d worldPoint(const Vertex& v) const;
     double length() const;
 
-    /// The center line with its arcs (thickness and widths are not part of the box).
+    /// Whether any segment is wide (widths of its own or the polyline's defaults).
+    bool hasWidth() const;
+
+    /// The center line with its arcs; for a wide polyline, its outline, with arcs taken at 64 stations a full
+    /// turn as drawing programs outline them. The thickness is not part of the box.
     ErrorStatus getGeomExtents(Extents3d& extents) const override;
     /// Any affine map for straight segments; arcs need one scale factor (CannotScaleNonUniformly).
     ErrorStatus transformBy(const Matrix3d& transform) override;
+
+  private:
+    /// Corners of the pieces of a wide polyline's outline, in its plane.
+    std::vector<Point2d> outlineCorners() const;
 };
 
 /// A 3D polyline: straight segments between world points.
