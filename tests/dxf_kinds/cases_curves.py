@@ -3,6 +3,8 @@ multilines."""
 
 import math
 
+from ezdxf.math import Matrix44
+
 
 def polylines_2d(doc, msp):
     doc.layers.add("Outline", color=2)
@@ -79,6 +81,18 @@ def construction_lines(doc, msp):
     msp.add_ray((5, -1, 2), (0, 0, 1), dxfattribs={"layer": "Construction"})
 
 
+def helices(doc, msp):
+    msp.add_helix(2.0, 0.75, 3.5, dxfattribs={"color": 4, "layer": "Springs"})
+    left = msp.add_helix(1.0, 2.0, 1.25, ccw=False)
+    left.transform(Matrix44.chain(Matrix44.x_rotate(0.4), Matrix44.translate(5, 0, 1)))
+
+
+def shapes(doc, msp):
+    # No shape file is named: its text style record has no name, which the table reader does not keep yet.
+    msp.add_shape("TRACK1", (2, 3), 1.5, dxfattribs={"rotation": 30, "color": 2, "layer": "Symbols"})
+    msp.add_shape("BOX", (0, 0, 1), 0.5, dxfattribs={"xscale": 0.8, "oblique": 10, "extrusion": (0, 0.6, 0.8)})
+
+
 CASES = [
     ("2D polylines", polylines_2d),
     ("wide 2D polylines", wide_polylines_2d),
@@ -91,4 +105,8 @@ CASES = [
     ("solids and traces", solids_and_traces),
     ("3D faces", faces_3d),
     ("construction lines and rays", construction_lines),
+    ("helices", helices),
+    # ezdxf 0.18.1 cannot transform a shape (it asks for an attribute under a name the shape does not have), so
+    # our own tests check the transformations.
+    ("shapes", shapes, {"skip": {"transform"}}),
 ]

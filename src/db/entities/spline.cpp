@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "db/entities/helix.h"
 #include "db/entity_dxf.h"
 
 namespace vela::db {
@@ -37,6 +38,10 @@ void Spline::dxfFields(Io& io, Self& self) {
 }
 
 VELA_DB_DEFINE_DXF(Spline)
+
+// A helix writes and reads the groups of its spline before its own.
+template void Spline::dxfFields<DxfWriteIo, const Helix>(DxfWriteIo&, const Helix&);
+template void Spline::dxfFields<DxfReadIo, Helix>(DxfReadIo&, Helix&);
 
 ErrorStatus Spline::setNurbsData(int degree, std::vector<Point3d> points, std::vector<double> knots,
                                  std::vector<double> weights, bool periodic) {

@@ -51,6 +51,7 @@ public:
     ErrorStatus transformBy(const Matrix3d& transform) override;
 
 private:
+    friend class Helix;  // a helix is written as its spline's groups, then its own
     std::vector<Point3d> controlPoints_;
     std::vector<double> knots_;
     std::vector<double> weights_;

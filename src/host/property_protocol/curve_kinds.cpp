@@ -1,5 +1,7 @@
 #include "db/entities/construction_line.h"
+#include "db/entities/helix.h"
 #include "db/entities/quadrilateral.h"
+#include "db/entities/shape.h"
 #include "db/entities/vertex_polyline.h"
 #include "host/property_protocol/kind_properties.h"
 
@@ -104,6 +106,33 @@ const std::vector<PropertyDescriptor> kConstructionLine = {
     VELA_XYZ("Direction vector", db::ConstructionLine, unitDir),
 };
 
+const std::vector<PropertyDescriptor> kHelix = {
+    VELA_XYZ("Position", db::Helix, axisBasePoint),
+    {"Base radius", PropertyType::Real, [](const Entity& e) { return real(as<db::Helix>(e).baseRadius()); }},
+    {"Top radius", PropertyType::Real, [](const Entity& e) { return real(as<db::Helix>(e).topRadius()); }},
+    {"Height", PropertyType::Real, [](const Entity& e) { return real(as<db::Helix>(e).height()); }},
+    {"Turns", PropertyType::Real, [](const Entity& e) { return real(as<db::Helix>(e).turns()); }},
+    {"Turn height", PropertyType::Real, [](const Entity& e) { return real(as<db::Helix>(e).turnHeight()); }},
+    {"Twist", PropertyType::Text,
+     [](const Entity& e) {
+         return PropertyValue(QString::fromLatin1(as<db::Helix>(e).isRightHanded() ? "CCW" : "CW"));
+     }},
+};
+
+const std::vector<PropertyDescriptor> kShape = {
+    {"Name", PropertyType::Text,
+     [](const Entity& e) { return PropertyValue(QString::fromStdString(as<db::Shape>(e).name())); }},
+    VELA_XYZ("Position", db::Shape, position),
+    {"Size", PropertyType::Real, [](const Entity& e) { return real(as<db::Shape>(e).size()); }},
+    {"Rotation", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Shape>(e).rotation() * kToDegrees); }},
+    {"Width factor", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Shape>(e).widthFactor()); }},
+    {"Obliquing", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Shape>(e).oblique() * kToDegrees); }},
+    {"Thickness", PropertyType::Real, [](const Entity& e) { return real(as<db::Shape>(e).thickness()); }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> curveKindProperties() {
@@ -118,6 +147,8 @@ std::vector<ClassProperties> curveKindProperties() {
         {db::Face::desc(), &kFace},
         {db::Xline::desc(), &kConstructionLine},
         {db::Ray::desc(), &kConstructionLine},
+        {db::Helix::desc(), &kHelix},
+        {db::Shape::desc(), &kShape},
     };
 }
 
