@@ -3,6 +3,7 @@
 #include "db/dxf/file/dxf_reader.h"
 #include "db/entities/construction_line.h"
 #include "db/entities/helix.h"
+#include "db/entities/mline.h"
 #include "db/entities/quadrilateral.h"
 #include "db/entities/shape.h"
 #include "db/geometry/plane.h"
@@ -140,6 +141,57 @@ TEST(Shapes, KeepTheirWidthFactorAndTurnWithTheirPlane) {
     EXPECT_TRUE(shape.normal().isEqualTo({0, 0, -1}));
     EXPECT_NEAR(shape.rotation(), kPi / 6, 1e-12);
     EXPECT_EQ(shape.position(), Point3d(-2, 4, 0));
+}
+
+// Two vertices on the X axis; the lines of the two elements lie on the path and one unit to its right.
+Mline mlineFromFile() {
+    std::string vertices;
+    for (const char* x : {"0", "4"})
+        vertices += std::string("11\n") + x +
+                    "\n21\n0\n31\n0\n12\n1\n22\n0\n32\n0\n13\n0\n23\n1\n33\n0\n"
+                    "74\n2\n41\n0\n41\n0.5\n75\n0\n74\n2\n41\n-1\n41\n0.5\n75\n1\n42\n0.25\n";
+    const std::string text =
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nMLINE\n5\nD1\n100\nAcDbEntity\n8\n0\n100\nAcDbMline\n2\nStandard\n40\n1\n"
+        "70\n0\n71\n1\n72\n2\n73\n2\n10\n0\n20\n0\n30\n0\n" +
+        vertices + "0\nENDSEC\n0\nEOF\n";
+    DxfReadResult r = readDxf(text);
+    EXPECT_TRUE(r.database);
+    auto* mline = r.database ? objectCast<Mline>(firstEntity(*r.database)) : nullptr;
+    EXPECT_NE(mline, nullptr);
+    return mline ? *mline : Mline();
+}
+
+TEST(Multilines, ReadEachVertexWithItsElements) {
+    const Mline mline = mlineFromFile();
+    ASSERT_EQ(mline.numVertices(), 2u);
+    const Mline::Vertex& second = mline.vertices()[1];
+    EXPECT_EQ(second.position, Point3d(4, 0, 0));
+    ASSERT_EQ(second.elements.size(), 2u);
+    EXPECT_EQ(second.elements[1].params, (std::vector<double>{-1, 0.5}));
+    EXPECT_EQ(second.elements[1].fillParams, (std::vector<double>{0.25}));
+    EXPECT_EQ(mline.length(), 4.0);
+    Extents3d box;
+    EXPECT_EQ(mline.getGeomExtents(box), ErrorStatus::InvalidInput) << "its style is not in the drawing";
+}
+
+TEST(Multilines, MirroredLinesAreTheMirrorImagesUnevenScalingIsRefused) {
+    Mline mline = mlineFromFile();
+    EXPECT_EQ(mline.transformBy(Matrix3d::scaling({1, 2, 1})), ErrorStatus::CannotScaleNonUniformly);
+    EXPECT_EQ(mline.vertices()[0].miter, Vector3d(0, 1, 0));
+
+    ASSERT_EQ(mline.transformBy(Matrix3d::scaling(2.0)), ErrorStatus::Ok);
+    ASSERT_EQ(mline.transformBy(Matrix3d::mirroring({0, 0, 0}, {0, 1, 0})), ErrorStatus::Ok);
+    // The second element's line was one unit right of the path (y = -1); doubled and mirrored in the X axis
+    // it runs at y = 2, its dashes twice as long.
+    for (const Mline::Vertex& v : mline.vertices()) {
+        const Point3d line = v.position + v.miter * v.elements[1].params[0];
+        EXPECT_TRUE(line.isEqualTo({v.position.x, 2, 0})) << line.x << ", " << line.y;
+        EXPECT_EQ(v.elements[1].params[1], 1.0);
+        EXPECT_EQ(v.elements[1].fillParams[0], 0.5);
+    }
+    EXPECT_EQ(mline.vertices()[1].position, Point3d(8, 0, 0));
+    EXPECT_EQ(mline.scale(), 2.0);
 }
 
 }  // namespace

@@ -93,6 +93,19 @@ def shapes(doc, msp):
     msp.add_shape("BOX", (0, 0, 1), 0.5, dxfattribs={"xscale": 0.8, "oblique": 10, "extrusion": (0, 0.6, 0.8)})
 
 
+def multilines(doc, msp):
+    msp.add_mline([(0, 0), (4, 0), (6, 3), (2, 5)], dxfattribs={"color": 3, "layer": "Walls"})
+    closed = msp.add_mline([(10, 0), (14, 1), (12, 4)], close=True, dxfattribs={"scale_factor": 0.5})
+    closed.set_justification(closed.ZERO)
+    # A style with four lines and round caps, outer and inner.
+    style = doc.mline_styles.new("ROUNDED")
+    style.dxf.flags = style.START_ROUND | style.END_ROUND | style.START_INNER_ARC | style.END_INNER_ARC
+    for offset in (0.6, 0.2, -0.2, -0.6):
+        style.elements.append(offset)
+    # (ezdxf draws the caps of a multiline in a turned-over plane on the wrong side, so this one lies flat.)
+    msp.add_mline([(0, 10), (5, 12), (9, 10)], dxfattribs={"style_name": "ROUNDED"})
+
+
 CASES = [
     ("2D polylines", polylines_2d),
     ("wide 2D polylines", wide_polylines_2d),
@@ -109,4 +122,5 @@ CASES = [
     # ezdxf 0.18.1 cannot transform a shape (it asks for an attribute under a name the shape does not have), so
     # our own tests check the transformations.
     ("shapes", shapes, {"skip": {"transform"}}),
+    ("multilines", multilines),
 ]

@@ -1,5 +1,6 @@
 #include "db/entities/construction_line.h"
 #include "db/entities/helix.h"
+#include "db/entities/mline.h"
 #include "db/entities/quadrilateral.h"
 #include "db/entities/shape.h"
 #include "db/entities/vertex_polyline.h"
@@ -133,6 +134,23 @@ const std::vector<PropertyDescriptor> kShape = {
     {"Thickness", PropertyType::Real, [](const Entity& e) { return real(as<db::Shape>(e).thickness()); }},
 };
 
+const std::vector<PropertyDescriptor> kMline = {
+    {"Style name", PropertyType::Text,
+     [](const Entity& e) { return PropertyValue(QString::fromStdString(as<db::Mline>(e).styleName())); }},
+    {"Scale", PropertyType::Real, [](const Entity& e) { return real(as<db::Mline>(e).scale()); }},
+    {"Justification", PropertyType::Text,
+     [](const Entity& e) {
+         static const char* const kNames[] = {"Top", "Zero", "Bottom"};
+         return PropertyValue(
+             QString::fromLatin1(kNames[static_cast<int>(as<db::Mline>(e).justification())]));
+     }},
+    {"Closed", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Mline>(e).isClosed()); }},
+    {"Vertices", PropertyType::Integer,
+     [](const Entity& e) { return count(as<db::Mline>(e).numVertices()); }},
+    {"Length", PropertyType::Real, [](const Entity& e) { return real(as<db::Mline>(e).length()); }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> curveKindProperties() {
@@ -149,6 +167,7 @@ std::vector<ClassProperties> curveKindProperties() {
         {db::Ray::desc(), &kConstructionLine},
         {db::Helix::desc(), &kHelix},
         {db::Shape::desc(), &kShape},
+        {db::Mline::desc(), &kMline},
     };
 }
 
