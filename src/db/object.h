@@ -70,6 +70,13 @@ public:
     const ObjectExtras* extras() const { return extras_.get(); }
     ObjectExtras& editExtras();
 
+    /// Puts back the contents of a copy made with clone() before a change that is given up. The object must be
+    /// open for write; the class must be the copy's.
+    void restoreContents(const DbObject& saved) {
+        assertWriteEnabled();
+        copyContentsFrom(saved);
+    }
+
 protected:
     DbObject() = default;
     /// Copies contents (owner and extras) but not identity: the copy is free.

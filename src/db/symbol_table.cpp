@@ -36,9 +36,12 @@ VELA_DB_DEFINE_TABLE(UcsTable, UcsTableRecord, "AcDbUCSTable")
 VELA_DB_DEFINE_TABLE(RegAppTable, RegAppTableRecord, "AcDbRegAppTable")
 
 bool isValidSymbolName(std::string_view name) {
-    if (name.empty()) return false;
+    if (name.empty() || name.size() > 4 * kMaxSymbolNameLength) return false;
     bool onlyBlanks = true;
+    std::size_t characters = 0;
     for (unsigned char c : name) {
+        // UTF-8: every byte but a continuation byte starts a character.
+        if ((c & 0xC0) != 0x80 && ++characters > kMaxSymbolNameLength) return false;
         if (c < 0x20) return false;
         switch (c) {
             case '<': case '>': case '/': case '\\': case '"': case ':': case ';': case '?': case '*': case '|':

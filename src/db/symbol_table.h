@@ -9,8 +9,12 @@
 
 namespace vela::db {
 
-/// True when `name` may name a layer, block or other symbol table record: not empty, not only blanks, none of the
-/// characters drawings forbid (< > / \ " : ; ? * | , = `) and no control characters.
+/// The most characters a record name may have in a drawing file.
+inline constexpr std::size_t kMaxSymbolNameLength = 255;
+
+/// True when `name` may name a layer, block or other symbol table record: not empty, not only blanks, at most
+/// kMaxSymbolNameLength characters (UTF-8), none of the characters drawings forbid (< > / \ " : ; ? * | , = `)
+/// and no control characters.
 bool isValidSymbolName(std::string_view name);
 
 /// Folds ASCII letters to lower case: record names compare without regard to case.

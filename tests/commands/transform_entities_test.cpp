@@ -140,6 +140,30 @@ TEST_F(TransformTest, ARefusalFailsButTheRestIsStillApplied) {
     EXPECT_TRUE(At(start(straight), 7, 3));
 }
 
+TEST_F(TransformTest, MatricesAndResultsThatCannotBeKeptAreRefusedWithTheEntitiesUnchanged) {
+    const db::ObjectId straight = lineFrom({1, 2}, {3, 4}), round = circle({}, 2);
+    host::UserIO io({}, host.services().userInput());
+    host::CommandContext context(doc, io);
+    auto answer = [&](QJsonObject m) {
+        return kTransformEntities.body(QJsonDocument(request({straight, round}, {m})), context);
+    };
+    const std::string before = db::writeDxf(db);
+    const QJsonObject flat = answer(matrix({{"a00", 0}, {"a11", 0}, {"a22", 0}}));
+    EXPECT_FALSE(flat.value("success").toBool());
+    EXPECT_TRUE(flat.value("error").toString().contains("determinant is 0"));
+    EXPECT_TRUE(answer(matrix({{"a00", 1e154}, {"a11", 1e154}, {"a22", 1e154}}))
+                    .value("error")
+                    .toString()
+                    .contains("determinant is inf"));
+    EXPECT_FALSE(answer(matrix({{"a03", std::nan("")}})).value("success").toBool());
+    const QJsonObject overflow = answer(matrix({{"a00", 1e308}}));
+    EXPECT_EQ(overflow.value("error").toString().toStdString(),
+              "Entity " + hex(straight).toStdString() +
+                  " would have been left with a point or direction that is not finite (group 11); it was not "
+                  "transformed");
+    EXPECT_EQ(db::writeDxf(db), before) << "every entity is as it was";
+}
+
 TEST_F(TransformTest, UndoRestoresTheDrawingExactly) {
     const db::ObjectId locked = addLayer("Locked");
     const db::ObjectId a = lineFrom({0, 0}, {3, 4}), pinned = lineFrom({5, 5}, {6, 6}, locked);

@@ -115,6 +115,12 @@ TEST(SymbolTables, RejectInvalidNames) {
             << bad;
     EXPECT_EQ(db.addRecord(db.layerTableId(), std::make_unique<LayerTableRecord>("Walls - 1st floor (new)")),
               ErrorStatus::Ok);
+    // Names are limited to 255 characters, counted as characters, not bytes.
+    std::string longest;
+    for (int i = 0; i < 255; ++i) longest += "\xC3\xA9";  // é
+    EXPECT_EQ(db.addRecord(db.layerTableId(), std::make_unique<LayerTableRecord>(longest)), ErrorStatus::Ok);
+    EXPECT_EQ(db.addRecord(db.layerTableId(), std::make_unique<LayerTableRecord>(std::string(256, 'x'))),
+              ErrorStatus::InvalidSymbolTableName);
 }
 
 TEST(OpenForWrite, RefusesEntitiesOnLockedLayers) {

@@ -7,6 +7,7 @@
 
 #include "commands/commands.h"
 #include "db/database.h"
+#include "db/value_checks.h"
 #include "db/support/support_path.h"
 #include "host/command_context.h"
 #include "host/document.h"
@@ -291,9 +292,18 @@ QJsonObject modifyEntityProperties(const QJsonDocument& request, host::CommandCo
             // without a word: the page often sends whatever was selected.
             auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
             if (!entity) continue;
+            const std::unique_ptr<db::DbObject> before = entity->clone();
             ModifyResult entityResult;
             for (const PropertyDescriptor& descriptor : descriptors)
                 applier.apply(*entity, descriptor, entityResult);
+            // A value that overflowed on the way (a scale of 1e154 multiplied out, a rotation of 1e308) must
+            // not be kept: the entity goes back to how it was.
+            if (const std::string problem = db::describeBadValue(*entity); !problem.empty()) {
+                entity->restoreContents(*before);
+                entityResult.fail(QStringLiteral("Entity %1 would have been left with %2; it was not changed. ")
+                                      .arg(QString::fromStdString(entity->handle().toText()),
+                                           QString::fromStdString(problem)));
+            }
             result.ok = result.ok && entityResult.ok;
             result.messages += entityResult.messages;
         }

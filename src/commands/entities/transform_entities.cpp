@@ -1,9 +1,11 @@
 #include <QJsonArray>
+#include <cmath>
 #include <exception>
 #include <optional>
 
 #include "commands/commands.h"
 #include "db/database.h"
+#include "db/value_checks.h"
 #include "host/command_context.h"
 #include "properties/requested_entities.h"
 
@@ -62,20 +64,48 @@ std::vector<db::Matrix3d> ReadTransformMatrices(const QJsonObject& request) {
 
 namespace {
 
+// Why a matrix cannot be applied: an element that is not a finite number, or a linear part that flattens
+// space (determinant 0) or whose size overflows. Empty when it can be.
+QString matrixProblem(const db::Matrix3d& m, int index) {
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            if (!std::isfinite(m(r, c)))
+                return QStringLiteral("Transformation matrix %1 holds a value that is not a finite number (a%2%3)")
+                    .arg(index)
+                    .arg(r)
+                    .arg(c);
+    const double det = m.determinant();
+    if (!std::isfinite(det) || det == 0.0)
+        return QStringLiteral("Transformation matrix %1 would flatten entities or make them infinitely large "
+                              "(its determinant is %2)")
+            .arg(index)
+            .arg(det);
+    return {};
+}
+
+struct TransformOutcome {
+    bool success = false;
+    QString error;
+};
+
 // Applies the matrices, in order, to the entities named by "handles" or, without any, to the current
 // selection. With "scaleAroundBoundingBoxCenter" or "rotateAroundBoundingBoxCenter" (JSON true) each matrix
 // acts about the center of the entities' common box. Handles that name nothing, objects that are not entities
-// and entities on locked layers are skipped. False when there is nothing to transform, no drawing, or an
-// entity refused a transformation (the rest is still transformed).
-bool transformEntities(const QJsonDocument& request, host::CommandContext& context) {
+// and entities on locked layers are skipped. Fails when there is nothing to transform, no drawing, a matrix
+// that cannot be applied (then nothing moves), or an entity refused a transformation or would have been left
+// with values that are not finite or degenerate (that entity stays as it was, the rest is transformed).
+TransformOutcome transformEntities(const QJsonDocument& request, host::CommandContext& context) {
     const QJsonObject object = request.object();
     db::Database* database = context.database();
     const std::vector<db::ObjectId> ids = properties::RequestedOrSelectedIds(object, context);
-    if (ids.empty()) return false;
+    if (ids.empty()) return {};
     std::vector<db::Matrix3d> matrices = ReadTransformMatrices(object);
+    for (std::size_t i = 0; i < matrices.size(); ++i)
+        if (QString problem = matrixProblem(matrices[i], static_cast<int>(i)); !problem.isEmpty())
+            return {false, problem};
     const bool centred = object.value(QStringLiteral("scaleAroundBoundingBoxCenter")).toBool(false) ||
                          object.value(QStringLiteral("rotateAroundBoundingBoxCenter")).toBool(false);
-    if (!database) return false;
+    if (!database) return {};
 
     if (centred && !matrices.empty()) {
         if (const std::optional<db::Point3d> c = commonBoxCenter(ids)) {
@@ -85,22 +115,32 @@ bool transformEntities(const QJsonDocument& request, host::CommandContext& conte
         }
     }
 
-    bool result = true;
+    TransformOutcome outcome{true, {}};
     for (db::ObjectId id : ids) {
         if (id.isNull()) continue;
         // Failing to open covers every silent skip: erased objects, other objects than entities and entities
         // on locked layers (which refuse to open for write).
         auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
         if (!entity) continue;
+        const std::unique_ptr<db::DbObject> before = entity->clone();
         for (const db::Matrix3d& m : matrices) {
             try {
-                if (entity->transformBy(m) != db::ErrorStatus::Ok) result = false;
+                if (entity->transformBy(m) != db::ErrorStatus::Ok) outcome.success = false;
             } catch (const std::exception&) {
-                result = false;
+                outcome.success = false;
             }
         }
+        const std::string problem = db::describeBadValue(*entity);
+        if (problem.empty()) continue;
+        // Values that cannot be kept (overflowed coordinates, a collapsed axis): the entity goes back to how it
+        // was rather than being saved wrong.
+        entity->restoreContents(*before);
+        outcome.success = false;
+        if (outcome.error.isEmpty())
+            outcome.error = QStringLiteral("Entity %1 would have been left with %2; it was not transformed")
+                                .arg(QString::fromStdString(entity->handle().toText()), QString::fromStdString(problem));
     }
-    return result;
+    return outcome;
 }
 
 }  // namespace
@@ -112,10 +152,13 @@ extern const catalogue::CommandRow kTransformEntities = {
     .responseLog = "Entity transformation response:\n%1",
     .globalName = "_V3_TRANSFORMENTITIES",
     .className = "CJxCommandTransformEntities",
-    // The work answers only whether it succeeded.
+    // The work answers whether it succeeded, and why not when a value would have been lost.
     .body =
         [](const QJsonDocument& request, host::CommandContext& context) {
-            return QJsonObject{{QStringLiteral("success"), transformEntities(request, context)}};
+            const TransformOutcome outcome = transformEntities(request, context);
+            QJsonObject answer{{QStringLiteral("success"), outcome.success}};
+            if (!outcome.error.isEmpty()) answer.insert(QStringLiteral("error"), outcome.error);
+            return answer;
         },
     .effect = catalogue::Effect::Changes,
     .description =
