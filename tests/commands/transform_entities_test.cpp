@@ -3,6 +3,7 @@
 #include "commands/commands.h"
 #include "db/dxf/file/dxf_writer.h"
 #include "db/entities/polyline.h"
+#include "db/entities/vertex_polyline.h"
 #include "fixture.h"
 
 namespace vela::commands {
@@ -162,6 +163,23 @@ TEST_F(TransformTest, MatricesAndResultsThatCannotBeKeptAreRefusedWithTheEntitie
                   " would have been left with a point or direction that is not finite (group 11); it was not "
                   "transformed");
     EXPECT_EQ(db::writeDxf(db), before) << "every entity is as it was";
+}
+
+TEST_F(TransformTest, AnOwnedVertexThatCannotBeKeptPutsBackThePolylineAndAllItsVertices) {
+    const db::ObjectId path = add(std::make_unique<db::Polyline3d>());
+    std::vector<db::ObjectId> vertices;
+    for (const db::Point3d& p : {db::Point3d(0, 1, 0), db::Point3d(2, 3, 0)}) {
+        db::ObjectId id;
+        ASSERT_EQ(db.addObject(std::make_unique<db::Polyline3dVertex>(p), path, &id), db::ErrorStatus::Ok);
+        vertices.push_back(id);
+    }
+    db::openObject<db::Entity>(path, db::OpenMode::ForWrite)->setFollowers(vertices);
+    const std::string before = db::writeDxf(db);
+    // Only the second vertex overflows: the first one's X is 0, and the record itself holds no coordinate.
+    EXPECT_FALSE(transform(request({path}, {matrix({{"a00", 1e308}, {"a11", 1}, {"a22", 1}, {"a03", 1}})})));
+    EXPECT_EQ(db::writeDxf(db), before);
+    EXPECT_TRUE(transform(request({path}, {matrix({{"a00", 1}, {"a11", 1}, {"a22", 1}, {"a03", 1}})})));
+    EXPECT_TRUE(At(db::openObject<db::Vertex>(vertices[1], db::OpenMode::ForRead)->position(), 3, 3));
 }
 
 TEST_F(TransformTest, UndoRestoresTheDrawingExactly) {

@@ -70,14 +70,16 @@ QString matrixProblem(const db::Matrix3d& m, int index) {
     for (int r = 0; r < 4; ++r)
         for (int c = 0; c < 4; ++c)
             if (!std::isfinite(m(r, c)))
-                return QStringLiteral("Transformation matrix %1 holds a value that is not a finite number (a%2%3)")
+                return QStringLiteral(
+                           "Transformation matrix %1 holds a value that is not a finite number (a%2%3)")
                     .arg(index)
                     .arg(r)
                     .arg(c);
     const double det = m.determinant();
     if (!std::isfinite(det) || det == 0.0)
-        return QStringLiteral("Transformation matrix %1 would flatten entities or make them infinitely large "
-                              "(its determinant is %2)")
+        return QStringLiteral(
+                   "Transformation matrix %1 would flatten entities or make them infinitely large "
+                   "(its determinant is %2)")
             .arg(index)
             .arg(det);
     return {};
@@ -123,6 +125,10 @@ TransformOutcome transformEntities(const QJsonDocument& request, host::CommandCo
         auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
         if (!entity) continue;
         const std::unique_ptr<db::DbObject> before = entity->clone();
+        // What the entity owns (a polyline's vertices) moves with it and goes back with it.
+        std::vector<std::pair<db::ObjectId, std::unique_ptr<db::DbObject>>> followersBefore;
+        for (const db::ObjectId& f : entity->followers())
+            if (const db::DbObject* follower = f.peek()) followersBefore.emplace_back(f, follower->clone());
         for (const db::Matrix3d& m : matrices) {
             try {
                 if (entity->transformBy(m) != db::ErrorStatus::Ok) outcome.success = false;
@@ -130,15 +136,23 @@ TransformOutcome transformEntities(const QJsonDocument& request, host::CommandCo
                 outcome.success = false;
             }
         }
-        const std::string problem = db::describeBadValue(*entity);
+        std::string problem = db::describeBadValue(*entity);
+        for (const auto& [f, saved] : followersBefore)
+            if (problem.empty() && f.peek()) problem = db::describeBadValue(*f.peek());
         if (problem.empty()) continue;
-        // Values that cannot be kept (overflowed coordinates, a collapsed axis): the entity goes back to how it
-        // was rather than being saved wrong.
+        // Values that cannot be kept (overflowed coordinates, a collapsed axis): the entity goes back to how
+        // it was rather than being saved wrong.
         entity->restoreContents(*before);
+        for (const auto& [f, saved] : followersBefore) {
+            auto follower = db::openObject<db::DbObject>(f, db::OpenMode::ForWrite,
+                                                         {.openErased = true, .openOnLockedLayer = true});
+            if (follower) follower->restoreContents(*saved);
+        }
         outcome.success = false;
         if (outcome.error.isEmpty())
-            outcome.error = QStringLiteral("Entity %1 would have been left with %2; it was not transformed")
-                                .arg(QString::fromStdString(entity->handle().toText()), QString::fromStdString(problem));
+            outcome.error =
+                QStringLiteral("Entity %1 would have been left with %2; it was not transformed")
+                    .arg(QString::fromStdString(entity->handle().toText()), QString::fromStdString(problem));
     }
     return outcome;
 }
