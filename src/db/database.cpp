@@ -307,6 +307,25 @@ ErrorStatus Database::deepCloneObjects(const std::vector<ObjectId>& ids, ObjectI
         ObjectId cloneId;
         if (ErrorStatus es = appendEntity(owner, std::move(entity), &cloneId); es != ErrorStatus::Ok) return es;
         mapping.emplace(id, cloneId);
+        // Owned entities are cloned too and owned by the clone, which would otherwise share its source's.
+        const std::vector<ObjectId> owned = source->ownedEntities();
+        if (owned.empty()) continue;
+        std::vector<ObjectId> ownedClones;
+        for (ObjectId o : owned) {
+            const auto* part = objectCast<Entity>(o.peek());
+            if (!part || part->isErased()) continue;
+            std::unique_ptr<DbObject> partCopy = part->clone();
+            if (partCopy->extras_) {
+                partCopy->extras_->extensionDictionary = ObjectId();
+                partCopy->extras_->persistentReactors.clear();
+            }
+            ObjectId partId;
+            if (ErrorStatus es = addObject(std::move(partCopy), cloneId, &partId); es != ErrorStatus::Ok) return es;
+            mapping.emplace(o, partId);
+            ownedClones.push_back(partId);
+        }
+        if (auto clone = openObject<Entity>(cloneId, OpenMode::ForWrite, {.openOnLockedLayer = true}))
+            clone->setOwnedEntities(std::move(ownedClones));
     }
     return ErrorStatus::Ok;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "db/color.h"
 #include "db/geometry/extents.h"
@@ -49,6 +50,12 @@ public:
     /// Transforms the geometry. A transformation the type cannot take (non-uniform scaling of a circle, for
     /// example) is refused with an error and leaves the entity unchanged.
     virtual ErrorStatus transformBy(const Matrix3d& transform) = 0;
+
+    /// Entities this one owns and that live and die with it (the attributes of a block reference): erased and
+    /// un-erased with it, cloned with it, written after it. Owned entities are not in any block's list.
+    virtual std::vector<ObjectId> ownedEntities() const { return {}; }
+    /// Replaces the list of owned entities (after cloning them); ignored by entities that own none.
+    virtual void setOwnedEntities(std::vector<ObjectId>) {}
 
 protected:
     Entity() = default;

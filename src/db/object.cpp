@@ -57,6 +57,11 @@ ErrorStatus DbObject::erase(bool erasing) {
     // Erasing flips a flag that undo records on its own; the contents need no copy.
     prepareChange(false);
     database_->setErasedFlag(this, erasing, true);
+    // What the entity owns goes and comes back with it, in the same undo step.
+    if (auto* entity = objectCast<Entity>(this))
+        for (ObjectId id : entity->ownedEntities())
+            if (auto owned = openObject(id, OpenMode::ForWrite, {.openErased = true, .openOnLockedLayer = true}))
+                owned->erase(erasing);
     return ErrorStatus::Ok;
 }
 

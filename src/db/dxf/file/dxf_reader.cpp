@@ -28,11 +28,12 @@ namespace {
 using dxf::DxfError;
 using dxf::Tag;
 
-// Record types name the classes of their objects through the class registry; a type no class has is kept as
-// it came, as a stand-in.
+// Record types name the classes of their objects through the class registry, refined by the record's groups
+// where classes share a type (see RxClass::refine); a type no class has is kept as it came, as a stand-in.
 
-std::unique_ptr<Entity> makeEntity(std::string_view type) {
-    if (auto entity = createObject<Entity>(RxRegistry::findByDxfName(type))) return entity;
+std::unique_ptr<Entity> makeEntity(std::string_view type, const DxfInput& groups) {
+    if (const RxClass* cls = RxRegistry::findByDxfName(type))
+        if (auto entity = createObject<Entity>(cls->refine(groups))) return entity;
     return std::make_unique<RawEntity>(type);
 }
 
@@ -639,7 +640,7 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             }
         }
         record.hasOwner = false;  // the block list is the owner; a second 330 is not needed
-        std::unique_ptr<Entity> entity = makeEntity(record.type);
+        std::unique_ptr<Entity> entity = makeEntity(record.type, *record.input);
         const bool isInsert = objectCast<BlockReference>(entity.get()) != nullptr;
         const bool isOldPolyline = record.type == "POLYLINE";
         ObjectId id = addEntity(std::move(entity), record, owner);
@@ -663,7 +664,7 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             sub.line = tag.line;
             if (!readRecord(sub)) return false;
             sub.hasOwner = false;
-            std::unique_ptr<Entity> follower = makeEntity(sub.type);
+            std::unique_ptr<Entity> follower = makeEntity(sub.type, *sub.input);
             Entity& f = *follower;
             decode(f, sub);
             checkHandle(sub);

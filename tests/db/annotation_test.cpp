@@ -1,0 +1,245 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "db/database.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
+#include "db/entities/attribute.h"
+#include "db/entities/block_reference.h"
+#include "db/entities/dimension.h"
+#include "db/entities/line.h"
+#include "db/geometry/plane.h"
+#include "db/raw_object.h"
+#include "db/records/block_table_record.h"
+
+namespace vela::db {
+namespace {
+
+std::unique_ptr<Database> read(const std::string& dxf) {
+    DxfReadResult r = readDxf(dxf);
+    EXPECT_TRUE(r.database) << (r.error ? r.error->text() : "");
+    return std::move(r.database);
+}
+
+template <class T = Entity>
+T* at(Database& db, std::uint64_t handle) {
+    return objectCast<T>(db.getObjectId(Handle(handle), true).peek());
+}
+
+// A dimension record of a subtype, drawn by block *D1 (a line from (0,0) to (4,0) and one up to the text).
+std::string dimensionDrawing(int type, const std::string& subclasses) {
+    return "0\nSECTION\n2\nBLOCKS\n"
+           "0\nBLOCK\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\n*D1\n70\n1\n10\n0\n20\n0\n30\n0\n"
+           "0\nLINE\n5\n21\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n4\n21\n0\n31\n0\n"
+           "0\nLINE\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n2\n20\n0\n30\n0\n11\n2\n21\n3\n31\n0\n"
+           "0\nENDBLK\n5\n23\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
+           "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+           "0\nDIMENSION\n5\nD1\n100\nAcDbEntity\n8\n0\n100\nAcDbDimension\n2\n*D1\n"
+           "10\n4\n20\n1\n30\n0\n11\n2\n21\n1.5\n31\n0\n70\n" +
+           std::to_string(type) + "\n1\nSpan <>\n42\n4\n53\n10\n" + subclasses + "0\nENDSEC\n0\nEOF\n";
+}
+
+const std::string kRotated =
+    "100\nAcDbAlignedDimension\n13\n0\n23\n0\n33\n0\n14\n4\n24\n0\n34\n0\n50\n0\n"
+    "100\nAcDbRotatedDimension\n";
+
+TEST(Dimension, EachRecordIsReadAsTheClassItsSubtypeNames) {
+    struct Case {
+        int type;
+        const RxClass* cls;
+    };
+    for (const Case& c : {Case{0 | 32, RotatedDimension::desc()}, Case{1 | 32, AlignedDimension::desc()},
+                          Case{2, TwoLineAngularDimension::desc()}, Case{3 | 128, DiametricDimension::desc()},
+                          Case{4, RadialDimension::desc()}, Case{5, ThreePointAngularDimension::desc()},
+                          Case{6 | 64, OrdinateDimension::desc()}}) {
+        auto db = read(dimensionDrawing(c.type, ""));
+        ASSERT_TRUE(db);
+        Entity* e = at(*db, 0xD1);
+        ASSERT_TRUE(e);
+        EXPECT_EQ(e->isA(), c.cls) << "subtype " << c.type;
+        EXPECT_TRUE(e->isKindOf(Dimension::desc()));
+        EXPECT_EQ(static_cast<Dimension*>(e)->typeFlags(), c.type) << "the flags are kept beside the subtype";
+        EXPECT_NE(writeDxf(*db).find("  0\nDIMENSION\n"), std::string::npos)
+            << "written under its record type";
+    }
+    EXPECT_TRUE(RotatedDimension::desc()->isDerivedFrom(AlignedDimension::desc()));
+    EXPECT_EQ(RxRegistry::findByDxfName("DIMENSION"), Dimension::desc()) << "the shared name finds the base";
+    EXPECT_FALSE(Dimension::desc()->canCreate());
+
+    // A subtype no class models is kept as it came, with every group.
+    auto db = read(dimensionDrawing(7, "100\nAcDbFutureDimension\n13\n1\n23\n2\n33\n3\n"));
+    ASSERT_TRUE(db);
+    auto* raw = at<RawEntity>(*db, 0xD1);
+    ASSERT_TRUE(raw);
+    EXPECT_EQ(raw->dxfName(), "DIMENSION");
+    EXPECT_NE(writeDxf(*db).find("AcDbFutureDimension\n 13\n1"), std::string::npos);
+}
+
+TEST(Dimension, FieldsAndExtentsComeFromTheRecordAndItsBlock) {
+    auto db = read(dimensionDrawing(32, kRotated));
+    ASSERT_TRUE(db);
+    auto* dim = at<RotatedDimension>(*db, 0xD1);
+    ASSERT_TRUE(dim);
+    EXPECT_EQ(dim->dimensionBlockName(), "*D1");
+    EXPECT_EQ(dim->dimensionStyleName(), "Standard") << "a file that names no style means Standard";
+    EXPECT_EQ(dim->textOverride(), "Span <>");
+    EXPECT_EQ(dim->measurement(), 4.0);
+    EXPECT_NEAR(dim->textRotation(), kPi / 18, 1e-12);
+    EXPECT_TRUE(dim->xLine2Point().isEqualTo({4, 0, 0}));
+    Extents3d box;
+    ASSERT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({0, 0, 0}, {4, 3, 0})))
+        << "the box of the drawing, not of the points";
+
+    // Without its block there is nothing drawn to measure.
+    {
+        auto ref = openObject<RotatedDimension>(dim->objectId(), OpenMode::ForWrite);
+        ref->setDimensionBlock(ObjectId());
+    }
+    EXPECT_EQ(dim->getGeomExtents(box), ErrorStatus::InvalidInput);
+}
+
+TEST(Dimension, TransformMovesPointsAndDrawingTogetherAndUndoRestoresBoth) {
+    auto db = read(dimensionDrawing(32, kRotated));
+    ASSERT_TRUE(db);
+    auto* dim = at<RotatedDimension>(*db, 0xD1);
+    auto* line = at<Line>(*db, 0x21);
+    ASSERT_TRUE(dim && line);
+    UndoManager& undo = db->undoManager();
+
+    // Refused: a non-uniform scale, and nothing moves, neither the dimension nor its drawing.
+    {
+        auto ref = openObject<Dimension>(dim->objectId(), OpenMode::ForWrite);
+        EXPECT_NE(ref->transformBy(Matrix3d::scaling(Vector3d(2, 1, 1))), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(line->endPoint().isEqualTo({4, 0, 0}));
+    EXPECT_TRUE(dim->definitionPoint().isEqualTo({4, 1, 0}));
+
+    const Matrix3d rotate = Matrix3d::rotation(kPi / 2, Vector3d::zAxis(), Point3d(1, 1, 0));
+    undo.beginGroup("rotate");
+    {
+        auto ref = openObject<Dimension>(dim->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(rotate), ErrorStatus::Ok);
+    }
+    undo.endGroup();
+    EXPECT_TRUE(dim->definitionPoint().isEqualTo(rotate.apply(Point3d(4, 1, 0)), 1e-12));
+    EXPECT_TRUE(dim->textPosition().isEqualTo(rotate.apply(Point3d(2, 1.5, 0)), 1e-12));
+    EXPECT_TRUE(dim->xLine2Point().isEqualTo(rotate.apply(Point3d(4, 0, 0)), 1e-12));
+    EXPECT_NEAR(dim->rotation(), kPi / 2, 1e-12);
+    EXPECT_NEAR(dim->textRotation(), kPi / 18 + kPi / 2, 1e-12);
+    EXPECT_TRUE(line->endPoint().isEqualTo(rotate.apply(Point3d(4, 0, 0)), 1e-12)) << "the drawing follows";
+    undo.undo();
+    EXPECT_TRUE(dim->definitionPoint().isEqualTo({4, 1, 0}));
+    EXPECT_TRUE(line->endPoint().isEqualTo({4, 0, 0}));
+
+    // A mirror keeps the plane's axes as images of the old ones: the normal turns over, the text stays put.
+    {
+        auto ref = openObject<Dimension>(dim->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(Matrix3d::scaling(Vector3d(-1, 1, 1))), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(dim->normal().isEqualTo({0, 0, -1}));
+    EXPECT_TRUE(dim->textPosition().isEqualTo({-2, 1.5, 0}, 1e-12));
+    Extents3d box;
+    ASSERT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({-4, 0, 0}, {0, 3, 0}), 1e-12));
+
+    // A free copy shares the block of its source: it cannot move it.
+    std::unique_ptr<DbObject> copy = dim->clone();
+    EXPECT_EQ(static_cast<Entity*>(copy.get())->transformBy(Matrix3d::translation({1, 0, 0})),
+              ErrorStatus::NotInDatabase);
+    EXPECT_TRUE(line->endPoint().isEqualTo({-4, 0, 0}, 1e-12));
+}
+
+// A block with a circle, and a reference to it carrying one attribute.
+const std::string kInsertWithAttribute =
+    "0\nSECTION\n2\nBLOCKS\n"
+    "0\nBLOCK\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\nTAGGED\n70\n2\n10\n0\n20\n0\n30\n0\n"
+    "0\nCIRCLE\n5\n21\n100\nAcDbEntity\n8\n0\n100\nAcDbCircle\n10\n0\n20\n0\n30\n0\n40\n1\n"
+    "0\nENDBLK\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
+    "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+    "0\nINSERT\n5\nA0\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockReference\n66\n1\n2\nTAGGED\n10\n10\n20\n0\n30\n0"
+    "\n"
+    "0\nATTRIB\n5\nA1\n100\nAcDbEntity\n8\n0\n100\nAcDbText\n10\n10\n20\n2\n30\n0\n40\n1\n1\nVALUE\n11\n10\n2"
+    "1\n2\n31\n0\n"
+    "100\nAcDbAttribute\n2\nNAME\n70\n0\n74\n2\n"
+    "0\nSEQEND\n5\nA2\n100\nAcDbEntity\n8\n0\n"
+    "0\nENDSEC\n0\nEOF\n";
+
+TEST(Attribute, IsReadAsATextOwnedByItsReferenceAndWrittenBack) {
+    auto db = read(kInsertWithAttribute);
+    ASSERT_TRUE(db);
+    auto* insert = at<BlockReference>(*db, 0xA0);
+    auto* attribute = at<Attribute>(*db, 0xA1);
+    ASSERT_TRUE(insert && attribute);
+    EXPECT_TRUE(attribute->isKindOf(Text::desc()));
+    EXPECT_EQ(attribute->tag(), "NAME");
+    EXPECT_EQ(attribute->textString(), "VALUE");
+    EXPECT_EQ(attribute->verticalMode(), Text::VerticalMode::Middle)
+        << "an attribute's alignment is group 74";
+    EXPECT_EQ(attribute->ownerId(), insert->objectId());
+    ASSERT_EQ(insert->attributes().size(), 2u) << "the attribute and the end of the sequence";
+    EXPECT_EQ(insert->attributes()[0], attribute->objectId());
+    const std::string out = writeDxf(*db);
+    EXPECT_NE(out.find("AcDbAttribute\n  2\nNAME\n 70\n0\n 74\n2\n"), std::string::npos) << out;
+
+    // The box of the reference takes in its attribute.
+    Extents3d box, own;
+    ASSERT_EQ(insert->getGeomExtents(box), ErrorStatus::Ok);
+    ASSERT_EQ(attribute->getGeomExtents(own), ErrorStatus::Ok);
+    EXPECT_TRUE(box.contains(own.maxPoint()) && box.contains(own.minPoint()));
+    EXPECT_NEAR(box.maxPoint().y, 2.5, 1e-12) << "the attribute reaches above the circle";
+}
+
+TEST(Attribute, FollowsItsReferenceThroughEraseUndoCloneAndTransform) {
+    auto db = read(kInsertWithAttribute);
+    ASSERT_TRUE(db);
+    auto* insert = at<BlockReference>(*db, 0xA0);
+    auto* attribute = at<Attribute>(*db, 0xA1);
+    ASSERT_TRUE(insert && attribute);
+    UndoManager& undo = db->undoManager();
+
+    undo.beginGroup("erase");
+    {
+        auto ref = openObject<BlockReference>(insert->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->erase(), ErrorStatus::Ok);
+    }
+    undo.endGroup();
+    EXPECT_TRUE(attribute->isErased());
+    undo.undo();
+    EXPECT_FALSE(insert->isErased());
+    EXPECT_FALSE(attribute->isErased()) << "undo brings the attribute back with its reference";
+
+    // A clone owns clones of the attributes, not its source's.
+    IdMapping mapping;
+    undo.beginGroup("copy");
+    ASSERT_EQ(db->deepCloneObjects({insert->objectId()}, db->modelSpaceId(), mapping), ErrorStatus::Ok);
+    undo.endGroup();
+    auto* copy = objectCast<BlockReference>(mapping.at(insert->objectId()).peek());
+    ASSERT_TRUE(copy);
+    ASSERT_EQ(copy->attributes().size(), 2u);
+    auto* copied = objectCast<Attribute>(copy->attributes()[0].peek());
+    ASSERT_TRUE(copied);
+    EXPECT_NE(copied, attribute);
+    EXPECT_EQ(copied->ownerId(), copy->objectId());
+    EXPECT_EQ(copied->tag(), "NAME");
+    EXPECT_EQ(mapping.at(attribute->objectId()), copied->objectId());
+
+    {
+        auto ref = openObject<BlockReference>(copy->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(Matrix3d::translation({0, 5, 0})), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(copied->position().isEqualTo({10, 7, 0}));
+    EXPECT_TRUE(attribute->position().isEqualTo({10, 2, 0})) << "the source's attribute stays";
+
+    // A scale the reference can take but its text cannot: refused as a whole.
+    {
+        auto ref = openObject<BlockReference>(insert->objectId(), OpenMode::ForWrite);
+        EXPECT_NE(ref->transformBy(Matrix3d::scaling(Vector3d(2, 1, 1))), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(insert->scaleFactors().isEqualTo({1, 1, 1}));
+    EXPECT_TRUE(attribute->position().isEqualTo({10, 2, 0}));
+}
+
+}  // namespace
+}  // namespace vela::db

@@ -1,0 +1,98 @@
+"""Annotations: dimensions of every subtype, attributes of block references, leaders, multileaders, tolerances
+and tables."""
+
+import math
+
+from ezdxf.math import UCS, Vec3
+
+
+def linear_dimensions(doc, msp):
+    doc.layers.add("Dims", color=2)
+    dim = msp.add_linear_dim(base=(3, 2), p1=(0, 0), p2=(4, 0), dxfattribs={"layer": "Dims"})
+    dim.render()
+    dim = msp.add_linear_dim(base=(9, 1), p1=(7, 0), p2=(8, 5), angle=90, dxfattribs={"color": 3})
+    dim.render()
+    dim = msp.add_linear_dim(base=(2, 8), p1=(0, 6), p2=(5, 7), angle=30, text="Span <>",
+                             dxfattribs={"color": 5})
+    dim.render()
+
+
+def aligned_dimensions(doc, msp):
+    dim = msp.add_aligned_dim(p1=(0, 0), p2=(4, 3), distance=1.5, dxfattribs={"color": 1})
+    dim.render()
+    dim = msp.add_aligned_dim(p1=(6, 0), p2=(9, -2), distance=-1, text="Gap", dxfattribs={"layer": "Notes"})
+    dim.render()
+
+
+def tilted_dimension(doc, msp):
+    ucs = UCS(origin=(1, 2, 3), ux=(1, 0, 0), uz=(0, 0.6, 0.8))
+    dim = msp.add_linear_dim(base=(3, 2), p1=(0, 0), p2=(4, 0), dxfattribs={"color": 4})
+    dim.render(ucs=ucs)
+
+
+def angular_dimensions(doc, msp):
+    dim = msp.add_angular_dim_2l(base=(5, 5), line1=((0, 0), (6, 0)), line2=((0, 0), (4, 4)),
+                                 dxfattribs={"color": 2})
+    dim.render()
+    dim = msp.add_angular_dim_3p(base=(12, 4), center=(10, 0), p1=(14, 0), p2=(10, 4), dxfattribs={"layer": "Ang"})
+    dim.render()
+
+
+def radial_dimensions(doc, msp):
+    msp.add_circle((0, 0), 3)
+    dim = msp.add_radius_dim(center=(0, 0), radius=3, angle=45, dxfattribs={"color": 6})
+    dim.render()
+    dim = msp.add_diameter_dim(center=(10, 0), radius=2, angle=30, dxfattribs={"layer": "Diam"})
+    dim.render()
+
+
+def ordinate_dimensions(doc, msp):
+    dim = msp.add_ordinate_x_dim(feature_location=(3, 4), offset=(1, 3), dxfattribs={"color": 1})
+    dim.render()
+    dim = msp.add_ordinate_y_dim(feature_location=(3, 4), offset=(2, 1), dxfattribs={"layer": "Ord"})
+    dim.render()
+
+
+def arc_dimension(doc, msp):
+    dim = msp.add_arc_dim_cra(center=(0, 0), radius=4, start_angle=10, end_angle=80, distance=1,
+                              dxfattribs={"color": 3})
+    dim.render()
+
+
+def attributes(doc, msp):
+    doc.layers.add("Tags", color=4)
+    block = doc.blocks.new("TAGGED")
+    block.add_circle((0, 0), 1)
+    block.add_attdef("NAME", (0, 1.5), dxfattribs={"height": 0.5, "color": 2})
+    ref = msp.add_blockref("TAGGED", (10, 5), dxfattribs={"layer": "Tags", "rotation": 20})
+    ref.add_attrib("NAME", "Pump", (10, 6.5), dxfattribs={"height": 0.5, "color": 5})
+    ref.add_attrib("ID", "P-1", (10, 4), dxfattribs={"height": 0.25, "layer": "Tags"})
+    tilted = msp.add_blockref("TAGGED", (0, 0, 2), dxfattribs={"extrusion": (0, 0.6, 0.8), "color": 3})
+    tilted.add_attrib("NAME", "Valve", (0, 1, 2), dxfattribs={"height": 0.3, "extrusion": (0, 0.6, 0.8)})
+
+
+def attribute_definitions(doc, msp):
+    msp.add_attdef("TITLE", (2, 3), "Untitled", dxfattribs={"height": 0.7, "color": 1, "prompt": "Title?"})
+    msp.add_attdef("REV", (5, -1), dxfattribs={"height": 0.25, "rotation": 30, "layer": "Notes"})
+
+
+def tolerances(doc, msp):
+    tol = msp.new_entity("TOLERANCE", dxfattribs={"insert": (2, 3), "content": "{\\Fgdt;j}%%v0.5%%v",
+                                                   "x_axis_vector": (0.8, 0.6, 0), "color": 2})
+    msp.new_entity("TOLERANCE", dxfattribs={"insert": (-1, 0, 1), "content": "{\\Fgdt;r}%%v0.1", "layer": "Tol",
+                                            "extrusion": (0, 0.6, 0.8), "x_axis_vector": (1, 0, 0)})
+
+
+CASES = [
+    ("linear dimensions", linear_dimensions),
+    ("aligned dimensions", aligned_dimensions),
+    ("tilted dimension", tilted_dimension),
+    ("angular dimensions", angular_dimensions),
+    ("radial dimensions", radial_dimensions),
+    ("ordinate dimensions", ordinate_dimensions),
+    ("arc dimension", arc_dimension),
+    ("attributes", attributes),
+    ("attribute definitions", attribute_definitions),
+    # A frame's size is its dimension style's: a scale is refused, and without font metrics there is no box.
+    ("tolerances", tolerances, {"transforms": ["move", "rotate", "mirror"]}),
+]
