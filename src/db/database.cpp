@@ -307,6 +307,8 @@ ErrorStatus Database::deepCloneObjects(const std::vector<ObjectId>& ids, ObjectI
         ObjectId cloneId;
         if (ErrorStatus es = appendEntity(owner, std::move(entity), &cloneId); es != ErrorStatus::Ok) return es;
         mapping.emplace(id, cloneId);
+        if (auto clone = openObject<Entity>(cloneId, OpenMode::ForWrite, {.openOnLockedLayer = true}))
+            if (ErrorStatus es = clone->copySharedParts(); es != ErrorStatus::Ok) return es;
         // Owned entities are cloned too and owned by the clone, which would otherwise share its source's.
         const std::vector<ObjectId> owned = source->ownedEntities();
         if (owned.empty()) continue;

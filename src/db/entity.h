@@ -56,6 +56,9 @@ public:
     virtual std::vector<ObjectId> ownedEntities() const { return {}; }
     /// Replaces the list of owned entities (after cloning them); ignored by entities that own none.
     virtual void setOwnedEntities(std::vector<ObjectId>) {}
+    /// Called on a deep clone, open for write in its database: replaces what it would otherwise share with its
+    /// source by copies of its own (the block that draws a dimension), so that changing one leaves the other.
+    virtual ErrorStatus copySharedParts() { return ErrorStatus::Ok; }
 
 protected:
     Entity() = default;

@@ -151,6 +151,31 @@ TEST(Dimension, TransformMovesPointsAndDrawingTogetherAndUndoRestoresBoth) {
     EXPECT_TRUE(line->endPoint().isEqualTo({-4, 0, 0}, 1e-12));
 }
 
+TEST(Dimension, ADeepCloneDrawsWithACopyOfTheBlock) {
+    auto db = read(dimensionDrawing(32, kRotated));
+    ASSERT_TRUE(db);
+    auto* dim = at<RotatedDimension>(*db, 0xD1);
+    auto* line = at<Line>(*db, 0x21);
+    ASSERT_TRUE(dim && line);
+    IdMapping mapping;
+    ASSERT_EQ(db->deepCloneObjects({dim->objectId()}, db->modelSpaceId(), mapping), ErrorStatus::Ok);
+    auto* copy = objectCast<RotatedDimension>(mapping.at(dim->objectId()).peek());
+    ASSERT_TRUE(copy);
+    ASSERT_NE(copy->dimensionBlock(), dim->dimensionBlock());
+    EXPECT_EQ(copy->dimensionBlockName().rfind("*D", 0), 0u) << copy->dimensionBlockName();
+    auto* block = objectCast<BlockTableRecord>(copy->dimensionBlock().peek());
+    ASSERT_TRUE(block);
+    EXPECT_EQ(block->entityCount(), 2u);
+    {
+        auto ref = openObject<Dimension>(copy->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(Matrix3d::translation({0, 10, 0})), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(line->endPoint().isEqualTo({4, 0, 0})) << "the source's drawing stays";
+    Extents3d box;
+    ASSERT_EQ(copy->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({0, 10, 0}, {4, 13, 0})));
+}
+
 // A block with a circle, and a reference to it carrying one attribute.
 const std::string kInsertWithAttribute =
     "0\nSECTION\n2\nBLOCKS\n"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "db/database.h"
 #include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
 #include "db/object_ref.h"
@@ -281,6 +282,29 @@ ErrorStatus Dimension::transformBy(const Matrix3d& m) {
         auto e = openObject<Entity>(id, OpenMode::ForWrite, {.openOnLockedLayer = true});
         if (e) e->transformBy(m);
     }
+    return ErrorStatus::Ok;
+}
+
+ErrorStatus Dimension::copySharedParts() {
+    Database* db = database();
+    auto* source = objectCast<BlockTableRecord>(block_.peek());
+    if (!db || !source) return ErrorStatus::Ok;
+    SymbolTable* blocks = db->blockTable();
+    std::string name;
+    for (int n = 1;; ++n)
+        if (name = "*D" + std::to_string(n); !blocks->has(name)) break;
+    auto copy = std::make_unique<BlockTableRecord>(name);
+    copy->setFlags(source->flags());
+    copy->setOrigin(source->origin());
+    ObjectId copyId;
+    // Anonymous names are not names users may give: the record is added as a reader adds one.
+    if (ErrorStatus es = db->addRecord(db->blockTableId(), std::move(copy), &copyId, Handle(), true);
+        es != ErrorStatus::Ok)
+        return es;
+    IdMapping mapping;
+    if (ErrorStatus es = db->deepCloneObjects(source->entityIds(), copyId, mapping); es != ErrorStatus::Ok)
+        return es;
+    setDimensionBlock(copyId);
     return ErrorStatus::Ok;
 }
 

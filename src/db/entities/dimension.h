@@ -67,6 +67,8 @@ class Dimension : public Entity {
     /// content cannot take it; the dimension and its block are then left as they were. A free copy (outside a
     /// database) that shares its source's block is refused with NotInDatabase.
     ErrorStatus transformBy(const Matrix3d& transform) override;
+    /// Gives a deep clone a copy of the block that draws it, under a new anonymous name.
+    ErrorStatus copySharedParts() override;
 
   protected:
     explicit Dimension(std::int16_t type) : flags_(static_cast<std::int16_t>(type | kBlockUnique)) {}
