@@ -73,6 +73,18 @@ def tolerances(doc, msp):
 # with ezdxf, the boxes of these cases are not compared; every other check runs.
 TEXT_BOXES = {"skip": {"extents"}}
 
+def leaders(doc, msp):
+    msp.add_leader([(0, 0), (2, 2), (4, 2)], dxfattribs={"color": 1, "has_arrowhead": 0})
+    msp.add_leader([(5, 0, 1), (6, 3, 1), (9, 3, 2)], dxfattribs={"layer": "Leaders", "has_arrowhead": 0})
+
+
+def leaders_with_arrowheads(doc, msp):
+    text = msp.add_mtext("Note", dxfattribs={"insert": (4.2, 2.2), "char_height": 0.25})
+    leader = msp.add_leader([(0, 0), (2, 2), (4, 2)], dxfattribs={"color": 2})
+    leader.dxf.annotation_type = 0
+    leader.dxf.annotation_handle = text.dxf.handle
+
+
 CASES = [
     ("linear dimensions", linear_dimensions, TEXT_BOXES),
     ("aligned dimensions", aligned_dimensions, TEXT_BOXES),
@@ -85,4 +97,7 @@ CASES = [
     ("attribute definitions", attribute_definitions, TEXT_BOXES),
     # A frame's size is its dimension style's: a scale is refused, and without font metrics there is no box.
     ("tolerances", tolerances, {"transforms": ["move", "rotate", "mirror"]}),
+    ("leaders", leaders),
+    # The arrowhead's size and shape are the dimension style's: their box is not ours to compute.
+    ("leaders with arrowheads", leaders_with_arrowheads, TEXT_BOXES),
 ]

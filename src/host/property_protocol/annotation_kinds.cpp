@@ -1,5 +1,6 @@
 #include "db/entities/attribute.h"
 #include "db/entities/dimension.h"
+#include "db/entities/leader.h"
 #include "db/entities/tolerance.h"
 #include "host/property_protocol/kind_properties.h"
 
@@ -128,6 +129,17 @@ const std::vector<PropertyDescriptor> kTolerance = {
     VELA_XYZ("Position", db::FeatureControlFrame, location),
 };
 
+const std::vector<PropertyDescriptor> kLeader = {
+    {"Dimension style", PropertyType::Text,
+     [](const Entity& e) { return PropertyValue(text(as<db::Leader>(e).dimensionStyleName())); }},
+    {"Arrowhead", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Leader>(e).hasArrowHead()); }},
+    {"Splined", PropertyType::Bool,
+     [](const Entity& e) { return PropertyValue(as<db::Leader>(e).isSplined()); }},
+    {"Vertices", PropertyType::Integer,
+     [](const Entity& e) { return PropertyValue(static_cast<qint64>(as<db::Leader>(e).vertices().size())); }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> annotationKindProperties() {
@@ -145,6 +157,7 @@ std::vector<ClassProperties> annotationKindProperties() {
         {db::Attribute::desc(), &kAttribute},
         {db::AttributeDefinition::desc(), &kAttributeDefinition},
         {db::FeatureControlFrame::desc(), &kTolerance},
+        {db::Leader::desc(), &kLeader},
     };
 }
 
