@@ -8,7 +8,10 @@
 #include "db/entities/attribute.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/dimension.h"
+#include "db/entities/leader.h"
 #include "db/entities/line.h"
+#include "db/entities/table.h"
+#include "db/entities/tolerance.h"
 #include "db/geometry/plane.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
@@ -264,6 +267,63 @@ TEST(Attribute, FollowsItsReferenceThroughEraseUndoCloneAndTransform) {
     }
     EXPECT_TRUE(insert->scaleFactors().isEqualTo({1, 1, 1}));
     EXPECT_TRUE(attribute->position().isEqualTo({10, 2, 0}));
+}
+
+// A table drawn by block *T1, a tolerance frame and a leader that points at it.
+const std::string kTableFrameAndLeader =
+    "0\nSECTION\n2\nBLOCKS\n"
+    "0\nBLOCK\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\n*T1\n70\n1\n10\n0\n20\n0\n30\n0\n"
+    "0\nLINE\n5\n21\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n6\n21\n-2\n31\n0\n"
+    "0\nENDBLK\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
+    "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+    "0\nACAD_TABLE\n5\nB0\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockReference\n2\n*T1\n10\n2\n20\n5\n30\n0\n"
+    "100\nAcDbTable\n280\n0\n91\n1\n92\n2\n141\n2.0\n142\n3.0\n142\n3.0\n"
+    "0\nTOLERANCE\n5\nB1\n100\nAcDbEntity\n8\n0\n100\nAcDbFcf\n3\nStandard\n10\n1\n20\n1\n30\n0\n"
+    "1\n{\\Fgdt;j}%%v0.5\n11\n0\n21\n1\n31\n0\n"
+    "0\nLEADER\n5\nB2\n100\nAcDbEntity\n8\n0\n100\nAcDbLeader\n3\nStandard\n71\n1\n72\n0\n73\n1\n76\n3\n"
+    "10\n-2\n20\n-1\n30\n0\n10\n0\n20\n0\n30\n0\n10\n1\n20\n1\n30\n0\n340\nB1\n"
+    "0\nENDSEC\n0\nEOF\n";
+
+TEST(Annotation, TablesFramesAndLeadersKeepWhatTheyDoNotModelAndRefuseWhatTheyCannotDo) {
+    auto db = read(kTableFrameAndLeader);
+    ASSERT_TRUE(db);
+    auto* table = at<Table>(*db, 0xB0);
+    auto* frame = at<FeatureControlFrame>(*db, 0xB1);
+    auto* leader = at<Leader>(*db, 0xB2);
+    ASSERT_TRUE(table && frame && leader);
+    EXPECT_TRUE(table->isKindOf(BlockReference::desc()));
+    Extents3d box;
+    ASSERT_EQ(table->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({2, 3, 0}, {8, 5, 0}))) << "the box of the block that draws it";
+    EXPECT_EQ(leader->annotation(), frame->objectId());
+    EXPECT_EQ(leader->annotationType(), Leader::AnnotationType::Tolerance);
+    ASSERT_EQ(leader->vertices().size(), 3u);
+    ASSERT_EQ(leader->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({-2, -1, 0}, {1, 1, 0})));
+    EXPECT_EQ(frame->getGeomExtents(box), ErrorStatus::InvalidInput) << "no box without font metrics";
+
+    // Refusals leave everything as it was.
+    {
+        auto ref = openObject<Table>(table->objectId(), OpenMode::ForWrite);
+        EXPECT_EQ(ref->transformBy(Matrix3d::translation({1, 0, 0})), ErrorStatus::CannotTransform);
+        auto f = openObject<FeatureControlFrame>(frame->objectId(), OpenMode::ForWrite);
+        EXPECT_EQ(f->transformBy(Matrix3d::scaling(2.0)), ErrorStatus::CannotTransform);
+        ASSERT_EQ(f->transformBy(Matrix3d::rotation(kPi / 2)), ErrorStatus::Ok);
+        auto l = openObject<Leader>(leader->objectId(), OpenMode::ForWrite);
+        EXPECT_NE(l->transformBy(Matrix3d::scaling(Vector3d(1, 2, 1))), ErrorStatus::Ok);
+    }
+    EXPECT_TRUE(table->position().isEqualTo({2, 5, 0}));
+    EXPECT_TRUE(frame->location().isEqualTo({-1, 1, 0}, 1e-12));
+    EXPECT_TRUE(frame->direction().isEqualTo({-1, 0, 0}, 1e-12));
+    EXPECT_TRUE(leader->vertices()[0].isEqualTo({-2, -1, 0}));
+
+    // The table's cells travel as they came, after the reference's groups.
+    const std::string out = writeDxf(*db);
+    EXPECT_NE(out.find("ACAD_TABLE\n"), std::string::npos);
+    EXPECT_NE(out.find("AcDbBlockReference\n  2\n*T1\n 10\n2"), std::string::npos) << out;
+    EXPECT_NE(out.find("AcDbTable\n280\n0\n 91\n1\n 92\n2\n141\n2.0\n142\n3.0\n142\n3.0\n"),
+              std::string::npos);
+    EXPECT_NE(out.find("340\nB1\n"), std::string::npos) << "the leader still points at its frame";
 }
 
 }  // namespace

@@ -85,6 +85,28 @@ def leaders_with_arrowheads(doc, msp):
     leader.dxf.annotation_handle = text.dxf.handle
 
 
+def tables(doc, msp):
+    # ezdxf has no API that makes tables: the record is given as its groups, pointing at the block that draws it.
+    from ezdxf.entities.acad_table import AcadTableBlockContent
+    from ezdxf.lldxf.extendedtags import ExtendedTags
+    from ezdxf.lldxf.tags import Tags
+
+    doc.layers.add("Tables", color=3)
+    block = doc.blocks.new_anonymous_block(type_char="T")
+    block.add_line((0, 0), (6, 0))
+    block.add_line((0, -2), (6, -2))
+    block.add_line((3, 0), (3, -2))
+    groups = [(0, "ACAD_TABLE"), (5, "0"), (330, "0"), (100, "AcDbEntity"), (8, "Tables"), (62, "3"),
+              (100, "AcDbBlockReference"), (2, block.name), (10, "2.0"), (20, "5.0"), (30, "0.0"),
+              (100, "AcDbTable"), (280, "0"), (342, "0"), (343, block.block_record_handle), (11, "1.0"),
+              (21, "0.0"), (31, "0.0"), (90, "22"), (91, "1"), (92, "2"), (93, "0"), (94, "0"), (95, "0"),
+              (96, "0"), (141, "2.0"), (142, "3.0"), (142, "3.0")]
+    table = AcadTableBlockContent.load(ExtendedTags(Tags.from_text("".join(f"{c}\n{v}\n" for c, v in groups))), doc)
+    table.dxf.handle = None
+    doc.entitydb.add(table)
+    msp.add_entity(table)
+
+
 CASES = [
     ("linear dimensions", linear_dimensions, TEXT_BOXES),
     ("aligned dimensions", aligned_dimensions, TEXT_BOXES),
@@ -100,4 +122,7 @@ CASES = [
     ("leaders", leaders),
     # The arrowhead's size and shape are the dimension style's: their box is not ours to compute.
     ("leaders with arrowheads", leaders_with_arrowheads, TEXT_BOXES),
+    # ezdxf keeps a table as its groups: it cannot transform one (we refuse to: the cells would have to be laid
+    # out again) and shows no layer or color to select or check by.
+    ("tables", tables, {"skip": {"select", "modify", "transform"}}),
 ]

@@ -64,6 +64,7 @@ public:
     static constexpr std::size_t kExtentsBudget = 1'000'000;
 
 private:
+    friend class Table;  // a table is written as a reference with its own groups after it
     struct ExtentsWalk {
         std::vector<const DbObject*> chain;  // blocks being expanded, to stop at a block that contains itself
         std::size_t budget = 0;              // entities left to visit before nested references stop expanding
