@@ -10,6 +10,7 @@
 #include "db/entities/dimension.h"
 #include "db/entities/leader.h"
 #include "db/entities/line.h"
+#include "db/entities/multileader.h"
 #include "db/entities/table.h"
 #include "db/entities/tolerance.h"
 #include "db/geometry/plane.h"
@@ -324,6 +325,56 @@ TEST(Annotation, TablesFramesAndLeadersKeepWhatTheyDoNotModelAndRefuseWhatTheyCa
     EXPECT_NE(out.find("AcDbTable\n280\n0\n 91\n1\n 92\n2\n141\n2.0\n142\n3.0\n142\n3.0\n"),
               std::string::npos);
     EXPECT_NE(out.find("340\nB1\n"), std::string::npos) << "the leader still points at its frame";
+}
+
+// A multileader with one leader line from (-3, -2) to a landing at (-9, 0.75) going 8 along X, and a text.
+const std::string kMultileader =
+    "0\nSECTION\n2\nENTITIES\n"
+    "0\nMULTILEADER\n5\nC0\n100\nAcDbEntity\n8\n0\n100\nAcDbMLeader\n270\n2\n300\nCONTEXT_DATA{\n40\n1.0\n"
+    "10\n-1.0\n20\n0.75\n30\n0.0\n41\n0.5\n140\n4.0\n145\n2.0\n290\n1\n304\nNote\n11\n0.0\n21\n0.0\n31\n1.0\n"
+    "12\n1.0\n22\n1.0\n32\n0.0\n13\n1.0\n23\n0.0\n33\n0.0\n42\n0.0\n43\n0.0\n296\n0\n"
+    "110\n0.0\n120\n0.0\n130\n0.0\n111\n1.0\n121\n0.0\n131\n0.0\n112\n0.0\n122\n1.0\n132\n0.0\n297\n0\n"
+    "302\nLEADER{\n290\n1\n291\n1\n10\n-9.0\n20\n0.75\n30\n0.0\n11\n1.0\n21\n0.0\n31\n0.0\n90\n0\n40\n8.0\n"
+    "304\nLEADER_LINE{\n10\n-3.0\n20\n-2.0\n30\n0.0\n91\n0\n305\n}\n271\n0\n303\n}\n301\n}\n"
+    "41\n8.0\n42\n4.0\n45\n1.0\n"
+    "0\nENDSEC\n0\nEOF\n";
+
+TEST(MLeader, ReadsItsGeometryFromTheContextAndTransformsItInPlace) {
+    auto db = read(kMultileader);
+    ASSERT_TRUE(db);
+    auto* ml = at<MLeader>(*db, 0xC0);
+    ASSERT_TRUE(ml);
+    MLeader::Geometry g = ml->geometry();
+    ASSERT_EQ(g.lines.size(), 1u);
+    ASSERT_EQ(g.lines[0].size(), 2u);
+    EXPECT_TRUE(g.lines[0][0].isEqualTo({-3, -2, 0}));
+    EXPECT_TRUE(g.lines[0][1].isEqualTo({-9, 0.75, 0})) << "a line ends at its leader's landing";
+    ASSERT_EQ(g.landings.size(), 1u);
+    EXPECT_TRUE(g.landings[0].second.isEqualTo({-1, 0.75, 0}));
+    EXPECT_EQ(g.text, "Note");
+    const std::string before = writeDxf(*db);
+
+    {
+        auto ref = openObject<MLeader>(ml->objectId(), OpenMode::ForWrite);
+        EXPECT_NE(ref->transformBy(Matrix3d::scaling(Vector3d(1, 2, 1))), ErrorStatus::Ok);
+    }
+    EXPECT_EQ(writeDxf(*db), before) << "a refusal changes nothing";
+
+    {
+        auto ref = openObject<MLeader>(ml->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(Matrix3d::translation({1, 2, 0}) * Matrix3d::scaling(2.0)),
+                  ErrorStatus::Ok);
+    }
+    g = ml->geometry();
+    EXPECT_TRUE(g.lines[0][0].isEqualTo({-5, -2, 0}));
+    EXPECT_TRUE(g.landings[0].first.isEqualTo({-17, 3.5, 0}));
+    EXPECT_TRUE(g.landings[0].second.isEqualTo({-1, 3.5, 0})) << "the landing's length scales";
+    EXPECT_TRUE(g.textLocation.isEqualTo({3, 4, 0}));
+    EXPECT_DOUBLE_EQ(g.textHeight, 1.0);
+    const std::string after = writeDxf(*db);
+    EXPECT_NE(after.find("LEADER_LINE{\n 10\n-5.0\n 20\n-2.0\n"), std::string::npos) << after;
+    EXPECT_NE(after.find(" 41\n16.0\n 42\n8.0\n 45\n2.0\n"), std::string::npos)
+        << "the entity's own sizes too";
 }
 
 }  // namespace

@@ -107,6 +107,23 @@ def tables(doc, msp):
     msp.add_entity(table)
 
 
+def multileaders(doc, msp):
+    from ezdxf.math import Vec2
+    from ezdxf.render import mleader
+
+    ml = msp.add_multileader_mtext("Standard", dxfattribs={"color": 2})
+    ml.set_content("Line1\\PLine2", char_height=0.5)
+    ml.add_leader_line(mleader.ConnectionSide.left, [Vec2(-3, -2)])
+    ml.add_leader_line(mleader.ConnectionSide.right, [Vec2(5, -2), Vec2(6, -3)])
+    ml.build(insert=Vec2(1, 1))
+    block = doc.blocks.new("MARK")
+    block.add_circle((0, 0), 0.5)
+    ml = msp.add_multileader_block("Standard", dxfattribs={"layer": "Marks"})
+    ml.set_content(name="MARK", scale=2.0)
+    ml.add_leader_line(mleader.ConnectionSide.left, [Vec2(-8, -6)])
+    ml.build(insert=Vec2(-5, -4), rotation=15)
+
+
 CASES = [
     ("linear dimensions", linear_dimensions, TEXT_BOXES),
     ("aligned dimensions", aligned_dimensions, TEXT_BOXES),
@@ -122,6 +139,7 @@ CASES = [
     ("leaders", leaders),
     # The arrowhead's size and shape are the dimension style's: their box is not ours to compute.
     ("leaders with arrowheads", leaders_with_arrowheads, TEXT_BOXES),
+    ("multileaders", multileaders, TEXT_BOXES),
     # ezdxf keeps a table as its groups: it cannot transform one (we refuse to: the cells would have to be laid
     # out again) and shows no layer or color to select or check by.
     ("tables", tables, {"skip": {"select", "modify", "transform"}}),

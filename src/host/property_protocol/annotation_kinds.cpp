@@ -1,6 +1,7 @@
 #include "db/entities/attribute.h"
 #include "db/entities/dimension.h"
 #include "db/entities/leader.h"
+#include "db/entities/multileader.h"
 #include "db/entities/tolerance.h"
 #include "host/property_protocol/kind_properties.h"
 
@@ -140,6 +141,18 @@ const std::vector<PropertyDescriptor> kLeader = {
      [](const Entity& e) { return PropertyValue(static_cast<qint64>(as<db::Leader>(e).vertices().size())); }},
 };
 
+const std::vector<PropertyDescriptor> kMLeader = {
+    {"Contents", PropertyType::Text,
+     [](const Entity& e) {
+         const db::MLeader::Geometry g = as<db::MLeader>(e).geometry();
+         return g.hasText ? PropertyValue(text(g.text)) : PropertyValue();
+     }},
+    {"Leader lines", PropertyType::Integer,
+     [](const Entity& e) {
+         return PropertyValue(static_cast<qint64>(as<db::MLeader>(e).geometry().lines.size()));
+     }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> annotationKindProperties() {
@@ -158,6 +171,7 @@ std::vector<ClassProperties> annotationKindProperties() {
         {db::AttributeDefinition::desc(), &kAttributeDefinition},
         {db::FeatureControlFrame::desc(), &kTolerance},
         {db::Leader::desc(), &kLeader},
+        {db::MLeader::desc(), &kMLeader},
     };
 }
 
