@@ -80,6 +80,23 @@ TEST(Dimension, EachRecordIsReadAsTheClassItsSubtypeNames) {
     EXPECT_NE(writeDxf(*db).find("AcDbFutureDimension\n 13\n1"), std::string::npos);
 }
 
+TEST(Dimension, ARecordWithoutMarkersKeepsItsOtherGroupsInTheSectionsReadersLookIn) {
+    auto db = read(
+        "0\nSECTION\n2\nENTITIES\n"
+        "0\nDIMENSION\n5\nD2\n8\n0\n2\n*D1\n10\n4\n20\n1\n30\n0\n11\n2\n21\n1.5\n31\n0\n70\n0\n"
+        "13\n0\n23\n0\n33\n0\n14\n4\n24\n0\n34\n0\n52\n15\n"
+        "0\nENDSEC\n0\nEOF\n");
+    ASSERT_TRUE(db);
+    auto* dim = at<RotatedDimension>(*db, 0xD2);
+    ASSERT_TRUE(dim);
+    EXPECT_TRUE(dim->xLine2Point().isEqualTo({4, 0, 0}));
+    const std::string out = writeDxf(*db);
+    const std::size_t common = out.find("AcDbDimension\n"), own = out.find("AcDbAlignedDimension\n");
+    const std::size_t oblique = out.find(" 52\n15");
+    ASSERT_NE(oblique, std::string::npos);
+    EXPECT_TRUE(common < oblique && oblique < own) << "the oblique angle is a group of the common section";
+}
+
 TEST(Dimension, FieldsAndExtentsComeFromTheRecordAndItsBlock) {
     auto db = read(dimensionDrawing(32, kRotated));
     ASSERT_TRUE(db);
@@ -155,6 +172,24 @@ TEST(Dimension, TransformMovesPointsAndDrawingTogetherAndUndoRestoresBoth) {
     EXPECT_TRUE(line->endPoint().isEqualTo({-4, 0, 0}, 1e-12));
 }
 
+TEST(Dimension, ACopyPlacedAtAnInsertionPointDrawsItsBlockThereAndTakesMovesOnly) {
+    auto db = read(dimensionDrawing(32, "12\n1\n22\n1\n32\n0\n" + kRotated));
+    ASSERT_TRUE(db);
+    auto* dim = at<RotatedDimension>(*db, 0xD1);
+    auto* line = at<Line>(*db, 0x21);
+    ASSERT_TRUE(dim && line);
+    Extents3d box;
+    ASSERT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({1, 1, 0}, {5, 4, 0})));
+    auto ref = openObject<Dimension>(dim->objectId(), OpenMode::ForWrite);
+    EXPECT_EQ(ref->transformBy(Matrix3d::rotation(kPi / 2)), ErrorStatus::CannotTransform);
+    ASSERT_EQ(ref->transformBy(Matrix3d::translation({2, 0, 0})), ErrorStatus::Ok);
+    ASSERT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({3, 1, 0}, {7, 4, 0})));
+    EXPECT_TRUE(line->endPoint().isEqualTo({4, 0, 0})) << "the block is placed, not moved";
+    EXPECT_TRUE(dim->definitionPoint().isEqualTo({6, 1, 0}));
+}
+
 TEST(Dimension, ADeepCloneDrawsWithACopyOfTheBlock) {
     auto db = read(dimensionDrawing(32, kRotated));
     ASSERT_TRUE(db);
@@ -185,6 +220,8 @@ const std::string kInsertWithAttribute =
     "0\nSECTION\n2\nBLOCKS\n"
     "0\nBLOCK\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\nTAGGED\n70\n2\n10\n0\n20\n0\n30\n0\n"
     "0\nCIRCLE\n5\n21\n100\nAcDbEntity\n8\n0\n100\nAcDbCircle\n10\n0\n20\n0\n30\n0\n40\n1\n"
+    "0\nATTDEF\n5\n23\n100\nAcDbEntity\n8\n0\n100\nAcDbText\n10\n50\n20\n50\n30\n0\n40\n1\n1\nX\n"
+    "100\nAcDbAttributeDefinition\n3\nName?\n2\nNAME\n70\n0\n"
     "0\nENDBLK\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
     "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
     "0\nINSERT\n5\nA0\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockReference\n66\n1\n2\nTAGGED\n10\n10\n20\n0\n30\n0"
@@ -207,6 +244,9 @@ TEST(Attribute, IsReadAsATextOwnedByItsReferenceAndWrittenBack) {
     EXPECT_EQ(attribute->verticalMode(), Text::VerticalMode::Middle)
         << "an attribute's alignment is group 74";
     EXPECT_EQ(attribute->ownerId(), insert->objectId());
+    auto* definition = at<AttributeDefinition>(*db, 0x23);
+    ASSERT_TRUE(definition);
+    EXPECT_EQ(definition->prompt(), "Name?");
     ASSERT_EQ(insert->attributes().size(), 2u) << "the attribute and the end of the sequence";
     EXPECT_EQ(insert->attributes()[0], attribute->objectId());
     const std::string out = writeDxf(*db);
@@ -217,7 +257,8 @@ TEST(Attribute, IsReadAsATextOwnedByItsReferenceAndWrittenBack) {
     ASSERT_EQ(insert->getGeomExtents(box), ErrorStatus::Ok);
     ASSERT_EQ(attribute->getGeomExtents(own), ErrorStatus::Ok);
     EXPECT_TRUE(box.contains(own.maxPoint()) && box.contains(own.minPoint()));
-    EXPECT_NEAR(box.maxPoint().y, 2.5, 1e-12) << "the attribute reaches above the circle";
+    EXPECT_NEAR(box.maxPoint().y, 2.5, 1e-12)
+        << "the attribute reaches above the circle, its definition is not drawn";
 }
 
 TEST(Attribute, FollowsItsReferenceThroughEraseUndoCloneAndTransform) {

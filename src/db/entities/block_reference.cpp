@@ -130,6 +130,8 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
     Extents3d box;
     btr->forEachEntity([&](const Entity* e) {
         if (walk.budget > 0) --walk.budget;
+        // Definitions of attributes are not drawn by references: their attributes stand for them.
+        if (objectCast<AttributeDefinition>(e)) return;
         if (auto* nested = objectCast<BlockReference>(e)) {
             Extents3d inner;
             if (nested->extentsAtDepth(inner, m, walk) == ErrorStatus::Ok) box.addExtents(inner);

@@ -253,10 +253,15 @@ ErrorStatus Dimension::transformBy(const Matrix3d& m) {
     if (ErrorStatus es = checkUniformTransform(m); es != ErrorStatus::Ok) return es;
     // A free copy cannot move the block it shares with its source, and without it its points would no longer
     // match its drawing.
-    if (!database() && !block_.isNull() && !insertionPoint_) return ErrorStatus::NotInDatabase;
-    // The content of a copy's block is placed by its insertion point and stays; otherwise the block is the
-    // drawing of this dimension and moves with it. Every entity of it must take the transformation before any
-    // does, so that a refusal leaves everything as it was.
+    if (!database() && !block_.isNull()) return ErrorStatus::NotInDatabase;
+    // A copy's block is placed by its insertion point alone: only a move keeps its drawing where its points
+    // are.
+    if (insertionPoint_) {
+        for (const Vector3d& axis : {Vector3d::xAxis(), Vector3d::yAxis(), Vector3d::zAxis()})
+            if (!m.apply(axis).isEqualTo(axis, 1e-12)) return ErrorStatus::CannotTransform;
+    }
+    // Otherwise the block is the drawing of this dimension and moves with it. Every entity of it must take
+    // the transformation before any does, so that a refusal leaves everything as it was.
     std::vector<ObjectId> content;
     if (!insertionPoint_)
         if (auto* btr = objectCast<BlockTableRecord>(block_.peek())) {

@@ -65,7 +65,8 @@ class Dimension : public Entity {
     /// Moves the definition points, the text position and the block content. Refused
     /// (CannotScaleNonUniformly, CannotTransform) when the transformation is not uniform or an entity of the
     /// content cannot take it; the dimension and its block are then left as they were. A free copy (outside a
-    /// database) that shares its source's block is refused with NotInDatabase.
+    /// database) that shares its source's block is refused with NotInDatabase; a dimension whose block is
+    /// placed at an insertion point (group 12) takes moves only.
     ErrorStatus transformBy(const Matrix3d& transform) override;
     /// Gives a deep clone a copy of the block that draws it, under a new anonymous name.
     ErrorStatus copySharedParts() override;

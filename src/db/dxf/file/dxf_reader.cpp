@@ -326,7 +326,7 @@ void Loader::decode(DbObject& object, Record& record) {
     in.setNameCache(&names_);
     // Records of older files without subclass markers: their kept groups are filed under the markers a current
     // file has, so that they are written back where readers look for them.
-    if (auto* raw = objectCast<RawEntity>(&object)) assignUnmarkedSections(in, raw->dxfName());
+    if (objectCast<Entity>(&object)) assignUnmarkedSections(in, record.type);
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
