@@ -310,6 +310,8 @@ ErrorStatus Database::deepCloneObjects(const std::vector<ObjectId>& ids, ObjectI
         ObjectId cloneId;
         if (ErrorStatus es = appendEntity(owner, std::move(entity), &cloneId); es != ErrorStatus::Ok) return es;
         mapping.emplace(id, cloneId);
+        if (auto clone = openObject<Entity>(cloneId, OpenMode::ForWrite, {.openOnLockedLayer = true}))
+            if (ErrorStatus es = clone->copySharedParts(); es != ErrorStatus::Ok) return es;
         if (!hasFollowers) continue;
         std::vector<ObjectId> followers;
         for (const ObjectId& f : source->followers()) {

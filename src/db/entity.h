@@ -58,6 +58,9 @@ public:
     virtual std::span<const ObjectId> followers() const { return {}; }
     /// Replaces the list; InvalidInput for kinds that own no followers.
     virtual ErrorStatus setFollowers(std::vector<ObjectId> /*ids*/) { return ErrorStatus::InvalidInput; }
+    /// Called on a deep clone, open for write in its database: replaces what it would otherwise share with its
+    /// source by copies of its own (the block that draws a dimension), so that changing one leaves the other.
+    virtual ErrorStatus copySharedParts() { return ErrorStatus::Ok; }
 
 protected:
     Entity() = default;

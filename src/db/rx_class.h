@@ -8,6 +8,7 @@
 namespace vela::db {
 
 class DbObject;
+class DxfInput;
 
 /// Run-time class description of a database object: its class name ("AcDbLine"), its DXF name ("LINE"), its
 /// parent class, so that code can ask "is this a kind of entity?" without a cast chain, and how to make an
@@ -15,9 +16,13 @@ class DbObject;
 class RxClass {
   public:
     using Factory = std::unique_ptr<DbObject> (*)();
+    /// Picks the class of one record among the classes that share a DXF name, from its groups (a dimension's
+    /// subtype); null when the groups name none of them.
+    using Refiner = const RxClass* (*)(const DxfInput& groups);
 
-    constexpr RxClass(const char* name, const char* dxfName, const RxClass* parent, Factory factory = nullptr)
-        : name_(name), dxfName_(dxfName), parent_(parent), factory_(factory) {}
+    constexpr RxClass(const char* name, const char* dxfName, const RxClass* parent, Factory factory = nullptr,
+                      Refiner refiner = nullptr)
+        : name_(name), dxfName_(dxfName), parent_(parent), factory_(factory), refiner_(refiner) {}
     RxClass(const RxClass&) = delete;
     RxClass& operator=(const RxClass&) = delete;
 
@@ -39,11 +44,17 @@ class RxClass {
     /// A new empty object of this class, or null when the class cannot be made (see canCreate).
     std::unique_ptr<DbObject> create() const;
 
+    /// The class a record of this class's DXF name is an object of, given the record's groups before they are
+    /// read: this class itself unless it refines its records (a DXF name several classes share, the type of
+    /// each record told by a group), and then the class the groups choose, or null when they choose none.
+    const RxClass* refine(const DxfInput& groups) const { return refiner_ ? refiner_(groups) : this; }
+
   private:
     const char* name_;
     const char* dxfName_;
     const RxClass* parent_;
     Factory factory_;
+    Refiner refiner_;
 };
 
 /// Every run-time class loaded in the process. Each class registers itself where it is defined (see
@@ -100,7 +111,6 @@ constexpr RxClass::Factory factoryOf(const char* dxfName) {
 }
 }  // namespace detail
 
-class DxfInput;
 class DxfOutput;
 
 /// Declares the run-time class, the copy used for undo and cloning, and content assignment for a concrete
@@ -138,6 +148,17 @@ class DxfOutput;
     const ::vela::db::RxClass* ClassName::desc() {                                               \
         static const ::vela::db::RxClass cls(Name, DxfName, Parent::desc(),                      \
                                              ::vela::db::detail::factoryOf<ClassName>(DxfName)); \
+        return &cls;                                                                             \
+    }                                                                                            \
+    static const ::vela::db::RxRegistration velaRxRegistration##ClassName(ClassName::desc());
+
+/// Defines the run-time class of a class whose DXF name its derived classes share, with the function that
+/// picks the class of each record from its groups (see RxClass::refine).
+#define VELA_DB_DEFINE_REFINED_CLASS(ClassName, Name, DxfName, Parent, Refiner)                   \
+    const ::vela::db::RxClass* ClassName::desc() {                                               \
+        static const ::vela::db::RxClass cls(Name, DxfName, Parent::desc(),                      \
+                                             ::vela::db::detail::factoryOf<ClassName>(DxfName), \
+                                             Refiner);                                           \
         return &cls;                                                                             \
     }                                                                                            \
     static const ::vela::db::RxRegistration velaRxRegistration##ClassName(ClassName::desc());

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "db/entities/attribute.h"
 #include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
+#include "db/object_ref.h"
 #include "db/records/block_table_record.h"
 
 namespace vela::db {
@@ -91,6 +93,28 @@ Matrix3d BlockReference::blockTransform() const {
            Matrix3d::scaling(scale_) * Matrix3d::translation(-origin.asVector());
 }
 
+namespace {
+
+// The box of an entity placed by `m`: its own exact box where its type can take the transformation, else
+// its box's corners transformed.
+void addPlacedExtents(Extents3d& box, const Entity& e, const Matrix3d& m) {
+    std::unique_ptr<DbObject> copy = e.clone();
+    auto* placed = static_cast<Entity*>(copy.get());
+    Extents3d own;
+    if (placed->transformBy(m) == ErrorStatus::Ok) {
+        if (placed->getGeomExtents(own) == ErrorStatus::Ok) box.addExtents(own);
+        return;
+    }
+    if (e.getGeomExtents(own) != ErrorStatus::Ok) return;
+    const Point3d& lo = own.minPoint();
+    const Point3d& hi = own.maxPoint();
+    for (double x : {lo.x, hi.x})
+        for (double y : {lo.y, hi.y})
+            for (double z : {lo.z, hi.z}) box.addPoint(m.apply(Point3d(x, y, z)));
+}
+
+}  // namespace
+
 ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& outer,
                                            ExtentsWalk& walk) const {
     auto* btr = objectCast<BlockTableRecord>(block_.peek());
@@ -106,24 +130,14 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
     Extents3d box;
     btr->forEachEntity([&](const Entity* e) {
         if (walk.budget > 0) --walk.budget;
+        // Definitions of attributes are not drawn by references: their attributes stand for them.
+        if (objectCast<AttributeDefinition>(e)) return;
         if (auto* nested = objectCast<BlockReference>(e)) {
             Extents3d inner;
             if (nested->extentsAtDepth(inner, m, walk) == ErrorStatus::Ok) box.addExtents(inner);
             return;
         }
-        std::unique_ptr<DbObject> copy = e->clone();
-        auto* placed = static_cast<Entity*>(copy.get());
-        Extents3d own;
-        if (placed->transformBy(m) == ErrorStatus::Ok) {
-            if (placed->getGeomExtents(own) == ErrorStatus::Ok) box.addExtents(own);
-            return;
-        }
-        if (e->getGeomExtents(own) != ErrorStatus::Ok) return;
-        const Point3d& lo = own.minPoint();
-        const Point3d& hi = own.maxPoint();
-        for (double x : {lo.x, hi.x})
-            for (double y : {lo.y, hi.y})
-                for (double z : {lo.z, hi.z}) box.addPoint(m.apply(Point3d(x, y, z)));
+        addPlacedExtents(box, *e, m);
     });
     walk.chain.pop_back();
     if (!box.isValid()) return ErrorStatus::InvalidInput;
@@ -139,6 +153,10 @@ ErrorStatus BlockReference::extentsAtDepth(Extents3d& extents, const Matrix3d& o
             all.addPoint(box.minPoint() + d).addPoint(box.maxPoint() + d);
         box = all;
     }
+    // Attributes are where they are in the space of the reference, not in the block.
+    for (ObjectId id : attributes_)
+        if (auto* attribute = objectCast<Attribute>(id.peek()); attribute && !attribute->isErased())
+            addPlacedExtents(box, *attribute, outer);
     extents = box;
     return ErrorStatus::Ok;
 }
@@ -171,6 +189,18 @@ ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     const double sx = std::copysign(l1, det / (sy * sz));
     const Vector3d n = c3 / sz;
     const Vector3d qx = wcsToOcs(c1 / sx, n);
+    // The attributes of a reference in a database go with it; a free copy shares its source's and leaves them.
+    std::vector<ObjectId> attributes;
+    if (database()) {
+        for (ObjectId id : attributes_) {
+            // The end of the sequence is owned too but has nothing to transform.
+            auto* attribute = objectCast<Attribute>(id.peek());
+            if (!attribute || attribute->isErased()) continue;
+            std::unique_ptr<DbObject> copy = attribute->clone();
+            if (ErrorStatus es = static_cast<Entity*>(copy.get())->transformBy(m); es != ErrorStatus::Ok) return es;
+            attributes.push_back(id);
+        }
+    }
     assertWriteEnabled();
     const Point3d moved = m.apply(position());
     normal_ = n.normalized();
@@ -179,6 +209,9 @@ ErrorStatus BlockReference::transformBy(const Matrix3d& m) {
     scale_ = {sx, sy, sz};
     columnSpacing_ *= m.apply(dirX).length();
     rowSpacing_ *= m.apply(dirY).length();
+    for (ObjectId id : attributes)
+        if (auto attribute = openObject<Entity>(id, OpenMode::ForWrite, {.openOnLockedLayer = true}))
+            attribute->transformBy(m);
     return ErrorStatus::Ok;
 }
 

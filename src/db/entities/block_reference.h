@@ -38,7 +38,7 @@ public:
     void setArray(std::int16_t columns, std::int16_t rows, double columnSpacing, double rowSpacing);
 
     /// Attribute entities that follow the reference in a file (ATTRIB ... SEQEND), owned by it and written after
-    /// it. Kept as read; the assistant does not edit attributes.
+    /// it. They are erased, cloned and transformed with the reference.
     const std::vector<ObjectId>& attributes() const { return attributes_; }
     void setAttributes(std::vector<ObjectId> ids) { assertWriteEnabled(), attributes_ = std::move(ids); }
     std::span<const ObjectId> followers() const override { return attributes_; }
@@ -56,16 +56,18 @@ public:
     /// insertion's transformation, else its box's corners transformed. Nested references are followed except
     /// into a block already being expanded (a block that wrongly contains itself), beyond kMaxNesting levels,
     /// or after kExtentsBudget entities, where a nested reference counts by its insertion point alone; so no
-    /// drawing can make this loop or take unbounded time.
+    /// drawing can make this loop or take unbounded time. The attributes' boxes are included.
     ErrorStatus getGeomExtents(Extents3d& extents) const override;
     /// Takes any transformation that leaves the reference's axes perpendicular (a rotation, reflection, and
-    /// uniform or axis-aligned scaling); a shear of the block is refused.
+    /// uniform or axis-aligned scaling); a shear of the block is refused. The attributes of a reference in a
+    /// database are transformed with it, and when one of them cannot take the transformation, nothing is.
     ErrorStatus transformBy(const Matrix3d& transform) override;
 
     static constexpr int kMaxNesting = 32;
     static constexpr std::size_t kExtentsBudget = 1'000'000;
 
 private:
+    friend class Table;  // a table is written as a reference with its own groups after it
     struct ExtentsWalk {
         std::vector<const DbObject*> chain;  // blocks being expanded, to stop at a block that contains itself
         std::size_t budget = 0;              // entities left to visit before nested references stop expanding

@@ -6,6 +6,7 @@
 #include "db/entities/text.h"
 #include "db/entity_dxf.h"
 #include "db/geometry/plane.h"
+#include "db/geometry/plane_map.h"
 #include "db/text_metrics.h"
 
 namespace vela::db {
@@ -87,10 +88,10 @@ ErrorStatus MText::transformBy(const Matrix3d& m) {
     assertWriteEnabled();
     const double s = m.scaleFactor();
     location_ = m.apply(location_);
+    // The normal is the one the images of the plane's axes make: a mirrored text is the same text seen from the
+    // other side of its plane, as other programs record it.
+    normal_ = AxesTransform(m, normal_).newNormal();
     direction_ = m.apply(direction_).normalized();
-    normal_ = m.apply(normal_).normalized();
-    // Multi-line text has no mirrored form: the frame is rebuilt from the images of normal and direction, so
-    // under a reflection the text moves and turns but stays readable.
     height_ *= s;
     width_ *= s;
     return ErrorStatus::Ok;

@@ -3,8 +3,9 @@
 #include <cmath>
 
 #include "db/database.h"
-#include "db/entity_dxf.h"
+#include "db/entities/text_dxf.h"
 #include "db/geometry/plane.h"
+#include "db/geometry/plane_map.h"
 #include "db/text_metrics.h"
 
 namespace vela::db {
@@ -13,32 +14,9 @@ VELA_DB_DEFINE_CLASS(Text, "AcDbText", "TEXT", Entity)
 
 template <class Io, class Self>
 void Text::dxfFields(Io& io, Self& self) {
-    entityFields(io, self);
-    io.subclass("AcDbText");
-    io.real(39, self.thickness_, 0.0);
-    io.point(10, self.position_);
-    io.real(40, self.height_);
-    io.str(1, self.text_);
-    io.angle(50, self.rotation_, 0.0);
-    io.real(41, self.widthFactor_, 1.0);
-    io.angle(51, self.oblique_, 0.0);
-    io.symbolOr(7, self.style_, TableKind::TextStyle, "Standard");
-    io.i16(71, self.generation_, std::int16_t(0));
-    std::int16_t h = static_cast<std::int16_t>(self.hmode_), v = static_cast<std::int16_t>(self.vmode_);
-    io.i16(72, h, std::int16_t(0));
-    // The second alignment point is meaningful (and written) only for texts that are not left/baseline.
-    if constexpr (Io::kReading) {
-        io.point(11, self.alignmentPoint_);
-    } else if (h != 0 || v != 0) {
-        io.point(11, self.alignmentPoint_);
-    }
-    io.vec(210, self.normal_, Vector3d::zAxis());
+    textFields(io, self);
     io.subclass("AcDbText", 1);
-    io.i16(73, v, std::int16_t(0));
-    if constexpr (Io::kReading) {
-        self.hmode_ = static_cast<HorizontalMode>(h >= 0 && h <= 5 ? h : 0);
-        self.vmode_ = static_cast<VerticalMode>(v >= 0 && v <= 3 ? v : 0);
-    }
+    verticalModeField(io, self, 73);
 }
 
 VELA_DB_DEFINE_DXF(Text)
@@ -121,21 +99,16 @@ ErrorStatus Text::getGeomExtents(Extents3d& extents) const {
 
 ErrorStatus Text::transformBy(const Matrix3d& m) {
     if (ErrorStatus es = checkUniformTransform(m); es != ErrorStatus::Ok) return es;
-    const Vector3d ax = ocsXAxis(normal_), ay = ocsYAxis(normal_);
-    const Vector3d dir = m.apply(ax * std::cos(rotation_) + ay * std::sin(rotation_));
-    const Vector3d n = m.apply(normal_).normalized();
-    const Vector3d local = wcsToOcs(dir, n);
     assertWriteEnabled();
-    const double s = m.scaleFactor();
-    const Point3d p = m.apply(position()), a = m.apply(alignmentPoint());
-    height_ *= s;
-    thickness_ *= s;
-    normal_ = n;
-    position_ = wcsToOcs(p, n);
-    alignmentPoint_ = wcsToOcs(a, n);
-    rotation_ = normalizeAngle(std::atan2(local.y, local.x));
-    // A reflection turns the text into its mirror image, which drawings express as "backwards".
-    if (m.determinant() < 0) generation_ = static_cast<std::int16_t>(generation_ ^ 2);
+    // The plane's axes go where the transformation takes them and the normal is the one they make: a mirrored
+    // text is the same text seen from the other side of its plane, as other programs record it.
+    const AxesTransform plane(m, normal_);
+    position_ = plane.point(position_);
+    alignmentPoint_ = plane.point(alignmentPoint_);
+    rotation_ = plane.angle(rotation_);
+    height_ *= m.scaleFactor();
+    thickness_ = plane.thickness(thickness_);
+    normal_ = plane.newNormal();
     return ErrorStatus::Ok;
 }
 

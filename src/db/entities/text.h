@@ -54,6 +54,14 @@ public:
 
     static constexpr double kCharacterWidth = 0.6;
 
+protected:
+    /// The groups of the first "AcDbText" section, which attributes share; the vertical alignment comes in a
+    /// later section whose group code differs between texts (73) and attributes (74).
+    template <class Io, class Self>
+    static void textFields(Io& io, Self& self);
+    template <class Io, class Self>
+    static void verticalModeField(Io& io, Self& self, int code);
+
 private:
     // Points are kept in the object coordinate system, as files hold them, so reading and writing are exact.
     Point3d position_;

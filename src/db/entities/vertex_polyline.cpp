@@ -18,10 +18,38 @@ VELA_DB_DEFINE_CLASS(PolyFaceMeshVertex, "AcDbPolyFaceMeshVertex", "VERTEX", Ver
 VELA_DB_DEFINE_CLASS(FaceRecord, "AcDbFaceRecord", "VERTEX", Vertex)
 VELA_DB_DEFINE_CLASS(PolygonMeshVertex, "AcDbPolygonMeshVertex", "VERTEX", Vertex)
 VELA_DB_DEFINE_CLASS(SequenceEnd, "AcDbSequenceEnd", "SEQEND", Entity)
-VELA_DB_DEFINE_CLASS(Polyline2d, "AcDb2dPolyline", "POLYLINE", Curve)
-VELA_DB_DEFINE_CLASS(Polyline3d, "AcDb3dPolyline", "POLYLINE", Curve)
-VELA_DB_DEFINE_CLASS(PolyFaceMesh, "AcDbPolyFaceMesh", "POLYLINE", Entity)
-VELA_DB_DEFINE_CLASS(PolygonMesh, "AcDbPolygonMesh", "POLYLINE", Entity)
+
+namespace {
+
+/// The first group `code` of a record as a number, 0 when it has none.
+int recordInt(const DxfInput& record, int code) {
+    for (const DxfInput::Group& g : record.groups()) {
+        if (g.code != code) continue;
+        std::string_view s = g.value;
+        while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
+        int v = 0;
+        std::from_chars(s.data(), s.data() + s.size(), v);
+        return v;
+    }
+    return 0;
+}
+
+/// The kind of old-style polyline a POLYLINE record's flags name. Every kind refines, so that whichever of
+/// them the registry finds under the shared DXF name picks the right one.
+const RxClass* polylineClassOf(const DxfInput& record) {
+    const int flags = recordInt(record, 70);
+    if (flags & 64) return PolyFaceMesh::desc();
+    if (flags & 16) return PolygonMesh::desc();
+    if (flags & 8) return Polyline3d::desc();
+    return Polyline2d::desc();
+}
+
+}  // namespace
+
+VELA_DB_DEFINE_REFINED_CLASS(Polyline2d, "AcDb2dPolyline", "POLYLINE", Curve, &polylineClassOf)
+VELA_DB_DEFINE_REFINED_CLASS(Polyline3d, "AcDb3dPolyline", "POLYLINE", Curve, &polylineClassOf)
+VELA_DB_DEFINE_REFINED_CLASS(PolyFaceMesh, "AcDbPolyFaceMesh", "POLYLINE", Entity, &polylineClassOf)
+VELA_DB_DEFINE_REFINED_CLASS(PolygonMesh, "AcDbPolygonMesh", "POLYLINE", Entity, &polylineClassOf)
 
 // ---- Vertices
 // -------------------------------------------------------------------------------------------------
@@ -155,31 +183,6 @@ ErrorStatus VertexSequence<Base>::transformWorldVertices(const Matrix3d& m) {
 
 template class VertexSequence<Curve>;
 template class VertexSequence<Entity>;
-
-namespace {
-
-/// The first group `code` of a record as a number, 0 when it has none.
-int recordInt(const DxfInput& record, int code) {
-    for (const DxfInput::Group& g : record.groups()) {
-        if (g.code != code) continue;
-        std::string_view s = g.value;
-        while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
-        int v = 0;
-        std::from_chars(s.data(), s.data() + s.size(), v);
-        return v;
-    }
-    return 0;
-}
-
-}  // namespace
-
-std::unique_ptr<Entity> makeVertexPolyline(const DxfInput& record) {
-    const int flags = recordInt(record, 70);
-    if (flags & 64) return std::make_unique<PolyFaceMesh>();
-    if (flags & 16) return std::make_unique<PolygonMesh>();
-    if (flags & 8) return std::make_unique<Polyline3d>();
-    return std::make_unique<Polyline2d>();
-}
 
 std::unique_ptr<Entity> makePolylineVertex(const Entity& owner, std::string_view type,
                                            const DxfInput& record) {

@@ -247,8 +247,6 @@ class PolygonMesh : public VertexSequence<Entity> {
     ErrorStatus transformBy(const Matrix3d& transform) override;
 };
 
-/// An empty polyline of the kind a POLYLINE record's flags name.
-std::unique_ptr<Entity> makeVertexPolyline(const DxfInput& record);
 /// An empty vertex of the kind `owner`, an old-style polyline, takes for a VERTEX record (a polyface mesh has
 /// points and face records, told apart by the record's flags); null when `owner` is no such polyline or the
 /// record is no vertex.

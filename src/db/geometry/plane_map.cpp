@@ -50,4 +50,21 @@ BulgeArc bulgeToArc(const Point2d& a, const Point2d& b, double bulge) {
     return {c, radius, normalizeAngle(sa), normalizeAngle(ea)};
 }
 
+AxesTransform::AxesTransform(const Matrix3d& m, const Vector3d& normal) : m_(m), oldNormal_(normal.normalized()) {
+    const Vector3d x = m.apply(ocsXAxis(oldNormal_)), y = m.apply(ocsYAxis(oldNormal_));
+    newNormal_ = x.cross(y).normalized();
+}
+
+Point3d AxesTransform::point(const Point3d& ocs) const {
+    return wcsToOcs(m_.apply(ocsToWcs(ocs, oldNormal_)), newNormal_);
+}
+
+double AxesTransform::angle(double radians) const {
+    const Vector3d d = wcsToOcs(m_.apply(ocsToWcs(Vector3d(std::cos(radians), std::sin(radians), 0.0), oldNormal_)),
+                                newNormal_);
+    return std::atan2(d.y, d.x);
+}
+
+double AxesTransform::thickness(double t) const { return m_.apply(oldNormal_ * t).dot(newNormal_); }
+
 }  // namespace vela::db

@@ -34,6 +34,24 @@ private:
     bool reflects_ = false;
 };
 
+/// Maps points and angles kept in the object coordinate system of a plane into that of the transformed plane,
+/// where the new plane's axes are the images of the old ones: a reflection keeps the in-plane orientation and
+/// turns the normal over (unlike PlaneMap), which is how other programs record mirrored texts and dimensions.
+class AxesTransform {
+public:
+    AxesTransform(const Matrix3d& m, const Vector3d& normal);
+    Point3d point(const Point3d& ocs) const;
+    /// Image of a direction given as an angle in the old plane, as an angle in the new plane.
+    double angle(double radians) const;
+    /// The length of the image of a length along the old plane's normal, measured along the new normal.
+    double thickness(double t) const;
+    const Vector3d& newNormal() const { return newNormal_; }
+
+private:
+    Matrix3d m_;
+    Vector3d oldNormal_, newNormal_;
+};
+
 /// The circular arc of a polyline segment from a to b with the given bulge, counter-clockwise from start to end.
 struct BulgeArc {
     Point2d center;

@@ -260,10 +260,11 @@ TEST(DxfFile, HandlesAreKeptAndSavingTwiceGivesTheSameText) {
 }
 
 TEST(DxfFile, UnknownObjectsAndGroupsTravelUnchanged) {
+    // A dimension of a subtype no class models (7) is kept as it came.
     const std::string dxf =
         "0\nSECTION\n2\nENTITIES\n"
         "0\nDIMENSION\n5\nA1\n100\nAcDbEntity\n8\nDims\n62\n3\n100\nAcDbDimension\n2\n*D1\n10\n1.5\n20\n2.5\n30\n0.0\n"
-        "70\n33\n1\nhello\n1001\nACAD\n1000\nsome xdata\n1040\n3.25\n"
+        "70\n39\n1\nhello\n1001\nACAD\n1000\nsome xdata\n1040\n3.25\n"
         "0\nLINE\n5\nA2\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
         "999\nunknown group in a known type\n1071\n7\n"
         "0\nENDSEC\n0\nEOF\n";

@@ -29,11 +29,12 @@ namespace {
 using dxf::DxfError;
 using dxf::Tag;
 
-// Record types name the classes of their objects through the class registry; a type no class has is kept as
-// it came, as a stand-in.
+// Record types name the classes of their objects through the class registry, refined by the record's groups
+// where classes share a type (see RxClass::refine); a type no class has is kept as it came, as a stand-in.
 
-std::unique_ptr<Entity> makeEntity(std::string_view type) {
-    if (auto entity = createObject<Entity>(RxRegistry::findByDxfName(type))) return entity;
+std::unique_ptr<Entity> makeEntity(std::string_view type, const DxfInput& groups) {
+    if (const RxClass* cls = RxRegistry::findByDxfName(type))
+        if (auto entity = createObject<Entity>(cls->refine(groups))) return entity;
     return std::make_unique<RawEntity>(type);
 }
 
@@ -326,7 +327,7 @@ void Loader::decode(DbObject& object, Record& record) {
     in.setNameCache(&names_);
     // Records of older files without subclass markers: their kept groups are filed under the markers a current
     // file has, so that they are written back where readers look for them.
-    if (auto* raw = objectCast<RawEntity>(&object)) assignUnmarkedSections(in, raw->dxfName());
+    if (objectCast<Entity>(&object)) assignUnmarkedSections(in, record.type);
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
@@ -641,9 +642,7 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
         }
         record.hasOwner = false;  // the block list is the owner; a second 330 is not needed
         const bool isOldPolyline = record.type == "POLYLINE";
-        // Which kind of old-style polyline a record is, its flags say.
-        std::unique_ptr<Entity> entity =
-            isOldPolyline ? makeVertexPolyline(*record.input) : makeEntity(record.type);
+        std::unique_ptr<Entity> entity = makeEntity(record.type, *record.input);
         const bool isInsert = objectCast<BlockReference>(entity.get()) != nullptr;
         ObjectId id = addEntity(std::move(entity), record, owner);
         if (id.isNull()) continue;
@@ -668,7 +667,7 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
             sub.hasOwner = false;
             std::unique_ptr<Entity> follower =
                 makePolylineVertex(*static_cast<Entity*>(id.peek()), sub.type, *sub.input);
-            if (!follower) follower = makeEntity(sub.type);
+            if (!follower) follower = makeEntity(sub.type, *sub.input);
             Entity& f = *follower;
             decode(f, sub);
             checkHandle(sub);

@@ -9,7 +9,8 @@ namespace {
 using Codes = std::vector<int>;
 
 const Codes kTextCodes = {1, 7, 10, 20, 30, 11, 21, 31, 39, 40, 41, 50, 51, 71, 72};
-const Codes kDimensionCodes = {1, 2, 3, 10, 20, 30, 11, 21, 31, 12, 22, 32, 41, 42, 51, 53, 70, 71, 72, 210, 220, 230};
+const Codes kDimensionCodes = {1,  2,  3,  10, 20, 30, 11, 21, 31,  12,  22, 32,
+                               41, 42, 51, 52, 53, 70, 71, 72, 210, 220, 230};
 
 std::int64_t flags(const DxfInput& in) {
     for (const DxfInput::Group& g : in.groups())
