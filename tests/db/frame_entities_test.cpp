@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "db/dxf/file/dxf_reader.h"
+#include "db/dxf/file/dxf_writer.h"
+#include "db/entities/raster_image.h"
+#include "db/object_ref.h"
+
+namespace vela::db {
+namespace {
+
+std::string entities(const std::string& records) {
+    return "0\nSECTION\n2\nENTITIES\n" + records + "0\nENDSEC\n0\nEOF\n";
+}
+
+// A saved drawing with its group codes unpadded, so that expectations read as the records above.
+std::string savedText(Database& db) {
+    const std::string dxf = writeDxf(db);
+    std::string out;
+    std::size_t line = 0;
+    for (std::size_t at = 0; at < dxf.size(); ++line) {
+        const std::size_t end = std::min(dxf.find('\n', at), dxf.size());
+        std::string_view text = std::string_view(dxf).substr(at, end - at);
+        if (line % 2 == 0) text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+        out.append(text).append("\n");
+        at = end + 1;
+    }
+    return out;
+}
+
+// The record of handle `handle` in a saved drawing, from its type to the next record, each line after a line
+// end.
+std::string recordOf(const std::string& dxf, const std::string& handle) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < dxf.size();) {
+        const std::size_t end = std::min(dxf.find('\n', at), dxf.size());
+        lines.push_back(dxf.substr(at, end - at));
+        at = end + 1;
+    }
+    for (std::size_t i = 0; i + 1 < lines.size(); i += 2) {
+        if (lines[i] != "5" || lines[i + 1] != handle) continue;
+        std::size_t first = i, end = i + 2;
+        while (first >= 2 && lines[first] != "0") first -= 2;
+        while (end < lines.size() && lines[end] != "0") end += 2;
+        std::string record;
+        for (std::size_t k = first; k < end && k < lines.size(); ++k) record += "\n" + lines[k];
+        return record + "\n";
+    }
+    return {};
+}
+
+template <class T>
+T* entityOf(const DxfReadResult& r, std::uint64_t handle) {
+    return objectCast<T>(r.database->getObjectId(Handle(handle)).peek());
+}
+
+TEST(FrameEntities, ImageFrameClipsAndTransformsButRefusesDegenerateMatrices) {
+    const DxfReadResult r = readDxf(entities(
+        "0\nIMAGE\n5\nB1\n100\nAcDbEntity\n8\nPhotos\n100\nAcDbRasterImage\n90\n0\n10\n2\n20\n3\n30\n0\n"
+        "11\n0.01\n21\n0\n31\n0\n12\n0\n22\n0.02\n32\n0\n13\n100\n23\n50\n70\n7\n280\n1\n281\n60\n282\n40\n"
+        "283\n10\n71\n2\n91\n4\n14\n-0.5\n24\n-0.5\n14\n99.5\n24\n-0.5\n14\n49.5\n24\n49.5\n14\n-0.5\n24\n-0."
+        "5\n"
+        "0\nWIPEOUT\n5\nB2\n100\nAcDbEntity\n8\n0\n100\nAcDbWipeout\n90\n0\n10\n0\n20\n0\n30\n0\n11\n4\n21\n0"
+        "\n31\n0\n"
+        "12\n0\n22\n2\n32\n0\n13\n1\n23\n1\n340\n0\n70\n7\n280\n1\n281\n50\n282\n50\n283\n0\n360\n0\n71\n2\n"
+        "91\n4\n14\n-0.5\n24\n0.5\n14\n0.5\n24\n0.5\n14\n0\n24\n-0.5\n14\n-0.5\n24\n0.5\n290\n0\n"));
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* image = entityOf<RasterImage>(r, 0xB1);
+    auto* wipeout = entityOf<Wipeout>(r, 0xB2);
+    ASSERT_TRUE(image && wipeout);
+    EXPECT_TRUE(wipeout->isKindOf(RasterImage::desc()));
+    EXPECT_EQ(image->brightness(), 60);
+    EXPECT_EQ(image->clipBoundaryType(), RasterImage::ClipBoundaryType::Polygon);
+    EXPECT_DOUBLE_EQ(image->width(), 1.0);
+    // Pixel rows count downwards from the top: the triangle's apex (row 49.5) is at the bottom edge.
+    Extents3d box;
+    ASSERT_EQ(image->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_NEAR(box.minPoint().x, 2.0, 1e-12);
+    EXPECT_NEAR(box.maxPoint().x, 3.0, 1e-12);
+    EXPECT_NEAR(box.minPoint().y, 3.0, 1e-12);
+    EXPECT_NEAR(box.maxPoint().y, 4.0, 1e-12);
+
+    {
+        auto ref = openObject<RasterImage>(image->objectId(), OpenMode::ForWrite);
+        ASSERT_TRUE(ref);
+        const Point3d before = ref->position();
+        Matrix3d flat = Matrix3d::scaling(Vector3d(1, 1, 0));
+        flat(2, 2) = 0.0;
+        EXPECT_EQ(ref->transformBy(flat), ErrorStatus::CannotTransform);
+        EXPECT_TRUE(ref->position() == before);
+        EXPECT_TRUE(ref->uPixel() == Vector3d(0.01, 0, 0));
+        // A stretch is exact for a frame: the pixels become rectangles.
+        ASSERT_EQ(ref->transformBy(Matrix3d::scaling(Vector3d(2, 1, 1))), ErrorStatus::Ok);
+        EXPECT_DOUBLE_EQ(ref->width(), 2.0);
+    }
+
+    // A wipeout's null references to an image definition travel as they came.
+    const std::string saved = savedText(*r.database);
+    const std::string record = recordOf(saved, "B2");
+    EXPECT_NE(record.find("\n340\n0\n"), std::string::npos) << record;
+    EXPECT_NE(record.find("\n360\n0\n"), std::string::npos) << record;
+    EXPECT_EQ(savedText(*readDxf(saved).database), saved);
+}
+
+}  // namespace
+}  // namespace vela::db

@@ -1,0 +1,30 @@
+"""Frames: raster images, wipeouts, viewports, meshes and the modeller's kinds."""
+
+import math
+
+
+def images(doc, msp):
+    doc.layers.add("Photos", color=2)
+    image_def = doc.add_image_def(filename="plans/site.png", size_in_pixel=(640, 360))
+    msp.add_image(image_def, insert=(2, 3), size_in_units=(6.4, 3.6), rotation=30,
+                  dxfattribs={"layer": "Photos", "color": 5})
+    clipped = msp.add_image(image_def, insert=(-4, 1, 2), size_in_units=(3.2, 2.4), rotation=0)
+    clipped.set_boundary_path([(10, 20), (600, 20), (320, 340)])
+    # A frame tilted out of the XY plane, its pixels not square.
+    tilted = msp.add_image(image_def, insert=(0, 0, 0), size_in_units=(4, 1), rotation=0, dxfattribs={"color": 1})
+    tilted.dxf.u_pixel = (0.005, 0.0, 0.004)
+    tilted.dxf.v_pixel = (0.0, 0.003, 0.0)
+    tilted.set_boundary_path([(50, 40), (500, 300)])
+
+
+def wipeouts(doc, msp):
+    doc.layers.add("Masks", color=8)
+    msp.add_wipeout([(0, 0), (4, 0), (5, 2), (1, 3)], dxfattribs={"layer": "Masks"})
+    w = msp.add_wipeout([(10, 10), (12, 10), (12, 11)], dxfattribs={"color": 3})
+    w.dxf.insert = (10, 10, 1.5)
+
+
+CASES = [
+    ("images", images),
+    ("wipeouts", wipeouts),
+]
