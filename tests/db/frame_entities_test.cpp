@@ -5,6 +5,8 @@
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
 #include "db/entities/raster_image.h"
+#include "db/entities/viewport.h"
+#include "db/geometry/plane.h"
 #include "db/object_ref.h"
 
 namespace vela::db {
@@ -101,6 +103,36 @@ TEST(FrameEntities, ImageFrameClipsAndTransformsButRefusesDegenerateMatrices) {
     EXPECT_NE(record.find("\n340\n0\n"), std::string::npos) << record;
     EXPECT_NE(record.find("\n360\n0\n"), std::string::npos) << record;
     EXPECT_EQ(savedText(*readDxf(saved).database), saved);
+}
+
+TEST(FrameEntities, ViewportKeepsItsViewRefusesTransformsAndHasNoBoxWhenOff) {
+    const std::string view = "100\nAcDbViewport\n10\n100\n20\n80\n30\n0\n40\n120\n41\n90\n";
+    const DxfReadResult r = readDxf(
+        entities("0\nVIEWPORT\n5\nC1\n100\nAcDbEntity\n67\n1\n8\nVP\n" + view +
+                 "68\n1\n69\n2\n12\n5\n22\n5\n16\n0\n26\n0\n36\n1\n17\n0\n27\n0\n37\n0\n45\n40\n51\n15\n"
+                 "1\nmonochrome.ctb\n281\n0\n71\n1\n74\n0\n146\n2.5\n"
+                 "0\nVIEWPORT\n5\nC2\n100\nAcDbEntity\n67\n1\n8\nVP\n" +
+                 view + "68\n0\n69\n3\n45\n10\n"));
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* on = entityOf<Viewport>(r, 0xC1);
+    auto* off = entityOf<Viewport>(r, 0xC2);
+    ASSERT_TRUE(on && off);
+    EXPECT_DOUBLE_EQ(on->customScale(), 90.0 / 40.0);
+    EXPECT_NEAR(on->twistAngle(), 15.0 * kPi / 180.0, 1e-15);
+    Extents3d box;
+    ASSERT_EQ(on->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.minPoint() == Point3d(40, 35, 0));
+    EXPECT_TRUE(box.maxPoint() == Point3d(160, 125, 0));
+    EXPECT_EQ(off->getGeomExtents(box), ErrorStatus::InvalidInput) << "a viewport that is off shows nothing";
+    {
+        auto ref = openObject<Viewport>(on->objectId(), OpenMode::ForWrite);
+        EXPECT_EQ(ref->transformBy(Matrix3d::translation(Vector3d(1, 2, 0))), ErrorStatus::CannotTransform);
+        EXPECT_TRUE(ref->centerPoint() == Point3d(100, 80, 0));
+    }
+    // The settings not modelled (plot style, UCS, elevation) are written back.
+    const std::string record = recordOf(savedText(*r.database), "C1");
+    for (const char* kept : {"\n1\nmonochrome.ctb\n", "\n71\n1\n", "\n146\n2.5\n", "\n51\n15"})
+        EXPECT_NE(record.find(kept), std::string::npos) << kept << " in " << record;
 }
 
 }  // namespace

@@ -24,7 +24,21 @@ def wipeouts(doc, msp):
     w.dxf.insert = (10, 10, 1.5)
 
 
+def viewports(doc, msp):
+    """Viewports live in paper space: the round trip and the model-space entities beside them are checked."""
+    doc.layers.add("VP", color=7)
+    msp.add_line((0, 0), (100, 60), dxfattribs={"layer": "VP"})
+    layout = doc.layout("Layout1")
+    vp = layout.add_viewport(center=(100, 80), size=(120, 90), view_center_point=(50, 30), view_height=70,
+                             dxfattribs={"layer": "VP", "color": 3})
+    vp.dxf.view_twist_angle = 15
+    vp.frozen_layers = ["VP"]
+    off = layout.add_viewport(center=(250, 80), size=(60, 60), view_center_point=(0, 0), view_height=10)
+    off.dxf.status = 0
+
+
 CASES = [
     ("images", images),
     ("wipeouts", wipeouts),
+    ("viewports", viewports),
 ]

@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "db/entities/raster_image.h"
+#include "db/entities/viewport.h"
 #include "host/property_protocol/kind_properties.h"
 
 namespace vela::host::kinds {
@@ -45,11 +46,38 @@ const std::vector<PropertyDescriptor> kRasterImage = {
      }},
 };
 
+const std::vector<PropertyDescriptor> kViewport = {
+    VELA_XYZ("Center", db::Viewport, centerPoint),
+    {"Width", PropertyType::Real, [](const Entity& e) { return real(as<db::Viewport>(e).width()); }},
+    {"Height", PropertyType::Real, [](const Entity& e) { return real(as<db::Viewport>(e).height()); }},
+    {"On", PropertyType::Bool, [](const Entity& e) { return PropertyValue(as<db::Viewport>(e).isOn()); }},
+    {"Clipped", PropertyType::Bool,
+     [](const Entity& e) {
+         return PropertyValue((as<db::Viewport>(e).statusFlags() & db::Viewport::kNonRectangularClipping) !=
+                              0);
+     }},
+    {"Custom scale", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Viewport>(e).customScale()); }},
+    {"View center X", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Viewport>(e).viewCenter().x); }},
+    {"View center Y", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Viewport>(e).viewCenter().y); }},
+    {"View height", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Viewport>(e).viewHeight()); }},
+    {"Twist angle", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Viewport>(e).twistAngle() * kToDegrees); }},
+    {"Frozen layers", PropertyType::Integer,
+     [](const Entity& e) {
+         return integer(static_cast<std::int64_t>(as<db::Viewport>(e).frozenLayers().size()));
+     }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> frameKindProperties() {
     return {
         {db::RasterImage::desc(), &kRasterImage},
+        {db::Viewport::desc(), &kViewport},
     };
 }
 
