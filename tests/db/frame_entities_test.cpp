@@ -4,6 +4,7 @@
 
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
+#include "db/entities/ole_frame.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/viewport.h"
 #include "db/geometry/plane.h"
@@ -133,6 +134,30 @@ TEST(FrameEntities, ViewportKeepsItsViewRefusesTransformsAndHasNoBoxWhenOff) {
     const std::string record = recordOf(savedText(*r.database), "C1");
     for (const char* kept : {"\n1\nmonochrome.ctb\n", "\n71\n1\n", "\n146\n2.5\n", "\n51\n15"})
         EXPECT_NE(record.find(kept), std::string::npos) << kept << " in " << record;
+}
+
+TEST(FrameEntities, OleFrameKeepsItsBinaryDataAndOnlyMovesOrScales) {
+    const std::string data = "90\n8\n310\n0123456789ABCDEF\n310\nFFEE\n1\nOLE\n";
+    const DxfReadResult r = readDxf(entities(
+        "0\nOLE2FRAME\n5\nD1\n100\nAcDbEntity\n8\n0\n100\nAcDbOle2Frame\n70\n2\n3\nPaintbrush Picture\n"
+        "10\n1\n20\n5\n30\n0\n11\n4\n21\n2\n31\n0\n71\n2\n72\n0\n" +
+        data));
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* frame = entityOf<Ole2Frame>(r, 0xD1);
+    ASSERT_TRUE(frame);
+    EXPECT_DOUBLE_EQ(frame->width(), 3.0);
+    EXPECT_DOUBLE_EQ(frame->height(), 3.0);
+    {
+        auto ref = openObject<Ole2Frame>(frame->objectId(), OpenMode::ForWrite);
+        EXPECT_EQ(ref->transformBy(Matrix3d::rotation(0.5)), ErrorStatus::CannotTransform);
+        EXPECT_EQ(ref->transformBy(Matrix3d::mirroring(Point3d(), Vector3d::xAxis())),
+                  ErrorStatus::CannotTransform);
+        EXPECT_TRUE(ref->upperLeft() == Point3d(1, 5, 0));
+        ASSERT_EQ(ref->transformBy(Matrix3d::scaling(2.0, Point3d(1, 5, 0))), ErrorStatus::Ok);
+        EXPECT_TRUE(ref->lowerRight() == Point3d(7, -1, 0));
+    }
+    const std::string record = recordOf(savedText(*r.database), "D1");
+    EXPECT_NE(record.find("\n72\n0\n" + data.substr(0, data.size() - 1)), std::string::npos) << record;
 }
 
 }  // namespace

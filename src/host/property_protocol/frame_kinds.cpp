@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "db/entities/ole_frame.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/viewport.h"
 #include "host/property_protocol/kind_properties.h"
@@ -72,12 +73,37 @@ const std::vector<PropertyDescriptor> kViewport = {
      }},
 };
 
+const std::vector<PropertyDescriptor> kOle2Frame = {
+    {"Position X", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Ole2Frame>(e).upperLeft().x); }},
+    {"Position Y", PropertyType::Real,
+     [](const Entity& e) { return real(as<db::Ole2Frame>(e).upperLeft().y); }},
+    {"Width", PropertyType::Real, [](const Entity& e) { return real(as<db::Ole2Frame>(e).width()); }},
+    {"Height", PropertyType::Real, [](const Entity& e) { return real(as<db::Ole2Frame>(e).height()); }},
+    {"Type", PropertyType::Text,
+     [](const Entity& e) {
+         switch (as<db::Ole2Frame>(e).objectType()) {
+             case db::Ole2Frame::ObjectType::Link:
+                 return PropertyValue(QStringLiteral("Link"));
+             case db::Ole2Frame::ObjectType::Static:
+                 return PropertyValue(QStringLiteral("Static"));
+             default:
+                 return PropertyValue(QStringLiteral("Embedded"));
+         }
+     }},
+    {"Source", PropertyType::Text,
+     [](const Entity& e) {
+         return PropertyValue(QString::fromStdString(as<db::Ole2Frame>(e).description()));
+     }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> frameKindProperties() {
     return {
         {db::RasterImage::desc(), &kRasterImage},
         {db::Viewport::desc(), &kViewport},
+        {db::Ole2Frame::desc(), &kOle2Frame},
     };
 }
 
