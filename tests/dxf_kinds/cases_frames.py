@@ -37,8 +37,24 @@ def viewports(doc, msp):
     off.dxf.status = 0
 
 
+def meshes(doc, msp):
+    doc.layers.add("Meshes", color=4)
+    mesh = msp.add_mesh(dxfattribs={"layer": "Meshes", "color": 6})
+    with mesh.edit_data() as data:
+        data.vertices = [(0, 0, 0), (3, 0, 0), (3, 2, 0), (0, 2, 0), (1.5, 1, 2.5)]
+        data.faces = [(0, 1, 2, 3), (0, 1, 4), (1, 2, 4), (2, 3, 4), (3, 0, 4)]
+        data.edges = [(0, 4), (1, 4)]
+        data.edge_crease_values = [0.5, 2.0]
+    mesh.dxf.subdivision_levels = 2
+    tilted = msp.add_mesh()
+    with tilted.edit_data() as data:
+        data.vertices = [(-1, -1, 5), (2, -1, 6), (0.5, 3, 4.5)]
+        data.faces = [(0, 1, 2)]
+
+
 CASES = [
     ("images", images),
     ("wipeouts", wipeouts),
     ("viewports", viewports),
+    ("meshes", meshes),
 ]

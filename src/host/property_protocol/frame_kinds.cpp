@@ -2,6 +2,7 @@
 
 #include "db/entities/ole_frame.h"
 #include "db/entities/raster_image.h"
+#include "db/entities/sub_d_mesh.h"
 #include "db/entities/viewport.h"
 #include "host/property_protocol/kind_properties.h"
 
@@ -97,6 +98,17 @@ const std::vector<PropertyDescriptor> kOle2Frame = {
      }},
 };
 
+const std::vector<PropertyDescriptor> kSubDMesh = {
+    {"Vertices", PropertyType::Integer,
+     [](const Entity& e) {
+         return integer(static_cast<std::int64_t>(as<db::SubDMesh>(e).vertices().size()));
+     }},
+    {"Faces", PropertyType::Integer,
+     [](const Entity& e) { return integer(static_cast<std::int64_t>(as<db::SubDMesh>(e).faces().size())); }},
+    {"Smoothness", PropertyType::Integer,
+     [](const Entity& e) { return integer(as<db::SubDMesh>(e).smoothLevel()); }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> frameKindProperties() {
@@ -104,6 +116,7 @@ std::vector<ClassProperties> frameKindProperties() {
         {db::RasterImage::desc(), &kRasterImage},
         {db::Viewport::desc(), &kViewport},
         {db::Ole2Frame::desc(), &kOle2Frame},
+        {db::SubDMesh::desc(), &kSubDMesh},
     };
 }
 
