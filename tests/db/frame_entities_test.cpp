@@ -4,6 +4,8 @@
 
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
+#include "db/entities/modeler_data.h"
+#include "db/entities/modeler_geometry.h"
 #include "db/entities/ole_frame.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/sub_d_mesh.h"
@@ -57,6 +59,11 @@ std::string recordOf(const std::string& dxf, const std::string& handle) {
 template <class T>
 T* entityOf(const DxfReadResult& r, std::uint64_t handle) {
     return objectCast<T>(r.database->getObjectId(Handle(handle)).peek());
+}
+
+void expectSameMatrix(const Matrix3d& a, const Matrix3d& b, double tol = 1e-12) {
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c) EXPECT_NEAR(a(r, c), b(r, c), tol) << "row " << r << " column " << c;
 }
 
 TEST(FrameEntities, ImageFrameClipsAndTransformsButRefusesDegenerateMatrices) {
@@ -181,6 +188,169 @@ TEST(FrameEntities, MeshReadsFacesEdgesAndCreasesAndKeepsOverrides) {
     EXPECT_NE(recordOf(saved, "E1").find("\n140\n0.0\n90\n1\n91\n0\n92\n1\n90\n0\n63\n3"), std::string::npos)
         << "the overrides follow the creases as they came: " << recordOf(saved, "E1");
     EXPECT_EQ(savedText(*readDxf(saved).database), saved);
+}
+
+// Modeller text as older files hold it: one body without a placement, a second line for the attribute.
+std::vector<std::string> satText(const std::string& bodyTail = "$-1 #", const std::string& extra = "") {
+    std::vector<std::string> lines = {
+        "700 0 1 0",
+        "@33 Open Design Alliance ACIS Builder @12 ACIS 32.0 NT @24 Fri May 13 10:01:59 2022",
+        "1 9.9999999999999995e-007 1e-010",
+        "body $1 -1 $-1 $2 $-1 " + bodyTail,
+        "integer_attrib-name_attrib-gen-attrib $-1 -1 $-1 $-1 $0 copy custom @7 bdm_uid 33 #",
+        "lump $-1 -1 $-1 $-1 $-1 $0 #"};
+    if (!extra.empty()) lines.push_back(extra);
+    lines.push_back("End-of-ACIS-data");
+    return lines;
+}
+
+std::string solidRecord(const std::string& handle, const std::vector<std::string>& lines) {
+    std::string s =
+        "0\n3DSOLID\n5\n" + handle + "\n100\nAcDbEntity\n8\nSolids\n100\nAcDbModelerGeometry\n70\n1\n";
+    for (const std::string& l : lines) s += "1\n" + sat::encode(l) + "\n";
+    return s + "100\nAcDb3dSolid\n350\n0\n";
+}
+
+TEST(FrameEntities, ModellerTextIsScrambledAsDrawingProgramsStoreIt) {
+    // An "A" is stored as "^" and a space, "@" and "_" trade places, everything else is flipped in its low
+    // bits.
+    EXPECT_EQ(sat::encode("ACIS"), "^ \\VL");
+    EXPECT_EQ(sat::encode("@7 bdm_uid"), "_h =;2@*6;");
+    EXPECT_EQ(sat::decode("^ \\VL"), "ACIS");
+    for (const std::string& line : satText("$3 #", "transform $-1 -1 1 0 0 0 1 0 0 0 1 0 0 0 1 no_rotate #"))
+        EXPECT_EQ(sat::decode(sat::encode(line)), line);
+}
+
+TEST(FrameEntities, SolidRecordsARigidMotionInItsBodyPlacementAndKeepsEverythingElse) {
+    const DxfReadResult r =
+        readDxf(entities(solidRecord("F1", satText()) +
+                         "0\n3DSOLID\n5\nF2\n100\nAcDbEntity\n8\n0\n100\nAcDbModelerGeometry\n"
+                         "290\n1\n2\n{62CBE1D4-F2E9-43E0-8B96-77BB35D5A924}\n"
+                         "100\nAcDb3dSolid\n350\n0\n"));
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* solid = entityOf<Solid3d>(r, 0xF1);
+    auto* binary = entityOf<Solid3d>(r, 0xF2);
+    ASSERT_TRUE(solid && binary);
+    EXPECT_TRUE(solid->hasTextData());
+    EXPECT_FALSE(binary->hasTextData());
+    Extents3d box;
+    EXPECT_EQ(solid->getGeomExtents(box), ErrorStatus::InvalidInput) << "no box without a modeller";
+    ASSERT_TRUE(solid->bodyTransform());
+    expectSameMatrix(*solid->bodyTransform(), Matrix3d());
+
+    const std::string before = savedText(*r.database);
+    const Matrix3d first =
+        Matrix3d::translation(Vector3d(3, -2, 1)) * Matrix3d::rotation(0.7, Vector3d(1, 2, 3));
+    const Matrix3d second = Matrix3d::scaling(2.5, Point3d(1, 1, 1)) * Matrix3d::rotation(-1.1);
+    {
+        auto ref = openObject<Solid3d>(solid->objectId(), OpenMode::ForWrite);
+        // What a placement cannot hold is refused and changes nothing.
+        EXPECT_EQ(ref->transformBy(Matrix3d::scaling(Vector3d(1, 2, 1))), ErrorStatus::CannotTransform);
+        EXPECT_EQ(ref->transformBy(Matrix3d::mirroring(Point3d(), Vector3d::xAxis())),
+                  ErrorStatus::CannotTransform);
+        EXPECT_EQ(ref->transformBy(Matrix3d::scaling(-2.0)), ErrorStatus::CannotTransform);
+        ASSERT_EQ(ref->transformBy(first), ErrorStatus::Ok);
+    }
+    // The first motion adds a placement record; the second composes into it.
+    {
+        auto ref = openObject<Solid3d>(solid->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(second), ErrorStatus::Ok);
+        auto other = openObject<Solid3d>(binary->objectId(), OpenMode::ForWrite);
+        EXPECT_EQ(other->transformBy(first), ErrorStatus::CannotTransform)
+            << "binary data stored elsewhere cannot carry the placement";
+    }
+    ASSERT_TRUE(solid->bodyTransform());
+    expectSameMatrix(*solid->bodyTransform(), second * first, 1e-12);
+
+    // Only the body line changed and the placement was added before the end marker; the rest is as it was.
+    const std::vector<std::string> now = solid->textData(), was = satText();
+    ASSERT_EQ(now.size(), was.size() + 1);
+    for (std::size_t i = 0; i + 1 < was.size(); ++i)
+        if (i != 3) {
+            EXPECT_EQ(now[i], was[i]);
+        }
+    EXPECT_EQ(now[3], "body $1 -1 $-1 $2 $-1 $3 #");
+    EXPECT_TRUE(now[6].starts_with("transform $-1 -1 ")) << now[6];
+    EXPECT_TRUE(now[6].ends_with(" 2.5 rotate no_reflect no_shear #")) << now[6];
+    EXPECT_EQ(now.back(), "End-of-ACIS-data");
+
+    // The placement survives the file; the solid without text data is written as it came.
+    const std::string saved = savedText(*r.database);
+    EXPECT_EQ(recordOf(saved, "F2"), recordOf(before, "F2"));
+    const DxfReadResult again = readDxf(saved);
+    auto* reread = entityOf<Solid3d>(again, 0xF1);
+    ASSERT_TRUE(reread && reread->bodyTransform());
+    expectSameMatrix(*reread->bodyTransform(), second * first, 1e-12);
+}
+
+TEST(FrameEntities, AddedPlacementIsCountedAndNumberedAsTheRecordsAre) {
+    std::vector<std::string> text = satText();
+    text[0] = "700 3 1 0 ";
+    for (std::size_t i = 3; i < 6; ++i) text[i] = "-" + std::to_string(i - 3) + " " + text[i];
+    std::vector<DxfTag> groups;
+    for (const std::string& l : text) groups.push_back({1, sat::encode(l)});
+    ASSERT_EQ(sat::composeTransform(groups, Matrix3d::translation(Vector3d(0, 0, 4))), ErrorStatus::Ok);
+    const std::vector<std::string> now = sat::lines(groups);
+    ASSERT_EQ(now.size(), text.size() + 1);
+    EXPECT_EQ(now[0], "700 4 1 0 ");
+    EXPECT_EQ(now[3], "-0 body $1 -1 $-1 $2 $-1 $3 #");
+    EXPECT_EQ(now[6], "-3 transform $-1 -1 1 0 0 0 1 0 0 0 1 0 0 4 1 no_rotate no_reflect no_shear #");
+    const auto placement = sat::bodyPlacement(groups);
+    ASSERT_TRUE(placement);
+    expectSameMatrix(placement->matrix(), Matrix3d::translation(Vector3d(0, 0, 4)));
+}
+
+TEST(FrameEntities, ModellerTextThatCannotBeFollowedSafelyIsRefusedUnchanged) {
+    const std::vector<std::vector<std::string>> texts = {
+        // history data follows the records
+        [] {
+            auto t = satText();
+            t[0] = "700 0 1 1";
+            return t;
+        }(),
+        // the body points at no placement record
+        satText("$2 #"),
+        // a pointer past the records
+        satText("$9 #"),
+        // the body record split across lines
+        [] {
+            auto t = satText();
+            t[3] = "body $1 -1 $-1 $2";
+            t.insert(t.begin() + 4, "$-1 $-1 #");
+            return t;
+        }(),
+    };
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        const DxfReadResult r = readDxf(entities(solidRecord("A1", texts[i])));
+        ASSERT_TRUE(r.database) << r.error->text();
+        auto ref = openObject<Solid3d>(r.database->getObjectId(Handle(0xA1)), OpenMode::ForWrite);
+        ASSERT_TRUE(ref);
+        const std::vector<DxfTag> kept = ref->extras()->keptTags;
+        EXPECT_EQ(ref->transformBy(Matrix3d::translation(Vector3d(1, 0, 0))), ErrorStatus::CannotTransform)
+            << "text " << i;
+        EXPECT_EQ(ref->extras()->keptTags, kept) << "text " << i;
+    }
+}
+
+TEST(FrameEntities, SurfacesOfAnOperationKeepTheirSectionAndTakeNoTransform) {
+    const DxfReadResult r = readDxf(
+        entities("0\nEXTRUDEDSURFACE\n5\nA2\n100\nAcDbEntity\n8\n0\n100\nAcDbModelerGeometry\n70\n1\n" + [] {
+            std::string s;
+            for (const std::string& l : satText()) s += "1\n" + sat::encode(l) + "\n";
+            return s;
+        }() + "100\nAcDbSurface\n71\n4\n72\n6\n100\nAcDbExtrudedSurface\n90\n1\n10\n0\n20\n0\n30\n5\n"));
+    ASSERT_TRUE(r.database) << r.error->text();
+    auto* surface = entityOf<Surface>(r, 0xA2);
+    ASSERT_TRUE(surface);
+    EXPECT_EQ(surface->isA(), ExtrudedSurface::desc());
+    EXPECT_EQ(surface->vIsolines(), 6);
+    auto ref = openObject<Surface>(surface->objectId(), OpenMode::ForWrite);
+    EXPECT_EQ(ref->transformBy(Matrix3d::translation(Vector3d(1, 0, 0))), ErrorStatus::CannotTransform);
+    ref.close();
+    const std::string record = recordOf(savedText(*r.database), "A2");
+    EXPECT_NE(record.find("\n0\nEXTRUDEDSURFACE"), std::string::npos);
+    EXPECT_NE(record.find("\n72\n6\n100\nAcDbExtrudedSurface\n90\n1\n10\n0\n20\n0\n30\n5"), std::string::npos)
+        << record;
 }
 
 }  // namespace

@@ -52,9 +52,18 @@ def meshes(doc, msp):
         data.faces = [(0, 1, 2)]
 
 
+def solids(doc, msp):
+    """Newer files keep the modeller's data outside the entities: there is nothing to transform here, and no box."""
+    doc.layers.add("Solids", color=1)
+    for add in (msp.add_3dsolid, msp.add_region, msp.add_body, msp.add_surface):
+        add(dxfattribs={"layer": "Solids"})
+    msp.add_3dsolid(dxfattribs={"color": 2})
+
+
 CASES = [
     ("images", images),
     ("wipeouts", wipeouts),
     ("viewports", viewports),
     ("meshes", meshes),
+    ("solids", solids),
 ]

@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "db/entities/modeler_geometry.h"
 #include "db/entities/ole_frame.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/sub_d_mesh.h"
@@ -109,6 +110,23 @@ const std::vector<PropertyDescriptor> kSubDMesh = {
      [](const Entity& e) { return integer(as<db::SubDMesh>(e).smoothLevel()); }},
 };
 
+// What a drawing program shows of the modeller's kinds without evaluating them: where the data is.
+PropertyValue textData(const Entity& e) {
+    return PropertyValue(dynamic_cast<const db::ModelerGeometry&>(e).hasTextData());
+}
+
+const std::vector<PropertyDescriptor> kModeler = {
+    {"Modeler data in entity", PropertyType::Bool, textData},
+};
+
+const std::vector<PropertyDescriptor> kSurface = {
+    {"Modeler data in entity", PropertyType::Bool, textData},
+    {"U isolines", PropertyType::Integer,
+     [](const Entity& e) { return integer(as<db::Surface>(e).uIsolines()); }},
+    {"V isolines", PropertyType::Integer,
+     [](const Entity& e) { return integer(as<db::Surface>(e).vIsolines()); }},
+};
+
 }  // namespace
 
 std::vector<ClassProperties> frameKindProperties() {
@@ -117,6 +135,10 @@ std::vector<ClassProperties> frameKindProperties() {
         {db::Viewport::desc(), &kViewport},
         {db::Ole2Frame::desc(), &kOle2Frame},
         {db::SubDMesh::desc(), &kSubDMesh},
+        {db::Region::desc(), &kModeler},
+        {db::Solid3d::desc(), &kModeler},
+        {db::Body::desc(), &kModeler},
+        {db::Surface::desc(), &kSurface},
     };
 }
 
