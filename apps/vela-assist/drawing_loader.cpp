@@ -8,12 +8,13 @@
 
 namespace vela::cli {
 
-std::unique_ptr<db::Database> loadDrawing(const std::string& path) {
+std::unique_ptr<db::Database> loadDrawing(const std::string& path, std::string* why) {
     ProgressBar bar("loading");
     db::DxfReadResult read = db::readDxfFile(path, [&](std::size_t done, std::size_t total) { bar.update(done, total); });
     bar.finish();
     if (!read.database) {
         std::fprintf(stderr, "vela-assist: %s: %s\n", path.c_str(), read.error->text().c_str());
+        if (why) *why = read.error->text();
         return nullptr;
     }
     for (const std::string& w : read.warnings) std::fprintf(stderr, "warning: %s\n", w.c_str());

@@ -19,9 +19,10 @@ Session::~Session() {
 bool Session::loadModule(QString* error) { return host_->modules().load(QString::fromLatin1(kModuleName), error); }
 
 bool Session::open(const QString& path, QString* error) {
-    std::unique_ptr<db::Database> db = loadDrawing(path.toStdString());
+    std::string why;
+    std::unique_ptr<db::Database> db = loadDrawing(path.toStdString(), &why);
     if (!db) {
-        if (error) *error = QStringLiteral("cannot read %1").arg(path);
+        if (error) *error = QStringLiteral("cannot read %1: %2").arg(path, QString::fromStdString(why));
         return false;
     }
     host::Document* doc = host_->documents().adopt(std::move(db), path);

@@ -61,6 +61,17 @@ QJsonObject callDirectly(const catalogue::CommandRow& row, const QString& reques
     return response;
 }
 
+// Requests and answers beyond these sizes are refused with a message: a host that built or sent them would
+// stall every other query for texts no assistant can read.
+constexpr qsizetype kMaxRequestCharacters = 16 * 1024 * 1024;
+constexpr qsizetype kMaxAnswerCharacters = 64 * 1024 * 1024;
+
+QJsonObject tooLarge(const catalogue::CommandRow& row, const QString& message) {
+    QJsonObject result = MakeResult(false);
+    result.insert(QLatin1String(row.notFoundKey), message);
+    return result;
+}
+
 }  // namespace
 
 std::function<bool(const QString& query)>& ElectricalGoTo() {
@@ -78,6 +89,12 @@ QString CJxVelaAssistantCommunication::answer(const QString& text) {
 QString CJxVelaAssistantCommunication::call(const char* slot, const QString& requestText) {
     const catalogue::CommandRow& row = *FindBySlot(QLatin1StringView(slot));
     if (row.gated && !gateOpen()) return answer(ToCompactText(refusal(row)));
+    if (requestText.size() > kMaxRequestCharacters)
+        return answer(
+            ToCompactText(tooLarge(row, QStringLiteral("The request has %1 characters; at most %2 are "
+                                                       "accepted. Send it in parts.")
+                                            .arg(requestText.size())
+                                            .arg(kMaxRequestCharacters))));
     if (row.receivedLog && loggingOn()) logLine(row.receivedLog, requestText);
     QJsonObject response;
     if (row.dispatch == catalogue::Dispatch::Direct) {
@@ -91,7 +108,15 @@ QString CJxVelaAssistantCommunication::call(const char* slot, const QString& req
         response = call.response;
     }
     if (row.responseLog && loggingOn()) logLine(row.responseLog, indented(response));
-    return answer(ToCompactText(response));
+    QString text = ToCompactText(response);
+    // Only a reading command's answer can be given up: a change has been made and its answer says so.
+    if (text.size() > kMaxAnswerCharacters && row.effect == catalogue::Effect::Reads)
+        text = ToCompactText(
+            tooLarge(row, QStringLiteral("The answer would have %1 characters, more than the %2 "
+                                         "allowed. Ask about fewer entities at a time.")
+                              .arg(text.size())
+                              .arg(kMaxAnswerCharacters)));
+    return answer(text);
 }
 
 // Each slot is its catalogue row; the declarations stay in the header because the web channel lists the

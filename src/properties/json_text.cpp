@@ -1,6 +1,7 @@
 #include "properties/json_text.h"
 
 #include <QJsonDocument>
+#include <cmath>
 #include <cstdio>
 
 #include "properties/number_text.h"
@@ -42,7 +43,8 @@ JsonTextWriter& JsonTextWriter::key(const char* name) {
 JsonTextWriter& JsonTextWriter::string(std::string_view utf8) {
     beforeValue();
     out_ += '"';
-    for (char c : utf8) {
+    for (std::size_t i = 0; i < utf8.size(); ++i) {
+        const char c = utf8[i];
         const auto byte = static_cast<unsigned char>(c);
         if (c == '"' || c == '\\') {
             out_ += '\\';
@@ -51,8 +53,23 @@ JsonTextWriter& JsonTextWriter::string(std::string_view utf8) {
             char escape[7];
             std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(byte));
             out_ += escape;
+        } else if (byte < 0x80) {
+            out_ += c;
         } else {
-            out_ += c;  // UTF-8 passes through as it is
+            // A whole UTF-8 sequence passes through as it is; anything else is replaced.
+            const std::size_t length = byte >= 0xF0 && byte < 0xF5 ? 4
+                                       : byte >= 0xE0              ? 3
+                                       : byte >= 0xC2              ? 2
+                                                                   : 0;
+            bool whole = length > 0 && byte < 0xF5 && i + length <= utf8.size();
+            for (std::size_t k = 1; whole && k < length; ++k)
+                whole = (static_cast<unsigned char>(utf8[i + k]) & 0xC0) == 0x80;
+            if (whole) {
+                out_.append(utf8.data() + i, static_cast<qsizetype>(length));
+                i += length - 1;
+            } else {
+                out_ += "\xEF\xBF\xBD";
+            }
         }
     }
     out_ += '"';
@@ -66,7 +83,22 @@ JsonTextWriter& JsonTextWriter::string(QStringView text) {
 
 JsonTextWriter& JsonTextWriter::number(double value) {
     beforeValue();
-    AppendShortestNumber(out_, value);
+    if (std::isfinite(value))
+        AppendShortestNumber(out_, value);
+    else
+        out_ += "null";
+    return *this;
+}
+
+JsonTextWriter& JsonTextWriter::integer(qint64 value) {
+    beforeValue();
+    out_ += QByteArray::number(value);
+    return *this;
+}
+
+JsonTextWriter& JsonTextWriter::boolean(bool value) {
+    beforeValue();
+    out_ += value ? "true" : "false";
     return *this;
 }
 

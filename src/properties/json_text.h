@@ -24,9 +24,12 @@ class JsonTextWriter {
     JsonTextWriter& key(const char* name);
 
     JsonTextWriter& string(QStringView text);
+    /// Bytes that are not UTF-8 become U+FFFD, so the text always reads back.
     JsonTextWriter& string(std::string_view utf8);
-    /// A number in the shortest form that reads back exactly.
+    /// A number in the shortest form that reads back exactly; null for infinities and NaN, which JSON lacks.
     JsonTextWriter& number(double value);
+    JsonTextWriter& integer(qint64 value);
+    JsonTextWriter& boolean(bool value);
     /// A string holding the number in general form with six significant digits ("2.5", "1.23457e+06").
     JsonTextWriter& sixDigitString(double value);
     /// A string "x,y,z", each coordinate in the shortest form that reads back exactly.

@@ -38,6 +38,8 @@ ask '{"undo":1e20}' '{"error":"at most 1000000 steps can be undone or redone at 
 ask '{"undo":2}' '{"error":"only 1 of 2 steps could be undone","ok":false}'
 ask '{"save":"'"$work"'/saved.dxf"}' '{"ok":true}'
 ask '{"open":"'"$work"'/saved.dxf"}' '{"ok":true}'
+printf '0\nSECTION\n2\nHEADER\n9\n$ACADVER\n' >"$work/cut.dxf"
+ask '{"open":"'"$work"'/cut.dxf"}' '{"error":"cannot read '"$work"'/cut.dxf: line 5: unexpected end of file","ok":false}'
 ask '{"close":true}' '{"ok":true}'
 ask '{"close":true}' '{"error":"no drawing is open","ok":false}'
 ask '{"capability":{"veladesk.v3.selectentities":true}}' '{"ok":true}'

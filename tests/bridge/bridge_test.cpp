@@ -88,6 +88,31 @@ TEST_F(BridgeTest, ACommandThatLeavesNoResponseAnswersFailure) {
     EXPECT_EQ(bridge.property("JxAnswer").toString(), QStringLiteral("{\"success\":false}"));
 }
 
+TEST_F(BridgeTest, OversizedRequestsAndReadingAnswersAreRefusedWithTheirSizes) {
+    int bodies = 0;
+    const QString huge(70 * 1024 * 1024, QLatin1Char('x'));
+    auto bigAnswer = [&](const QJsonDocument&, host::CommandContext&) {
+        ++bodies;
+        return QJsonObject{{QStringLiteral("success"), true}, {QStringLiteral("text"), huge}};
+    };
+    addCommand("_V3_SUMMARIZEENTITIES", bigAnswer);
+    addCommand("_V3_CREATEENTITIES", bigAnswer);
+
+    const QJsonObject request = parse(bridge.SummarizeEntities(QString(17 * 1024 * 1024, QLatin1Char(' '))));
+    EXPECT_EQ(bodies, 0) << "an oversized request is not run";
+    EXPECT_FALSE(request.value(QStringLiteral("success")).toBool());
+    EXPECT_TRUE(request.value(QStringLiteral("errorMessages")).toString().startsWith(
+        QStringLiteral("The request has 17825792 characters; at most 16777216")));
+
+    const QJsonObject reading = parse(bridge.SummarizeEntities(QStringLiteral("{\"handles\":[\"1\"]}")));
+    EXPECT_EQ(bodies, 1);
+    EXPECT_FALSE(reading.value(QStringLiteral("success")).toBool());
+    EXPECT_TRUE(reading.value(QStringLiteral("errorMessages")).toString().contains(QStringLiteral("more than the")));
+
+    // A change has been made: its answer goes out whatever its size.
+    EXPECT_GT(bridge.CreateEntities(QStringLiteral("{}")).size(), huge.size());
+}
+
 TEST_F(BridgeTest, PrologueAnswersNotFoundAndBadJsonPerVariant) {
     int bodies = 0;
     auto body = [&](const QJsonDocument&, host::CommandContext&) {

@@ -1,57 +1,56 @@
 #include "commands/entities/json_dxf_filer.h"
 
-#include <QJsonObject>
 #include <charconv>
 
 #include "db/dxf/tags/group_code.h"
 
 namespace vela::commands {
 
-void CJxJsonDxfFiler::add(int code, const QJsonValue& value) {
-    groups_.append(QJsonObject{{QStringLiteral("code"), code}, {QStringLiteral("value"), value}});
+properties::JsonTextWriter& CJxJsonDxfFiler::begin(int code) {
+    return out_.beginObject().key("code").integer(code).key("value");
 }
 
 void CJxJsonDxfFiler::writeString(int code, std::string_view v) {
-    add(code, QString::fromUtf8(v.data(), static_cast<qsizetype>(v.size())));
+    begin(code).string(v).endObject();
 }
 void CJxJsonDxfFiler::writeBool(int code, bool v) {
-    add(code, v);
+    begin(code).boolean(v).endObject();
 }
 void CJxJsonDxfFiler::writeInt8(int code, std::int8_t v) {
-    add(code, static_cast<int>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeInt16(int code, std::int16_t v) {
-    add(code, static_cast<int>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeInt32(int code, std::int32_t v) {
-    add(code, static_cast<qint64>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeInt64(int code, std::int64_t v) {
-    add(code, static_cast<qint64>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeUInt8(int code, std::uint8_t v) {
-    add(code, static_cast<int>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeUInt16(int code, std::uint16_t v) {
-    add(code, static_cast<int>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeUInt32(int code, std::uint32_t v) {
-    add(code, static_cast<qint64>(v));
+    begin(code).integer(v).endObject();
 }
 void CJxJsonDxfFiler::writeDouble(int code, double v) {
-    add(code, v);
+    begin(code).number(v).endObject();
 }
 void CJxJsonDxfFiler::writePoint2d(int code, const db::Point2d& p) {
-    add(code, QJsonArray{p.x, p.y});
+    begin(code).beginArray().number(p.x).number(p.y).endArray().endObject();
 }
 void CJxJsonDxfFiler::writePoint3d(int code, const db::Point3d& p) {
-    add(code, QJsonArray{p.x, p.y, p.z});
+    begin(code).beginArray().number(p.x).number(p.y).number(p.z).endArray().endObject();
 }
 void CJxJsonDxfFiler::writeVector3d(int code, const db::Vector3d& v) {
-    add(code, QJsonArray{v.x, v.y, v.z});
+    begin(code).beginArray().number(v.x).number(v.y).number(v.z).endArray().endObject();
 }
 void CJxJsonDxfFiler::writeHandle(int code, db::Handle h) {
-    add(code, QString::fromStdString(h.toText()));
+    begin(code).string(h.toText()).endObject();
 }
 
 void CJxJsonDxfFiler::writeObjectId(int code, db::ObjectId id) {
@@ -62,10 +61,10 @@ void CJxJsonDxfFiler::writeObjectId(int code, db::ObjectId id) {
 
 void CJxJsonDxfFiler::writeBinary(int code, std::span<const std::uint8_t> bytes) {
     static const char* hex = "0123456789ABCDEF";
-    QString text;
-    text.reserve(static_cast<qsizetype>(bytes.size() * 2));
-    for (std::uint8_t b : bytes) text += QLatin1Char(hex[b >> 4]), text += QLatin1Char(hex[b & 15]);
-    add(code, text);
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (std::uint8_t b : bytes) text += hex[b >> 4], text += hex[b & 15];
+    writeString(code, text);
 }
 
 void CJxJsonDxfFiler::writeRaw(int code, std::string_view text) {
@@ -79,14 +78,14 @@ void CJxJsonDxfFiler::writeRaw(int code, std::string_view text) {
         long long v = 0;
         const auto r = std::from_chars(t.data(), t.data() + t.size(), v);
         if (r.ec == std::errc() && r.ptr == t.data() + t.size()) {
-            add(code, static_cast<qint64>(v));
+            begin(code).integer(v).endObject();
             return;
         }
     } else if (db::dxf::isFloating(type)) {
         double v = 0;
         const auto r = std::from_chars(t.data(), t.data() + t.size(), v);
         if (r.ec == std::errc() && r.ptr == t.data() + t.size()) {
-            add(code, v);
+            begin(code).number(v).endObject();
             return;
         }
     }

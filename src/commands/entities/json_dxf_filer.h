@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QJsonArray>
-
 #include "db/dxf/fields/dxf_output.h"
+#include "properties/json_text.h"
 
 namespace vela::db {
 class Database;
@@ -13,12 +12,12 @@ namespace vela::commands {
 /// A DXF output that keeps each group as a JSON object {"code": ..., "value": ...} in writing order: texts
 /// as strings, integers as integers, points as [x, y] or [x, y, z], references as the referenced object's
 /// handle text (nothing for a reference that leads nowhere). An entity writes itself into it with the same
-/// declaration that writes it to a file.
+/// declaration that writes it to a file. The groups go as JSON text into a writer that the whole answer
+/// shares, so that dumping many entities costs no allocation per group.
 class CJxJsonDxfFiler : public db::DxfOutput {
-public:
-    explicit CJxJsonDxfFiler(const db::Database* database) : database_(database) {}
-
-    const QJsonArray& groups() const { return groups_; }
+  public:
+    CJxJsonDxfFiler(const db::Database* database, properties::JsonTextWriter& out)
+        : database_(database), out_(out) {}
 
     void writeString(int code, std::string_view value) override;
     void writeBool(int code, bool value) override;
@@ -38,11 +37,12 @@ public:
     void writeBinary(int code, std::span<const std::uint8_t> value) override;
     void writeRaw(int code, std::string_view text) override;
 
-private:
-    void add(int code, const QJsonValue& value);
+  private:
+    /// Starts a group: `{"code": code, "value": ` — the caller writes the value, then closes it.
+    properties::JsonTextWriter& begin(int code);
 
     const db::Database* database_;
-    QJsonArray groups_;
+    properties::JsonTextWriter& out_;
 };
 
 }  // namespace vela::commands

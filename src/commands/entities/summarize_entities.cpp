@@ -13,30 +13,33 @@ namespace vela::commands {
 
 namespace {
 
-// One element per entity found, in request order: its DXF record type and all its DXF groups.
+// One element per entity found, in request order: its DXF record type and all its DXF groups. Written as
+// JSON text and read back once: Qt's JSON objects built group by group cost several allocations a group.
 QJsonArray summarizeHandles(const db::Database* database, const QJsonArray& handles) {
-    QJsonArray result;
-    if (!database) return result;
+    if (!database) return {};
+    properties::JsonTextWriter out;
+    out.reserve(handles.size() * 400);
+    out.beginArray();
     for (const QJsonValue& value : handles) {
         if (!value.isString()) continue;
         const QString text = value.toString();
         auto entity = db::openObject<db::Entity>(properties::ObjectIdFromHandleText(*database, text),
                                                  db::OpenMode::ForRead);
         if (!entity) continue;
-        QJsonObject item;
-        item.insert(QStringLiteral("class"), QString::fromLatin1(db::dxfRecordType(*entity)));
-        item.insert(QStringLiteral("id"), text);
+        out.beginObject().key("class").string(std::string_view(db::dxfRecordType(*entity)));
+        out.key("id").string(text);
         if (auto* ref = db::objectCast<db::BlockReference>(entity.get())) {
             auto block = db::openObject<db::BlockTableRecord>(ref->blockTableRecord(), db::OpenMode::ForRead);
-            if (block && block->isFromExternalReference()) item.insert(QStringLiteral("isXref"), true);
+            if (block && block->isFromExternalReference()) out.key("isXref").boolean(true);
         }
         // The record's type is given as "class"; the groups are the rest of what a DXF file holds for it.
-        CJxJsonDxfFiler filer(database);
+        out.key("dxf").beginArray();
+        CJxJsonDxfFiler filer(database, out);
         db::writeDxfRecord(*entity, filer, false);
-        item.insert(QStringLiteral("dxf"), filer.groups());
-        result.append(item);
+        out.endArray().endObject();
     }
-    return result;
+    out.endArray();
+    return out.toArray();
 }
 
 // Unknown handles, non-entities and non-strings are left out without a message.

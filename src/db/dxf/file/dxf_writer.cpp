@@ -1,15 +1,11 @@
 #include "db/dxf/file/dxf_writer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
 
 #include "db/dxf/fields/dxf_record.h"
 #include "db/dxf/fields/tag_output.h"
+#include "db/dxf/file/atomic_save.h"
 #include "db/dxf/file/required_objects.h"
 #include "db/dxf/tags/group_code.h"
 #include "db/dxf/tags/tag_writer.h"
@@ -218,40 +214,8 @@ std::string writeDxf(Database& db) {
 
 SaveResult saveDxfFile(Database& db, const std::filesystem::path& path) {
     SaveResult result;
-    const std::string data = writeDxf(db);
-    const std::filesystem::path folder = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
-    std::string tmpl = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
-    const int fd = ::mkstemp(tmpl.data());
-    if (fd < 0) {
-        result.error = "cannot create a temporary file in " + folder.string();
-        return result;
-    }
-    const char* p = data.data();
-    std::size_t left = data.size();
-    bool ok = true;
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, left);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            ok = false;
-            break;
-        }
-        p += n, left -= static_cast<std::size_t>(n);
-    }
-    ok = ok && ::fsync(fd) == 0;
-    ok = (::close(fd) == 0) && ok;
-    if (!ok) {
-        ::unlink(tmpl.c_str());
-        result.error = "cannot write " + path.string();
-        return result;
-    }
-    ::chmod(tmpl.c_str(), 0644);
-    if (std::rename(tmpl.c_str(), path.c_str()) != 0) {
-        ::unlink(tmpl.c_str());
-        result.error = "cannot replace " + path.string();
-        return result;
-    }
-    result.ok = true;
+    result.error = saveFileAtomically(path, writeDxf(db));
+    result.ok = result.error.empty();
     return result;
 }
 

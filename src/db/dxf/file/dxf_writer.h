@@ -17,8 +17,7 @@ struct SaveResult {
     std::string error;
 };
 
-/// Saves atomically: writes a temporary file in the target's folder, flushes it to disk and renames it over
-/// the target, so a failure at any point leaves the old file as it was.
+/// Saves atomically (see saveFileAtomically): a failure at any point leaves the old file as it was.
 SaveResult saveDxfFile(Database& db, const std::filesystem::path& path);
 
 }  // namespace vela::db
