@@ -2,9 +2,11 @@
 
 #include <algorithm>
 
+#include "binary_dxf_builder.h"
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
 #include "db/entities/line.h"
+#include "db/entities/mtext.h"
 #include "db/raw_object.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
@@ -98,13 +100,15 @@ const std::string kLayoutsWithoutBlockHandles =
     "0\nBLOCK_RECORD\n100\nAcDbSymbolTableRecord\n100\nAcDbBlockTableRecord\n2\n*Paper_Space\n"
     "0\nENDTAB\n0\nENDSEC\n"
     "0\nSECTION\n2\nOBJECTS\n"
-    "0\nDICTIONARY\n5\nC\n330\n0\n100\nAcDbDictionary\n281\n1\n3\nACAD_LAYOUT\n350\n1A\n3\nMYDATA\n350\n40\n"
+    "0\nDICTIONARY\n5\nC\n330\n0\n100\nAcDbDictionary\n281\n1\n3\nACAD_"
+    "LAYOUT\n350\n1A\n3\nMYDATA\n350\n40\n3\nMORE\n350\n41\n"
     "0\nDICTIONARY\n5\n1A\n330\nC\n100\nAcDbDictionary\n281\n1\n3\nLayout1\n350\n1E\n3\nModel\n350\n22\n"
     "0\nLAYOUT\n5\n1E\n330\n1A\n100\nAcDbPlotSettings\n1\n\n100\nAcDbLayout\n1\nLayout1\n70\n1\n71\n1\n330\n1"
     "F\n"
     "0\nLAYOUT\n5\n22\n330\n1A\n100\nAcDbPlotSettings\n1\n\n100\nAcDbLayout\n1\nModel\n70\n1\n71\n0\n330\n1B"
     "\n"
     "0\nXRECORD\n5\n40\n100\nAcDbXrecord\n1\nkept\n"
+    "0\nXRECORD\n5\n41\n330\n99\n100\nAcDbXrecord\n1\nmore\n"
     "0\nENDSEC\n0\nEOF\n";
 
 /// The block record pointer of a layout (the 330 of its AcDbLayout section) as the layout keeps it.
@@ -137,13 +141,20 @@ TEST(DxfRecover, ObjectsWithoutHandlesGetOneAndWhatPointsAtThemFollows) {
     // The paper space record gave no layout pointer: the layout that names it... names nothing (1F); the
     // layout it shows is not guessed. Its record still gets a handle of its own, above every handle of the
     // file.
-    EXPECT_GT(openObject<BlockTableRecord>(db.paperSpaceId(), OpenMode::ForRead)->handle().value(), 0x40u);
+    EXPECT_GT(openObject<BlockTableRecord>(db.paperSpaceId(), OpenMode::ForRead)->handle().value(), 0x41u);
 
-    // The XRECORD came without an owner: the dictionary that lists it is its owner.
-    const ObjectId xrecord = db.getObjectId(Handle(0x40));
-    ASSERT_FALSE(xrecord.isNull());
-    EXPECT_EQ(xrecord.peek()->ownerId().handle(), Handle(0xC));
-    warningAt(r, lineOf(text, "0\nXRECORD"), "no owner");
+    // One XRECORD came without an owner, one with an owner the file does not have: the dictionary that lists
+    // them is their owner.
+    for (std::uint64_t h : {0x40, 0x41}) {
+        const ObjectId xrecord = db.getObjectId(Handle(h));
+        ASSERT_FALSE(xrecord.isNull());
+        EXPECT_EQ(xrecord.peek()->ownerId().handle(), Handle(0xC));
+    }
+    warningAt(r, lineOf(text, "0\nXRECORD\n5\n40"), "no owner");
+    warningAt(r, lineOf(text, "0\nXRECORD\n5\n41"), "(99)");
+    EXPECT_EQ(objectCast<RawObject>(db.getObjectId(Handle(0x41)).peek())->groups().front(),
+              (DxfTag{100, "AcDbXrecord"}))
+        << "the owner the file named is not kept besides";
 
     // Saved and read again, nothing is left to repair.
     DxfReadResult again = readAgain(db);
@@ -230,6 +241,23 @@ TEST(DxfRecover, ValuesKeptAsTextAreRepairedSoTheSavedFileReadsAgain) {
     DxfReadResult again = readAgain(db);
     ASSERT_TRUE(again.database);
     EXPECT_EQ(again.database->linetypeScale(), 0.5);
+}
+
+TEST(DxfRecover, LineBreaksInTextOfBinaryFilesTakeTheirAsciiForm) {
+    // Binary files carry text with line breaks as they are; written as ASCII they would end the line.
+    dxf::BinaryDxf f;
+    f.str(0, "SECTION").str(2, "ENTITIES");
+    f.str(0, "MTEXT").str(5, "A1").str(100, "AcDbEntity").str(8, "0").str(100, "AcDbMText");
+    f.num(10, 0.0).num(20, 0.0).num(30, 0.0).num(40, 2.5).str(1, "two\r\nlines");
+    f.str(0, "FCF_LIKE").str(5, "A2").str(100, "AcDbEntity").str(8, "0").str(1, "a\nb");
+    f.str(0, "ENDSEC").str(0, "EOF");
+    DxfReadResult r = readDxf(f.data);
+    ASSERT_TRUE(r.database) << r.error->text();
+    EXPECT_TRUE(r.warnings.empty()) << r.warnings.front();
+    EXPECT_EQ(objectCast<MText>(r.database->getObjectId(Handle(0xA1)).peek())->contents(), "two^M^Jlines");
+    const std::string saved = writeDxf(*r.database);
+    EXPECT_NE(saved.find("\na^Jb\n"), std::string::npos);
+    readAgain(*r.database);
 }
 
 }  // namespace

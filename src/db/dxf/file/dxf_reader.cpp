@@ -214,7 +214,6 @@ private:
     std::unordered_map<std::string, std::string> blockAliases_;
     // Where the records of tables and the OBJECTS section start, for the warnings of the repairs made later.
     std::unordered_map<const DbObject*, std::size_t> recordLines_;
-    std::vector<std::pair<ObjectId, std::size_t>> withoutOwner_;  // objects of the OBJECTS section
 };
 
 std::string_view Loader::text(const Tag& tag, std::string& scratch) {
@@ -277,12 +276,10 @@ std::string_view Loader::text(const Tag& tag, std::string& scratch) {
     if (plain) return tag.value;
     scratch = dxf::decodeText(tag.value, codePage_);
     if (control) {
-        // A NUL byte ends a string for most readers and a line break would end the line it is written on.
-        std::erase(scratch, '\0');
-        std::replace(scratch.begin(), scratch.end(), '\r', ' ');
-        std::replace(scratch.begin(), scratch.end(), '\n', ' ');
-        warn(tag.line,
-             "NUL bytes and line breaks are removed from the text of group " + std::to_string(tag.code));
+        // Line breaks (binary files have them in text) would end the line they are written on: they take the
+        // caret form ASCII files give them ("^J"). A NUL byte ends a string for most readers: it goes.
+        if (dxf::caretEncodeLineBreaks(scratch))
+            warn(tag.line, "NUL bytes are removed from the text of group " + std::to_string(tag.code));
     }
     return scratch;
 }
@@ -937,10 +934,6 @@ bool Loader::readObjects() {
             afterAdding(o, record, es);
             continue;
         }
-        // Every object but the first (the root dictionary) has an owner; one the file does not give is looked
-        // for once every dictionary is in.
-        if (!file.rootDictionary.isNull() && record.owner.isNull())
-            withoutOwner_.push_back({id, record.line});
         recordLines_[id.peek()] = record.line;
         afterAdding(o, record, es);
         if (file.rootDictionary.isNull()) file.rootDictionary = id;
@@ -1035,29 +1028,44 @@ void Loader::repairReferences() {
         openObject<BlockTableRecord>(btr->objectId(), OpenMode::ForWrite)->setLayoutId(id);
     }
 
-    // Objects without an owner belong to the dictionary that lists them.
-    if (!withoutOwner_.empty()) {
+    // Every object of the OBJECTS section but the first (the root dictionary) has an owner. One the file does
+    // not give, or gives as a handle it does not have, is the dictionary that lists the object.
+    const FileData& file = db_->fileData();
+    std::vector<ObjectId> orphans;
+    for (ObjectId id : file.objects)
+        if (DbObject* o = id.peek(); o && id != file.rootDictionary && o->ownerId().isNull())
+            orphans.push_back(id);
+    if (!orphans.empty()) {
         std::unordered_map<std::uint64_t, ObjectId> listedBy;
-        for (ObjectId id : db_->fileData().objects) {
+        for (ObjectId id : file.objects) {
             auto* dict = objectCast<RawObject>(id.peek());
             if (!dict || dict->dxfName().find("DICTIONARY") == std::string::npos) continue;
             for (const DxfTag& t : dict->groups())
                 if (t.code == 350 || t.code == 360)
                     if (auto h = Handle::fromText(t.value)) listedBy.emplace(h->value(), id);
         }
-        for (const auto& [id, line] : withoutOwner_) {
+        for (ObjectId id : orphans) {
             DbObject* o = id.peek();
-            if (!o || !o->ownerId().isNull()) continue;
+            // An owner the file names but does not have is kept as the record's first group.
+            const ObjectExtras* x = o->extras();
+            const bool dangling = x && !x->keptTags.empty() && x->keptTags.front().code == 330;
+            const std::string what =
+                std::string(dxfRecordType(*o)) + " " + o->handle().toText() +
+                (dangling ? " has an owner the file does not have (" + x->keptTags.front().value + ")"
+                          : " has no owner");
             const auto at = listedBy.find(o->handle().value());
             if (at == listedBy.end() || at->second == id) {
-                warn(line, std::string(dxfRecordType(*o)) + " " + o->handle().toText() +
-                               " has no owner, and no dictionary lists it");
+                warn(lineOf(o), what + ", and no dictionary lists it");
                 continue;
             }
-            warn(line, std::string(dxfRecordType(*o)) + " " + o->handle().toText() +
-                           " has no owner; the dictionary that lists it, " + at->second.handle().toText() +
-                           ", is taken");
-            openObject(id, OpenMode::ForWrite)->setOwnerId(at->second);
+            warn(lineOf(o),
+                 what + "; the dictionary that lists it, " + at->second.handle().toText() + ", is taken");
+            auto ref = openObject(id, OpenMode::ForWrite);
+            ref->setOwnerId(at->second);
+            if (dangling) {
+                auto& kept = ref->editExtras().keptTags;
+                kept.erase(kept.begin());
+            }
         }
     }
 

@@ -113,14 +113,26 @@ ValueRepair repairValue(int code, std::string& value) {
     // Text: a NUL byte ends a string for most readers and a line break ends the line it is written on.
     if (value.find_first_of(std::string_view("\0\r\n", 3)) == std::string::npos) return {};
     const std::string before = shown(code, value);
-    std::string cleaned;
-    cleaned.reserve(value.size());
-    for (char c : value)
-        if (c == '\r' || c == '\n')
-            cleaned += ' ';
-        else if (c != '\0')
-            cleaned += c;
-    return changed(value, std::move(cleaned), before + " loses its NUL bytes and line breaks");
+    if (!caretEncodeLineBreaks(value)) return {ValueRepair::Changed, ""};
+    return {ValueRepair::Changed, before + " loses its NUL bytes"};
+}
+
+bool caretEncodeLineBreaks(std::string& text) {
+    std::string out;
+    out.reserve(text.size() + 8);
+    bool nul = false;
+    for (char c : text) {
+        if (c == '\n')
+            out += "^J";
+        else if (c == '\r')
+            out += "^M";
+        else if (c == '\0')
+            nul = true;
+        else
+            out += c;
+    }
+    text = std::move(out);
+    return nul;
 }
 
 }  // namespace vela::db::dxf

@@ -21,6 +21,9 @@ struct ValueRepair {
 /// valid is left exactly as it is.
 ValueRepair repairValue(int code, std::string& value);
 
+/// Writes line breaks in text as ASCII DXF does ("^J", "^M") and removes NUL bytes; true when there were any.
+bool caretEncodeLineBreaks(std::string& text);
+
 /// Repairs every group of a list, dropping those that cannot be repaired; calls report(code, description) for
 /// each repair that changed what the value says (a decimal comma does not).
 template <class Report>
