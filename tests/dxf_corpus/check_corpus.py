@@ -5,7 +5,8 @@ For every drawing: `vela-assist info` loaded it; `vela-assist convert` wrote a f
 recover mode) with no more audit errors than ezdxf finds in the original; every entity keeps its layer (matched
 by handle; handles we had to renumber because the file used them twice are reported and left out; entities the
 file gave no handle are compared as counts per block, type and layer); and the model-space extents we find are
-ezdxf's `bbox.extents(msp)` to 1% of their size.
+ezdxf's `bbox.extents(msp)` to 1% of their size. Damaged copies of the ASCII drawings (damage.py) convert, with
+the repairs reported, to files that ezdxf reads and that we read again without a repair.
 
 Usage: check_corpus.py CORPUS_DIR WORK_DIR   (WORK_DIR holds run.sh's outputs; exit status 0 when all pass)
 """
@@ -316,6 +317,25 @@ def check(corpus: pathlib.Path, work: pathlib.Path, name: str) -> tuple[list[str
     return failures, notes, extents
 
 
+def check_damaged(out: pathlib.Path, name: str) -> list[str]:
+    """What is wrong with our conversion of a damaged copy (damage.py): it must convert, with the repairs
+    reported, to a file ezdxf reads and that we read again without a repair."""
+    log = (out / f"{name}.convert.err").read_text(errors="replace")
+    if (out / f"{name}.convert.rc").read_text().strip() != "0":
+        return [f"does not convert: {log.strip()[-300:]}"]
+    failures = []
+    if "warning:" not in log:
+        failures.append("no repair is reported")
+    _, _, error = read_ezdxf(out / f"{name}.out.dxf", allow_recover=False)
+    if error:
+        failures.append(f"ezdxf refuses the converted file: {error}")
+    again = [line for line in (out / f"{name}.again.err").read_text(errors="replace").splitlines()
+             if line.startswith("warning:")]
+    if again:
+        failures.append(f"the converted file needs {len(again)} repairs, as {again[0]}")
+    return failures
+
+
 def main() -> int:
     corpus, work = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     names = (work / "names").read_text().split()
@@ -332,7 +352,19 @@ def main() -> int:
             print(f"       {line}")
         failed += bool(failures)
     print(f"{len(names) - failed} of {len(names)} drawings pass")
-    return 1 if failed else 0
+
+    damaged = sorted(path.name for path in (work / "damaged").iterdir())
+    damaged_failed = 0
+    for name in damaged:
+        try:
+            failures = check_damaged(work / "damaged-out", name)
+        except Exception as e:
+            failures = [f"check crashed: {type(e).__name__}: {e}"]
+        if failures:
+            print(f"FAIL damaged {name}: " + "; ".join(failures))
+        damaged_failed += bool(failures)
+    print(f"{len(damaged) - damaged_failed} of {len(damaged)} damaged copies convert to files that read again")
+    return 1 if failed or damaged_failed else 0
 
 
 if __name__ == "__main__":

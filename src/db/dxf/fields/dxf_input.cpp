@@ -181,7 +181,8 @@ bool DxfInput::readHandle(int code, Handle& value) {
 
 bool DxfInput::readPoint3d(int code, Point3d& value) {
     Point3d p = value;
-    if (!readDouble(code, p.x)) return false;
+    const std::size_t errors = errors_.size();
+    if (!readDouble(code, p.x)) return skipCoordinates(code, errors);
     readDouble(code + 10, p.y);
     p.z = 0.0;
     readDouble(code + 20, p.z);
@@ -191,12 +192,23 @@ bool DxfInput::readPoint3d(int code, Point3d& value) {
 
 bool DxfInput::readPoint2d(int code, Point2d& value) {
     Point2d p = value;
-    if (!readDouble(code, p.x)) return false;
+    const std::size_t errors = errors_.size();
+    if (!readDouble(code, p.x)) return skipCoordinates(code, errors);
     readDouble(code + 10, p.y);
     double z = 0;
     readDouble(code + 20, z);  // some writers add a z to 2D points; it has no place to go
     value = p;
     return true;
+}
+
+bool DxfInput::skipCoordinates(int code, std::size_t errorsBefore) {
+    // A point whose X is malformed keeps its default; its Y and Z go with it rather than stay behind as groups
+    // of their own, which written back would read as coordinates of another point.
+    if (errors_.size() == errorsBefore) return false;  // no X at all
+    double ignored = 0;
+    readDouble(code + 10, ignored);
+    readDouble(code + 20, ignored);
+    return false;
 }
 
 bool DxfInput::readVector3d(int code, Vector3d& value) {

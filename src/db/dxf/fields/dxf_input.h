@@ -161,6 +161,9 @@ class DxfInput {
 
   private:
     Group* find(int code);
+    /// After a point's X group was looked for: when it was malformed (an error more than `errorsBefore`), takes
+    /// the point's other coordinates too. Always false.
+    bool skipCoordinates(int code, std::size_t errorsBefore);
     /// Whether a group of the common part of entities comes after the second marker, where it is looked for
     /// when the "AcDbEntity" section lacks it.
     void noteGroup(int code) {

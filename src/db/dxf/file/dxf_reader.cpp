@@ -1053,11 +1053,9 @@ void Loader::repairReferences() {
                 std::string(dxfRecordType(*o)) + " " + o->handle().toText() +
                 (dangling ? " has an owner the file does not have (" + x->keptTags.front().value + ")"
                           : " has no owner");
+            // An object nothing lists (some writers leave a reactor's owner out) stays as it came.
             const auto at = listedBy.find(o->handle().value());
-            if (at == listedBy.end() || at->second == id) {
-                warn(lineOf(o), what + ", and no dictionary lists it");
-                continue;
-            }
+            if (at == listedBy.end() || at->second == id) continue;
             warn(lineOf(o),
                  what + "; the dictionary that lists it, " + at->second.handle().toText() + ", is taken");
             auto ref = openObject(id, OpenMode::ForWrite);
