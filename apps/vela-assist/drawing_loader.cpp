@@ -8,9 +8,10 @@
 
 namespace vela::cli {
 
-std::unique_ptr<db::Database> loadDrawing(const std::string& path, std::string* why) {
+std::unique_ptr<db::Database> loadDrawing(const std::string& path, std::string* why, bool strict) {
     ProgressBar bar("loading");
-    db::DxfReadResult read = db::readDxfFile(path, [&](std::size_t done, std::size_t total) { bar.update(done, total); });
+    db::DxfReadResult read = db::readDxfFile(
+        path, [&](std::size_t done, std::size_t total) { bar.update(done, total); }, {.strict = strict});
     bar.finish();
     if (!read.database) {
         std::fprintf(stderr, "vela-assist: %s: %s\n", path.c_str(), read.error->text().c_str());

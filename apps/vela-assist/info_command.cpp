@@ -68,12 +68,23 @@ void printEntities(db::Database& db) {
 }  // namespace
 
 int infoCommand(const std::vector<std::string>& args) {
-    const bool entities = args.size() == 2 && args[1] == "--entities";
-    if (args.size() != 1 && !entities) {
-        std::fputs("usage: vela-assist info DRAWING [--entities]\n", stderr);
+    bool entities = false, strict = false, unknownOption = false;
+    std::vector<std::string> drawings;
+    for (const std::string& arg : args) {
+        if (arg == "--entities")
+            entities = true;
+        else if (arg == "--strict")
+            strict = true;
+        else if (arg.starts_with("--"))
+            unknownOption = true;
+        else
+            drawings.push_back(arg);
+    }
+    if (drawings.size() != 1 || unknownOption) {
+        std::fputs("usage: vela-assist info DRAWING [--entities] [--strict]\n", stderr);
         return 2;
     }
-    std::unique_ptr<db::Database> loaded = loadDrawing(args[0]);
+    std::unique_ptr<db::Database> loaded = loadDrawing(drawings[0], nullptr, strict);
     if (!loaded) return 1;
     db::Database& db = *loaded;
     if (entities) {
@@ -97,7 +108,7 @@ int infoCommand(const std::vector<std::string>& args) {
     });
 
     const std::string version = db.fileData().version.empty() ? "unknown" : db.fileData().version;
-    std::printf("Drawing:  %s\n", args[0].c_str());
+    std::printf("Drawing:  %s\n", drawings[0].c_str());
     std::printf("Format:   DXF %s, %s units\n", version.c_str(),
                 db.measurement() == db::MeasurementSystem::Metric ? "metric" : "imperial");
     std::printf("Objects:  %zu (next handle %s)\n", db.objectCount(), db.handseed().toText().c_str());

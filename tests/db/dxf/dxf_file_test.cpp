@@ -295,6 +295,8 @@ struct BadInput {
     const char* name;
     std::string text;
     const char* expected;  // part of the error text, with the line where it applies
+    // Where a tolerant read repairs it instead, if it can ("line 9: "); null for input cut short or no DXF.
+    const char* repairedAt = nullptr;
 };
 
 TEST(DxfFile, WhatIsNoRegularFileIsRefusedWithoutWaiting) {
@@ -319,16 +321,25 @@ TEST(DxfFile, MalformedInputIsAnErrorWithItsLineNeverACrash) {
         {"no section name", "0\nSECTION\n5\nX\n", "line 3: expected the section name"},
         {"bad group code", head + "0\nLINE\nabc\n1\n", "line 7"},
         {"code out of range", head + "0\nLINE\n99999999\n1\n", "line 7"},
-        {"missing ENDSEC", head + "0\nLINE\n8\n0\n0\nEOF\n", "unexpected EOF"},
+        {"missing ENDSEC", head + "0\nLINE\n8\n0\n0\nEOF\n", "unexpected EOF", "line 9: "},
         {"stray group", "0\nSECTION\n2\nENTITIES\n8\nlayer\n", "line 5: expected an entity"},
-        {"header before name", "0\nSECTION\n2\nHEADER\n0\nLINE\n", "line 5"},
-        {"block without name", "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n8\n0\n0\nENDBLK\n0\nENDSEC\n0\nEOF\n", "BLOCK without a name"},
+        {"header before name", "0\nSECTION\n2\nHEADER\n0\nLINE\n", "line 5", "line 5: "},
+        {"block without name", "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n8\n0\n0\nENDBLK\n0\nENDSEC\n0\nEOF\n",
+         "BLOCK without a name", "line 5: "},
     };
     for (const BadInput& c : cases) {
-        DxfReadResult r = readDxf(c.text);
+        DxfReadResult r = readDxf(c.text, {}, {.strict = true});
         EXPECT_FALSE(r.database) << c.name;
         ASSERT_TRUE(r.error.has_value()) << c.name;
         EXPECT_NE(r.error->text().find(c.expected), std::string::npos) << c.name << ": " << r.error->text();
+        // Read tolerantly, a damaged structure is repaired where it is (reported at the same line); what is
+        // cut short or no DXF at all is refused all the same.
+        DxfReadResult tolerant = readDxf(c.text);
+        EXPECT_EQ(tolerant.database != nullptr, c.repairedAt != nullptr) << c.name;
+        if (!c.repairedAt) continue;
+        bool reported = false;
+        for (const std::string& w : tolerant.warnings) reported = reported || w.starts_with(c.repairedAt);
+        EXPECT_TRUE(reported) << c.name << ": no warning at " << c.repairedAt;
     }
 }
 

@@ -111,7 +111,8 @@ TEST(TagAccessors, ParseNumbersAndRejectWhatIsNotOne) {
     EXPECT_EQ(textTag(40, " -2.5e3 ").toDouble(), -2500.0);
     EXPECT_EQ(textTag(40, "+.5").toDouble(), 0.5);
     EXPECT_EQ(textTag(40, "3").toDouble(), 3.0);
-    for (const char* bad : {"", " ", "1,5", "1.5x", "nan", "inf", "1e400", "--1", "0x10"})
+    EXPECT_EQ(textTag(40, " -1,25 ").toDouble(), -1.25) << "a decimal comma, as some locales write numbers";
+    for (const char* bad : {"", " ", "1,2,5", "1,5.0", "1.5x", "nan", "inf", "1e400", "--1", "0x10", ","})
         EXPECT_FALSE(textTag(40, bad).toDouble()) << bad;
 
     EXPECT_EQ(textTag(70, "     -32768").toInt16(), -32768);

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "db/dxf/tags/tag.h"
+
 namespace vela::db {
 
 namespace {
@@ -17,7 +19,11 @@ bool parseDouble(std::string_view text, double& out) {
     if (text.front() == '+') text.remove_prefix(1);
     double v = 0;
     const auto r = fast_float::from_chars(text.data(), text.data() + text.size(), v);
-    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || !std::isfinite(v)) return false;
+    if (r.ec != std::errc() || r.ptr != text.data() + text.size() || !std::isfinite(v)) {
+        const auto withComma = dxf::parseDecimalComma(text);
+        if (!withComma) return false;
+        v = *withComma;
+    }
     out = v;
     return true;
 }
@@ -47,10 +53,9 @@ bool parseInt64(std::string_view text, std::int64_t& out) {
 
 void DxfInput::subclass(std::string_view name, int occurrence) {
     lastSubclass_ = std::string(name);
-    bool anyMarker = false;
+    inEntitySection_ = entityGroupsLater_ && name == "AcDbEntity";
     for (std::size_t i = 0; i < groups_.size(); ++i) {
         if (groups_[i].code != 100) continue;
-        anyMarker = true;
         if (groups_[i].value == name && occurrence-- == 0) {
             groups_[i].used = true;
             sectionBegin_ = i + 1;
@@ -60,12 +65,9 @@ void DxfInput::subclass(std::string_view name, int occurrence) {
             return;
         }
     }
-    if (!anyMarker) {
-        sectionBegin_ = 0, sectionEnd_ = groups_.size();
-    } else {
-        // A missing marker: an empty section, so nothing of another class is taken by mistake.
-        sectionBegin_ = sectionEnd_ = groups_.size();
-    }
+    // No marker of this name: the whole record, of which the classes read before have taken theirs. Classes
+    // are read base first, so what is left is this class's or a later one's, which has codes of its own.
+    sectionBegin_ = 0, sectionEnd_ = groups_.size();
 }
 
 DxfInput::Group* DxfInput::find(int code) {
@@ -77,6 +79,9 @@ DxfInput::Group* DxfInput::find(int code) {
     }
     for (std::size_t i = sectionBegin_; i < sectionEnd_; ++i)
         if (groups_[i].code == code && !groups_[i].used) return &groups_[i];
+    if (inEntitySection_ && isEntityCode(code))
+        for (std::size_t i = sectionEnd_; i < groups_.size(); ++i)
+            if (groups_[i].code == code && !groups_[i].used) return &groups_[i];
     return nullptr;
 }
 
@@ -176,7 +181,8 @@ bool DxfInput::readHandle(int code, Handle& value) {
 
 bool DxfInput::readPoint3d(int code, Point3d& value) {
     Point3d p = value;
-    if (!readDouble(code, p.x)) return false;
+    const std::size_t errors = errors_.size();
+    if (!readDouble(code, p.x)) return skipCoordinates(code, errors);
     readDouble(code + 10, p.y);
     p.z = 0.0;
     readDouble(code + 20, p.z);
@@ -186,12 +192,23 @@ bool DxfInput::readPoint3d(int code, Point3d& value) {
 
 bool DxfInput::readPoint2d(int code, Point2d& value) {
     Point2d p = value;
-    if (!readDouble(code, p.x)) return false;
+    const std::size_t errors = errors_.size();
+    if (!readDouble(code, p.x)) return skipCoordinates(code, errors);
     readDouble(code + 10, p.y);
     double z = 0;
     readDouble(code + 20, z);  // some writers add a z to 2D points; it has no place to go
     value = p;
     return true;
+}
+
+bool DxfInput::skipCoordinates(int code, std::size_t errorsBefore) {
+    // A point whose X is malformed keeps its default; its Y and Z go with it rather than stay behind as groups
+    // of their own, which written back would read as coordinates of another point.
+    if (errors_.size() == errorsBefore) return false;  // no X at all
+    double ignored = 0;
+    readDouble(code + 10, ignored);
+    readDouble(code + 20, ignored);
+    return false;
 }
 
 bool DxfInput::readVector3d(int code, Vector3d& value) {

@@ -47,12 +47,16 @@ class DxfInput {
         itemCodes_.clear();
         lastSubclass_.clear();
         unmarked_.clear();
+        markers_ = 0;
+        entityGroupsLater_ = inEntitySection_ = false;
     }
     void addGroup(int code, std::string_view value, std::size_t line) {
+        noteGroup(code);
         groups_.push_back({code, value, line, false});
     }
     /// Adds a group whose value the input keeps a copy of (a value decoded from another code page).
     void addOwnedGroup(int code, std::string value, std::size_t line) {
+        noteGroup(code);
         storage_.push_front(std::move(value));
         groups_.push_back({code, storage_.front(), line, false});
     }
@@ -61,8 +65,12 @@ class DxfInput {
     const std::vector<Group>& groups() const { return groups_; }
 
     /// Selects the section after the marker "100 <name>"; groups before any marker form the section "". When
-    /// the file has no markers at all (older files), every group is in one section and any name selects it.
+    /// the file has no markers at all (older files), or not this one (some writers leave out a class's marker
+    /// and write its groups in another section), every group not taken yet is in the section.
     /// `occurrence` picks among repeated markers of one name (TEXT has two "AcDbText" sections).
+    ///
+    /// The groups every entity has (layer, linetype, color, ...) that a writer puts after a later marker are
+    /// found in the "AcDbEntity" section all the same.
     void subclass(std::string_view name, int occurrence = 0);
 
     // Each reader leaves `value` unchanged when the group is absent, so members keep their defaults. A group
@@ -153,6 +161,32 @@ class DxfInput {
 
   private:
     Group* find(int code);
+    /// After a point's X group was looked for: when it was malformed (an error more than `errorsBefore`), takes
+    /// the point's other coordinates too. Always false.
+    bool skipCoordinates(int code, std::size_t errorsBefore);
+    /// Whether a group of the common part of entities comes after the second marker, where it is looked for
+    /// when the "AcDbEntity" section lacks it.
+    void noteGroup(int code) {
+        if (code == 100)
+            ++markers_;
+        else if (markers_ >= 2 && isEntityCode(code))
+            entityGroupsLater_ = true;
+    }
+    static bool isEntityCode(int code) {
+        switch (code) {
+            case 6:
+            case 8:
+            case 48:
+            case 60:
+            case 62:
+            case 370:
+            case 420:
+            case 440:
+                return true;
+            default:
+                return false;
+        }
+    }
     /// Marks a group taken.
     void use(Group& g) {
         g.used = true;
@@ -171,6 +205,9 @@ class DxfInput {
     bool inItem_ = false;
     std::vector<int> itemCodes_;  // codes the item being read took itself (not those of lists in it)
     std::string lastSubclass_;
+    int markers_ = 0;
+    bool entityGroupsLater_ = false;
+    bool inEntitySection_ = false;
     std::vector<Section> unmarked_;
     std::vector<std::function<void()>> finishers_;
     std::vector<std::function<void()>>* loaderSteps_ = nullptr;

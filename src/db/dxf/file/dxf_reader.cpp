@@ -5,14 +5,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <set>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "db/dxf/fields/dxf_input.h"
+#include "db/dxf/fields/dxf_record.h"
 #include "db/dxf/file/header_scan.h"
 #include "db/dxf/file/unmarked_sections.h"
+#include "db/dxf/file/value_repair.h"
 #include "db/dxf/tags/group_code.h"
 #include "db/dxf/tags/tag_reader.h"
 #include "db/dxf/tags/text_codec.h"
@@ -87,13 +92,15 @@ struct Record {
 
 class Loader {
 public:
-    Loader(std::string_view data, const LoadProgress& progress, std::function<void(std::size_t)> release)
+    Loader(std::string_view data, const LoadProgress& progress, std::function<void(std::size_t)> release,
+           const DxfReadOptions& options)
         : data_(data),
           reader_(data),
           progress_(progress),
           release_(std::move(release)),
           db_(std::make_unique<Database>(Database::Empty{})) {
         codePage_ = dxf::detectCodePage(data);
+        strict_ = options.strict;
     }
 
     DxfReadResult run();
@@ -124,6 +131,22 @@ private:
         if (warnings_.size() < 1000)
             warnings_.push_back((reader_.isBinary() ? "offset " : "line ") + std::to_string(line) + ": " + message);
     }
+    /// A damaged structure: refused when reading strictly, else repaired as the message says. False to stop.
+    bool repair(std::size_t line, const std::string& refusal, const std::string& repaired) {
+        if (strict_) return fail(line, refusal);
+        warn(line, repaired);
+        return true;
+    }
+    /// Values kept as text that their group codes do not allow are repaired or dropped, with a warning that
+    /// names what they are of ("LINE", "LINE extended data").
+    void repairKept(std::vector<DxfTag>& groups, std::size_t line, std::string_view what,
+                    std::string_view part = {}) {
+        if (groups.empty()) return;
+        dxf::repairGroups(groups, what, [&](int code, const std::string& description) {
+            warn(line, std::string(what) + std::string(part) + ", group " + std::to_string(code) + ": " +
+                           description);
+        });
+    }
 
     /// The value of a tag as text, decoded to UTF-8 where it is text in another code page.
     std::string_view text(const Tag& tag, std::string& scratch);
@@ -131,10 +154,16 @@ private:
     /// the caller). False on a reader error.
     bool readRecord(Record& record);
 
-    bool readHeader();
-    bool readClasses();
+    /// Header variables up to the next 0 group; `inSection` when that group should be the section's ENDSEC.
+    bool readHeader(bool inSection = true);
+    /// Groups between sections (after an ENDSEC, before the next SECTION).
+    bool readOutsideSections(const Tag& first);
     bool readTables();
     bool readTable();
+    /// The records of a table up to its ENDTAB.
+    bool readTableRecords(ObjectId tableId, const RxClass* recordClass);
+    /// A record after its table's end (or with no table at all): read into the table of its type.
+    bool readStrayRecords(const Tag& first);
     bool readBlocks();
     bool readEntities(ObjectId block, bool entitiesSection, const Tag* first = nullptr);
     bool readObjects();
@@ -150,6 +179,13 @@ private:
     /// found (older files give some objects none), so that ours never take one a later object brings.
     void ensureHandleFloor();
     void readLayerTransparency(LayerTableRecord& layer);
+    /// A block record of model space that comes under another name (an anonymous "*U..." whose extended data
+    /// gives the true name) is made model space again.
+    void recogniseModelSpace(BlockTableRecord& record, std::size_t line);
+    /// Repairs of references once every object is in: a layout and the block record it shows point at each
+    /// other (one of them may have come without a handle), objects of the OBJECTS section get the dictionary
+    /// that lists them as owner, and the BLOCK/ENDBLK handles that an object also has are given up.
+    void repairReferences();
     void applyHeader();
     /// Adds the tables and records the file has not given (yet). Their handles are taken above every handle in
     /// the file, so that objects read later keep theirs.
@@ -172,6 +208,14 @@ private:
     DxfInput::NameCache names_;
     bool handleFloorSet_ = false;
     std::set<std::string> tablesSeen_;
+    bool strict_ = false;
+    // Files from R13 on give every object a handle: one without is worth a warning there (R12 files have
+    // none).
+    bool handlesExpected_ = false;
+    // Block names read as others (a model space under an anonymous name), by folded name.
+    std::unordered_map<std::string, std::string> blockAliases_;
+    // Where the records of tables and the OBJECTS section start, for the warnings of the repairs made later.
+    std::unordered_map<const DbObject*, std::size_t> recordLines_;
 };
 
 std::string_view Loader::text(const Tag& tag, std::string& scratch) {
@@ -223,14 +267,22 @@ std::string_view Loader::text(const Tag& tag, std::string& scratch) {
     const dxf::ValueType type = dxf::valueTypeOf(tag.code);
     if (type != dxf::ValueType::String && type != dxf::ValueType::Comment) return tag.value;
     // Plain ASCII without escapes reads the same in every code page.
-    bool plain = true;
-    for (char c : tag.value)
-        if (static_cast<unsigned char>(c) >= 0x80 || c == '\\') {
+    bool plain = true, control = false;
+    for (char c : tag.value) {
+        const auto u = static_cast<unsigned char>(c);
+        if (u >= 0x80 || c == '\\')
             plain = false;
-            break;
-        }
+        else if (u < 0x20 && (c == '\0' || c == '\r' || c == '\n'))
+            plain = false, control = true;
+    }
     if (plain) return tag.value;
     scratch = dxf::decodeText(tag.value, codePage_);
+    if (control) {
+        // Line breaks (binary files have them in text) would end the line they are written on: they take the
+        // caret form ASCII files give them ("^J"). A NUL byte ends a string for most readers: it goes.
+        if (dxf::caretEncodeLineBreaks(scratch))
+            warn(tag.line, "NUL bytes are removed from the text of group " + std::to_string(tag.code));
+    }
     return scratch;
 }
 
@@ -333,6 +385,9 @@ void Loader::decode(DbObject& object, Record& record) {
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
     std::vector<DxfTag> unused = in.unusedGroups();
     kept.insert(kept.end(), std::make_move_iterator(unused.begin()), std::make_move_iterator(unused.end()));
+    // What is kept is written back as it came: it must be what its group codes allow.
+    repairKept(kept, record.line, record.type);
+    repairKept(record.xdata, record.line, record.type, " extended data");
     if (!kept.empty() || !record.xdata.empty() || !record.reactors.empty() || !record.extensionDictionary.isNull()) {
         ObjectExtras& extras = object.editExtras();
         extras.keptTags = std::move(kept);
@@ -393,6 +448,7 @@ void Loader::ensureHandleFloor() {
 
 void Loader::checkHandle(Record& record) {
     if (record.handle.isNull()) {
+        if (handlesExpected_) warn(record.line, record.type + " has no handle; it gets a new one");
         ensureHandleFloor();
         return;
     }
@@ -415,20 +471,45 @@ ObjectId Loader::addEntity(std::unique_ptr<Entity> entity, Record& record, Objec
 
 // ---- Sections -------------------------------------------------------------------------------------------------
 
-bool Loader::readHeader() {
+bool Loader::readHeader(bool inSection) {
     Tag tag;
     FileData& file = db_->fileData();
     std::string scratch;
+    std::size_t variableLine = 0;  // of the variable being read, 0 before the first
+    // A variable is written back as it came: its values must be what their group codes allow, and a variable
+    // without any would be written as a name other readers take the next variable's name for the value of.
+    auto finishVariable = [&] {
+        if (variableLine == 0) return;
+        FileData::HeaderVariable& v = file.header.back();
+        repairKept(v.groups, variableLine, "header variable " + v.name);
+        if (v.groups.empty()) {
+            warn(variableLine, "header variable " + v.name + " has no value and is dropped");
+            file.header.pop_back();
+        } else if (v.name == "$ACADVER" && v.groups.front().value >= "AC1012") {
+            handlesExpected_ = true;
+        }
+        variableLine = 0;
+    };
     while (next(tag)) {
         if (tag.code == 0) {
+            finishVariable();
             if (tag.is(0, "ENDSEC")) return true;
-            return fail(tag.line, "expected a header variable (9) or ENDSEC, found 0 " + tag.displayValue());
+            reader_.pushBack();
+            if (!inSection) return true;
+            return repair(tag.line, "expected a header variable (9) or ENDSEC, found 0 " + tag.displayValue(),
+                          "the HEADER section ends without ENDSEC");
         }
         if (tag.code == 9) {
-            file.header.push_back({std::string(tag.value), {}});
+            finishVariable();
+            const std::string name(tag.value);
+            if (!inSection)
+                // Read after the section: the later value counts.
+                std::erase_if(file.header, [&](const FileData::HeaderVariable& v) { return v.name == name; });
+            file.header.push_back({name, {}});
+            variableLine = tag.line;
             continue;
         }
-        if (file.header.empty()) {
+        if (variableLine == 0) {
             warn(tag.line, "a header value before any variable name is ignored");
             continue;
         }
@@ -437,12 +518,36 @@ bool Loader::readHeader() {
     return failFromReader();
 }
 
+bool Loader::readOutsideSections(const Tag& first) {
+    const std::string refusal =
+        "expected SECTION or EOF, found " + std::to_string(first.code) + " " + first.displayValue();
+    if (first.code == 9) {
+        // Some writers put header variables after the last section, closed by an ENDSEC of their own.
+        if (!repair(first.line, refusal,
+                    "header variables outside the HEADER section are read as header variables"))
+            return false;
+        reader_.pushBack();
+        return readHeader(false);
+    }
+    if (first.is(0, "ENDSEC")) return repair(first.line, refusal, "ENDSEC outside a section is ignored");
+    if (!repair(first.line, refusal, "groups outside any section are skipped up to the next section"))
+        return false;
+    Tag tag;
+    while (next(tag))
+        if (tag.is(0, "SECTION") || tag.is(0, "EOF")) {
+            reader_.pushBack();
+            return true;
+        }
+    return !reader_.failed() || failFromReader();
+}
+
 bool Loader::keepSection(const std::string& name) {
     Tag tag;
     std::string scratch;
     FileData::Section section{name, {}};
     while (next(tag)) {
         if (tag.is(0, "ENDSEC")) {
+            repairKept(section.groups, tag.line, "section " + name);
             if (name == "CLASSES")
                 db_->fileData().classes = std::move(section.groups);
             else
@@ -461,6 +566,10 @@ bool Loader::readTables() {
         if (tag.is(0, "ENDSEC")) return true;
         if (tag.is(0, "TABLE")) {
             if (!readTable()) return false;
+            continue;
+        }
+        if (tag.code == 0 && !tag.is(0, "EOF") && !tag.is(0, "SECTION")) {
+            if (!readStrayRecords(tag)) return false;
             continue;
         }
         return fail(tag.line, "expected TABLE or ENDSEC, found " + std::to_string(tag.code) + " " + tag.displayValue());
@@ -495,10 +604,19 @@ bool Loader::readTable() {
     head.hasOwner = false;  // tables belong to the drawing itself
     afterAdding(*tableId.peek(), head, added);
     db_->setTableId(tableId);
+    return readTableRecords(tableId, recordClass);
+}
 
+bool Loader::readTableRecords(ObjectId tableId, const RxClass* recordClass) {
+    Tag tag;
     while (next(tag)) {
         if (tag.is(0, "ENDTAB")) return true;
         if (tag.code != 0) return fail(tag.line, "expected a table record, found group " + std::to_string(tag.code));
+        if (!strict_ && (tag.is(0, "TABLE") || tag.is(0, "ENDSEC") || tag.is(0, "EOF"))) {
+            warn(tag.line, "a table ends without ENDTAB");
+            reader_.pushBack();
+            return true;
+        }
         Record record;
         record.type = std::string(tag.value);
         record.line = tag.line;
@@ -511,6 +629,7 @@ bool Loader::readTable() {
             warn(record.line, record.type + " record without a name is dropped");
             continue;
         }
+        if (auto* block = objectCast<BlockTableRecord>(&r)) recogniseModelSpace(*block, record.line);
         checkHandle(record);
         ObjectId id;
         const std::string name = r.name();
@@ -520,9 +639,61 @@ bool Loader::readTable() {
                                   (es == ErrorStatus::DuplicateRecordName ? "the name is defined twice" : errorText(es)));
             continue;
         }
+        recordLines_[id.peek()] = record.line;
         afterAdding(*id.peek(), record, es);
     }
     return failFromReader();
+}
+
+bool Loader::readStrayRecords(const Tag& first) {
+    const std::string refusal = "expected TABLE or ENDSEC, found 0 " + first.displayValue();
+    if (first.is(0, "ENDTAB")) return repair(first.line, refusal, "ENDTAB outside a table is ignored");
+    // The table whose records have this type: the one read already, or a new one when the file lost its head.
+    const std::string type(first.value);
+    const RxClass* recordClass = RxRegistry::findByDxfName(type);
+    ObjectId tableId;
+    for (ObjectId id : {db_->viewportTableId(), db_->linetypeTableId(), db_->layerTableId(),
+                        db_->textStyleTableId(), db_->viewTableId(), db_->ucsTableId(), db_->regAppTableId(),
+                        db_->dimStyleTableId(), db_->blockTableId()})
+        if (auto* table = objectCast<SymbolTable>(id.peek());
+            table && recordClass && table->recordClass() == recordClass)
+            tableId = id;
+    if (tableId.isNull()) {
+        std::unique_ptr<SymbolTable> table = makeTable(type);
+        if (!table) {
+            if (!repair(first.line, refusal, "a " + type + " record outside any table is skipped"))
+                return false;
+            Tag tag;
+            while (next(tag))
+                if (tag.code == 0 && !tag.is(0, type)) {
+                    if (!tag.is(0, "ENDTAB")) reader_.pushBack();
+                    return true;
+                }
+            return failFromReader();
+        }
+        ensureHandleFloor();
+        if (db_->addObject(std::move(table), ObjectId(), &tableId) != ErrorStatus::Ok)
+            return fail(first.line, "table " + type + " cannot be added");
+        db_->setTableId(tableId);
+        tablesSeen_.insert(type);
+    }
+    if (!repair(first.line, refusal, type + " records outside their table are read into it")) return false;
+    reader_.pushBack();
+    return readTableRecords(tableId, recordClass);
+}
+
+void Loader::recogniseModelSpace(BlockTableRecord& record, std::size_t line) {
+    const std::string& name = record.name();
+    if (name.size() < 2 || name[0] != '*' || (name[1] != 'U' && name[1] != 'u') || !record.extras()) return;
+    if (db_->blockTable() && !db_->blockTable()->getAt(BlockTableRecord::kModelSpace).isNull()) return;
+    for (const DxfTag& t : record.extras()->xdata)
+        if (t.code == 1000 &&
+            (namesEqual(t.value, BlockTableRecord::kModelSpace) || namesEqual(t.value, "$MODEL_SPACE"))) {
+            warn(line, "block record " + name + " is model space, as its extended data says");
+            blockAliases_[foldName(name)] = std::string(BlockTableRecord::kModelSpace);
+            record.setName(BlockTableRecord::kModelSpace);
+            return;
+        }
 }
 
 void Loader::readLayerTransparency(LayerTableRecord& layer) {
@@ -548,7 +719,23 @@ bool Loader::readBlocks() {
     Tag tag;
     while (next(tag)) {
         if (tag.is(0, "ENDSEC")) return true;
-        if (!tag.is(0, "BLOCK")) return fail(tag.line, "expected BLOCK or ENDSEC, found " + tag.displayValue());
+        if (!tag.is(0, "BLOCK")) {
+            const std::string refusal = "expected BLOCK or ENDSEC, found " + tag.displayValue();
+            if (tag.is(0, "EOF") && !strict_) {
+                warn(tag.line, "the BLOCKS section ends without ENDSEC");
+                reader_.pushBack();
+                return true;
+            }
+            if (tag.code != 0 || tag.is(0, "EOF") || tag.is(0, "SECTION")) return fail(tag.line, refusal);
+            // A record between blocks belongs to none of them.
+            Record stray;
+            stray.type = std::string(tag.value);
+            stray.line = tag.line;
+            if (!repair(tag.line, refusal, "a " + stray.type + " outside any block is dropped") ||
+                !readRecord(stray))
+                return false;
+            continue;
+        }
         Record begin;
         begin.type = "BLOCK";
         begin.line = tag.line;
@@ -558,10 +745,26 @@ bool Loader::readBlocks() {
         in.subclass("AcDbBlockBegin");
         in.readString(2, name);
         if (name.empty()) in.readString(3, name);
-        if (name.empty()) return fail(begin.line, "BLOCK without a name");
+        if (name.empty()) {
+            // Nothing can refer to a block without a name: it is dropped with its entities.
+            if (!repair(begin.line, "BLOCK without a name",
+                        "a BLOCK without a name is dropped with its entities"))
+                return false;
+            while (next(tag))
+                if (tag.is(0, "ENDBLK") || tag.is(0, "ENDSEC")) break;
+            if (reader_.failed() || !tag.is(0, "ENDBLK")) return failFromReader();
+            Record end;
+            end.type = "ENDBLK";
+            end.line = tag.line;
+            if (!readRecord(end)) return false;
+            continue;
+        }
         // Older files name the spaces differently.
         if (namesEqual(name, "$MODEL_SPACE")) name = BlockTableRecord::kModelSpace;
         if (namesEqual(name, "$PAPER_SPACE")) name = BlockTableRecord::kPaperSpace;
+        if (!blockAliases_.empty())
+            if (auto alias = blockAliases_.find(foldName(name)); alias != blockAliases_.end())
+                name = alias->second;
         ObjectId btrId = db_->blockTable() ? db_->blockTable()->getAt(name) : ObjectId();
         if (btrId.isNull()) {
             if (!db_->blockTable()) completeFramework();
@@ -589,12 +792,16 @@ bool Loader::readBlocks() {
         const Handle beginHandle = begin.handle;
         // Entities of the block up to ENDBLK. Model space and the active paper space keep theirs in ENTITIES.
         if (!readEntities(btrId, false)) return false;
-        if (!next(tag) || !tag.is(0, "ENDBLK")) return failFromReader();
-        Record end;
-        end.type = "ENDBLK";
-        end.line = tag.line;
-        if (!readRecord(end)) return false;
-        endHandle = end.handle;
+        if (!next(tag)) return failFromReader();
+        if (tag.is(0, "ENDBLK")) {
+            Record end;
+            end.type = "ENDBLK";
+            end.line = tag.line;
+            if (!readRecord(end)) return false;
+            endHandle = end.handle;
+        } else {
+            reader_.pushBack();  // the end of the section: the block ended without ENDBLK (warned about)
+        }
         // Handles of BLOCK/ENDBLK are names of things that are not objects of ours: reserve them.
         if (!beginHandle.isNull()) db_->raiseHandseed(Handle(beginHandle.value() + 1));
         if (!endHandle.isNull()) db_->raiseHandseed(Handle(endHandle.value() + 1));
@@ -609,15 +816,36 @@ bool Loader::readEntities(ObjectId block, bool entitiesSection, const Tag*) {
     const ObjectId modelSpace = db_->modelSpaceId();
     const ObjectId paperSpace = db_->paperSpaceId();
     while (next(tag)) {
-        if (tag.code != 0)
-            return fail(tag.line, "expected an entity (group 0), found group " + std::to_string(tag.code));
+        if (tag.code != 0) {
+            if (!repair(tag.line, "expected an entity (group 0), found group " + std::to_string(tag.code),
+                        "groups where an entity should start are skipped"))
+                return false;
+            bool more = false;
+            while ((more = next(tag)) && tag.code != 0) {
+            }
+            if (!more) return failFromReader();
+            reader_.pushBack();
+            continue;
+        }
         if (tag.is(0, "ENDSEC") || tag.is(0, "ENDBLK")) {
             const bool endsHere = entitiesSection ? tag.is(0, "ENDSEC") : tag.is(0, "ENDBLK");
-            if (!endsHere) return fail(tag.line, "unexpected " + std::string(tag.value));
+            if (!endsHere) {
+                const std::string refusal = "unexpected " + std::string(tag.value);
+                if (entitiesSection) {
+                    if (!repair(tag.line, refusal, "ENDBLK outside a block is ignored")) return false;
+                    continue;
+                }
+                if (!repair(tag.line, refusal, "a block ends without ENDBLK")) return false;
+            }
             if (!entitiesSection) reader_.pushBack();
             return true;
         }
-        if (tag.is(0, "EOF")) return fail(tag.line, "unexpected EOF inside a section");
+        if (tag.is(0, "EOF")) {
+            if (!repair(tag.line, "unexpected EOF inside a section", "a section ends without ENDSEC"))
+                return false;
+            reader_.pushBack();
+            return true;
+        }
         if (release_ && reader_.position() >= nextRelease_) {
             // Everything before this record has been copied into objects: its pages can go.
             release_(static_cast<std::size_t>(tag.value.data() - data_.data()));
@@ -707,6 +935,7 @@ bool Loader::readObjects() {
             afterAdding(o, record, es);
             continue;
         }
+        recordLines_[id.peek()] = record.line;
         afterAdding(o, record, es);
         if (file.rootDictionary.isNull()) file.rootDictionary = id;
         file.objects.push_back(id);
@@ -747,6 +976,116 @@ void Loader::applyHeader() {
     if (number(value("$LTSCALE", 40), d) && d > 0) db_->setLinetypeScale(d);
 }
 
+namespace {
+
+/// The block record a layout shows: the 330 group of its AcDbLayout section.
+DxfTag* layoutBlockPointer(std::vector<DxfTag>& groups) {
+    bool inLayout = false;
+    for (DxfTag& t : groups) {
+        if (t.code == 100) inLayout = t.value == "AcDbLayout";
+        if (inLayout && t.code == 330) return &t;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+void Loader::repairReferences() {
+    auto lineOf = [&](const DbObject* o) {
+        const auto at = recordLines_.find(o);
+        return at != recordLines_.end() ? at->second : 0;
+    };
+    auto blockAt = [&](const std::string& handleText) -> BlockTableRecord* {
+        const auto h = Handle::fromText(handleText);
+        return h ? objectCast<BlockTableRecord>(db_->getObjectId(*h).peek()) : nullptr;
+    };
+    // A layout and the block record it shows point at each other. A block record the file gave no handle has
+    // a new one, which the layout's pointer cannot know: the block record's pointer tells which layout it is.
+    std::vector<ObjectId> blocks;
+    db_->blockTable()->forEachRecord([&](SymbolTableRecord* r) { blocks.push_back(r->objectId()); });
+    for (ObjectId blockId : blocks) {
+        auto* btr = objectCast<BlockTableRecord>(blockId.peek());
+        auto* layout = objectCast<RawObject>(btr->layoutId().peek());
+        if (!layout || layout->dxfName() != "LAYOUT") continue;
+        std::vector<DxfTag> groups = layout->groups();
+        DxfTag* pointer = layoutBlockPointer(groups);
+        if (!pointer || blockAt(pointer->value)) continue;
+        warn(lineOf(layout), "the LAYOUT points at block record " + pointer->value +
+                                 ", which the file does not have; it points at " + btr->name() +
+                                 ", whose layout it is");
+        pointer->value = btr->handle().toText();
+        openObject<RawObject>(layout->objectId(), OpenMode::ForWrite)->setGroups(std::move(groups));
+    }
+    // The other way: a block record without a layout pointer, of a layout that names it.
+    for (ObjectId id : db_->fileData().objects) {
+        auto* layout = objectCast<RawObject>(id.peek());
+        if (!layout || layout->dxfName() != "LAYOUT") continue;
+        std::vector<DxfTag> groups = layout->groups();
+        const DxfTag* pointer = layoutBlockPointer(groups);
+        BlockTableRecord* btr = pointer ? blockAt(pointer->value) : nullptr;
+        if (!btr || !btr->layoutId().isNull()) continue;
+        warn(lineOf(btr),
+             "block record " + btr->name() + " has no layout pointer; it gets the LAYOUT that names it");
+        openObject<BlockTableRecord>(btr->objectId(), OpenMode::ForWrite)->setLayoutId(id);
+    }
+
+    // Every object of the OBJECTS section but the first (the root dictionary) has an owner. One the file does
+    // not give, or gives as a handle it does not have, is the dictionary that lists the object.
+    const FileData& file = db_->fileData();
+    std::vector<ObjectId> orphans;
+    for (ObjectId id : file.objects)
+        if (DbObject* o = id.peek(); o && id != file.rootDictionary && o->ownerId().isNull())
+            orphans.push_back(id);
+    if (!orphans.empty()) {
+        std::unordered_map<std::uint64_t, ObjectId> listedBy;
+        for (ObjectId id : file.objects) {
+            auto* dict = objectCast<RawObject>(id.peek());
+            if (!dict || dict->dxfName().find("DICTIONARY") == std::string::npos) continue;
+            for (const DxfTag& t : dict->groups())
+                if (t.code == 350 || t.code == 360)
+                    if (auto h = Handle::fromText(t.value)) listedBy.emplace(h->value(), id);
+        }
+        for (ObjectId id : orphans) {
+            DbObject* o = id.peek();
+            // An owner the file names but does not have is kept as the record's first group.
+            const ObjectExtras* x = o->extras();
+            const bool dangling = x && !x->keptTags.empty() && x->keptTags.front().code == 330;
+            const std::string what =
+                std::string(dxfRecordType(*o)) + " " + o->handle().toText() +
+                (dangling ? " has an owner the file does not have (" + x->keptTags.front().value + ")"
+                          : " has no owner");
+            // An object nothing lists (some writers leave a reactor's owner out) stays as it came.
+            const auto at = listedBy.find(o->handle().value());
+            if (at == listedBy.end() || at->second == id) continue;
+            warn(lineOf(o),
+                 what + "; the dictionary that lists it, " + at->second.handle().toText() + ", is taken");
+            auto ref = openObject(id, OpenMode::ForWrite);
+            ref->setOwnerId(at->second);
+            if (dangling) {
+                auto& kept = ref->editExtras().keptTags;
+                kept.erase(kept.begin());
+            }
+        }
+    }
+
+    // The handles of BLOCK and ENDBLK name nothing of ours; one an object also has is given up (saving gives
+    // the block a new one), so that no handle is written twice.
+    std::unordered_set<std::uint64_t> markers;
+    for (ObjectId blockId : blocks) {
+        auto* btr = objectCast<BlockTableRecord>(blockId.peek());
+        Handle begin = btr->blockBeginHandle(), end = btr->blockEndHandle();
+        for (Handle* h : {&begin, &end}) {
+            if (h->isNull()) continue;
+            if (!db_->getObjectId(*h, true).isNull() || !markers.insert(h->value()).second) {
+                warn(lineOf(btr), "block " + btr->name() + ": handle " + h->toText() +
+                                      " of its BLOCK or ENDBLK is used twice; the block gets a new one");
+                *h = Handle();
+            }
+        }
+        btr->setBlockBeginEndHandles(begin, end);
+    }
+}
+
 void Loader::completeFramework() {
     const std::size_t before = db_->objectCount();
     bool complete = db_->layerTable() && db_->linetypeTable() && db_->textStyleTable() && db_->dimStyleTable() &&
@@ -773,8 +1112,8 @@ DxfReadResult Loader::run() {
             break;
         }
         if (!tag.is(0, "SECTION")) {
-            fail(tag.line, "expected SECTION or EOF, found " + std::to_string(tag.code) + " " + tag.displayValue());
-            break;
+            if (!readOutsideSections(tag)) break;
+            continue;
         }
         sawSection = true;
         if (!next(tag)) {
@@ -820,6 +1159,7 @@ DxfReadResult Loader::run() {
     db_->addMissingFramework();
     for (auto& step : steps_) step();
     steps_.clear();
+    repairReferences();
     applyHeader();
     if (progress_) progress_(data_.size(), data_.size());
     result.database = std::move(db_);
@@ -829,12 +1169,13 @@ DxfReadResult Loader::run() {
 
 }  // namespace
 
-DxfReadResult readDxf(std::string_view data, const LoadProgress& progress) {
-    Loader loader(data, progress, {});
+DxfReadResult readDxf(std::string_view data, const LoadProgress& progress, const DxfReadOptions& options) {
+    Loader loader(data, progress, {}, options);
     return loader.run();
 }
 
-DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress) {
+DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress,
+                          const DxfReadOptions& options) {
     DxfReadResult result;
     // Without O_NONBLOCK, opening a named pipe waits for a writer that may never come; what is not a regular
     // file is refused below before anything is read, and a regular file reads the same either way.
@@ -852,7 +1193,7 @@ DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress&
     const std::size_t size = static_cast<std::size_t>(st.st_size);
     if (size == 0) {
         ::close(fd);
-        return readDxf(std::string_view(), progress);
+        return readDxf(std::string_view(), progress, options);
     }
     // The file is mapped rather than copied, and the part already read is handed back to the system as loading
     // goes on, so a load needs little more memory than the drawing it makes.
@@ -872,7 +1213,7 @@ DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress&
         ::madvise(const_cast<char*>(base) + released, end - released, MADV_DONTNEED);
         released = end;
     };
-    Loader loader(std::string_view(base, size), progress, release);
+    Loader loader(std::string_view(base, size), progress, release, options);
     result = loader.run();
     ::munmap(map, size);
     return result;

@@ -24,10 +24,18 @@ struct DxfReadResult {
     std::vector<std::string> warnings;
 };
 
+struct DxfReadOptions {
+    /// Refuses a file whose structure is damaged (a header variable outside its section, a table record after
+    /// its table's end, a group where a record should start) instead of repairing what a tolerant reader can
+    /// make sense of. Repairs are reported as warnings with their line either way.
+    bool strict = false;
+};
+
 /// Reads an ASCII or binary DXF file of any version from R12 to R2018. Everything the file holds is kept:
 /// what we model becomes our objects, the rest travels as kept groups and is written back on save.
-DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress = {});
+DxfReadResult readDxfFile(const std::filesystem::path& path, const LoadProgress& progress = {},
+                          const DxfReadOptions& options = {});
 /// The same for a file already in memory.
-DxfReadResult readDxf(std::string_view data, const LoadProgress& progress = {});
+DxfReadResult readDxf(std::string_view data, const LoadProgress& progress = {}, const DxfReadOptions& options = {});
 
 }  // namespace vela::db

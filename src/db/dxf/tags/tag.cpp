@@ -83,12 +83,28 @@ std::optional<std::int64_t> integerOf(const Tag& t) {
 
 }  // namespace
 
+std::optional<double> parseDecimalComma(std::string_view text) {
+    text = skipPlus(trimBlanks(text));
+    const std::size_t comma = text.find(',');
+    if (comma == std::string_view::npos || text.find(',', comma + 1) != std::string_view::npos ||
+        text.find('.') != std::string_view::npos || text.size() > 64)
+        return std::nullopt;
+    char buf[64];
+    std::memcpy(buf, text.data(), text.size());
+    buf[comma] = '.';
+    double v = 0.0;
+    const auto r = fast_float::from_chars(buf, buf + text.size(), v);
+    if (r.ec != std::errc() || r.ptr != buf + text.size() || !std::isfinite(v)) return std::nullopt;
+    return v;
+}
+
 std::optional<double> Tag::toDouble() const {
     double v = 0.0;
     if (storage == Storage::Text) {
         const std::string_view text = skipPlus(trimBlanks(value));
         const auto r = fast_float::from_chars(text.data(), text.data() + text.size(), v);
-        if (r.ec != std::errc() || r.ptr != text.data() + text.size() || text.empty()) return std::nullopt;
+        if (r.ec != std::errc() || r.ptr != text.data() + text.size() || text.empty())
+            return parseDecimalComma(text);
     } else if (storage == Storage::Double) {
         v = loadLittleEndian<double>(value);
     } else {

@@ -15,6 +15,11 @@ namespace vela::db::dxf {
 /// little-endian fixed-width form and binary chunks as raw bytes.
 enum class Storage : std::uint8_t { Text, Double, Int16, Int32, Int64, Byte, Bytes };
 
+/// A number written with a decimal comma ("1,5", " -0,25"), as writers set to some locales put them: the
+/// value, or nullopt for text that is not one (no comma, more than one, a point as well, or not a finite
+/// number).
+std::optional<double> parseDecimalComma(std::string_view text);
+
 /// One (group code, value) pair. A tag views the reader's buffer: it is valid only while that buffer
 /// lives, and copying it never allocates.
 struct Tag {
