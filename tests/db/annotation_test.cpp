@@ -347,7 +347,8 @@ TEST(Annotation, TablesFramesAndLeadersKeepWhatTheyDoNotModelAndRefuseWhatTheyCa
     // Refusals leave everything as it was.
     {
         auto ref = openObject<Table>(table->objectId(), OpenMode::ForWrite);
-        EXPECT_EQ(ref->transformBy(Matrix3d::translation({1, 0, 0})), ErrorStatus::CannotTransform);
+        EXPECT_EQ(ref->transformBy(Matrix3d::rotation(kPi / 2)), ErrorStatus::CannotTransform);
+        EXPECT_EQ(ref->transformBy(Matrix3d::scaling(2.0)), ErrorStatus::CannotTransform);
         auto f = openObject<FeatureControlFrame>(frame->objectId(), OpenMode::ForWrite);
         EXPECT_EQ(f->transformBy(Matrix3d::scaling(2.0)), ErrorStatus::CannotTransform);
         ASSERT_EQ(f->transformBy(Matrix3d::rotation(kPi / 2)), ErrorStatus::Ok);
@@ -355,6 +356,12 @@ TEST(Annotation, TablesFramesAndLeadersKeepWhatTheyDoNotModelAndRefuseWhatTheyCa
         EXPECT_NE(l->transformBy(Matrix3d::scaling(Vector3d(1, 2, 1))), ErrorStatus::Ok);
     }
     EXPECT_TRUE(table->position().isEqualTo({2, 5, 0}));
+    {
+        auto ref = openObject<Table>(table->objectId(), OpenMode::ForWrite);
+        ASSERT_EQ(ref->transformBy(Matrix3d::translation({1, 0, 0})), ErrorStatus::Ok);
+    }
+    ASSERT_EQ(table->getGeomExtents(box), ErrorStatus::Ok);
+    EXPECT_TRUE(box.isEqualTo(Extents3d({3, 3, 0}, {9, 5, 0}))) << "a move takes the block along";
     EXPECT_TRUE(frame->location().isEqualTo({-1, 1, 0}, 1e-12));
     EXPECT_TRUE(frame->direction().isEqualTo({-1, 0, 0}, 1e-12));
     EXPECT_TRUE(leader->vertices()[0].isEqualTo({-2, -1, 0}));
@@ -362,7 +369,7 @@ TEST(Annotation, TablesFramesAndLeadersKeepWhatTheyDoNotModelAndRefuseWhatTheyCa
     // The table's cells travel as they came, after the reference's groups.
     const std::string out = writeDxf(*db);
     EXPECT_NE(out.find("ACAD_TABLE\n"), std::string::npos);
-    EXPECT_NE(out.find("AcDbBlockReference\n  2\n*T1\n 10\n2"), std::string::npos) << out;
+    EXPECT_NE(out.find("AcDbBlockReference\n  2\n*T1\n 10\n3"), std::string::npos) << out;
     EXPECT_NE(out.find("AcDbTable\n280\n0\n 91\n1\n 92\n2\n141\n2.0\n142\n3.0\n142\n3.0\n"),
               std::string::npos);
     EXPECT_NE(out.find("340\nB1\n"), std::string::npos) << "the leader still points at its frame";

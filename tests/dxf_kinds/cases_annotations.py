@@ -140,7 +140,7 @@ CASES = [
     # The arrowhead's size and shape are the dimension style's: their box is not ours to compute.
     ("leaders with arrowheads", leaders_with_arrowheads, TEXT_BOXES),
     ("multileaders", multileaders, TEXT_BOXES),
-    # ezdxf keeps a table as its groups: it cannot transform one (we refuse to: the cells would have to be laid
-    # out again) and shows no layer or color to select or check by.
+    # ezdxf keeps a table as its groups: it shows no layer or color to select or check by and cannot transform
+    # one to compare with (ours only move; turned or scaled, the cells would have to be laid out again).
     ("tables", tables, {"skip": {"select", "modify", "transform"}}),
 ]

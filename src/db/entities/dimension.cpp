@@ -256,10 +256,7 @@ ErrorStatus Dimension::transformBy(const Matrix3d& m) {
     if (!database() && !block_.isNull()) return ErrorStatus::NotInDatabase;
     // A copy's block is placed by its insertion point alone: only a move keeps its drawing where its points
     // are.
-    if (insertionPoint_) {
-        for (const Vector3d& axis : {Vector3d::xAxis(), Vector3d::yAxis(), Vector3d::zAxis()})
-            if (!m.apply(axis).isEqualTo(axis, 1e-12)) return ErrorStatus::CannotTransform;
-    }
+    if (insertionPoint_ && !m.isTranslation()) return ErrorStatus::CannotTransform;
     // Otherwise the block is the drawing of this dimension and moves with it. Every entity of it must take
     // the transformation before any does, so that a refusal leaves everything as it was.
     std::vector<ObjectId> content;

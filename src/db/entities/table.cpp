@@ -17,8 +17,12 @@ void Table::dxfFields(Io& io, Self& self) {
 
 VELA_DB_DEFINE_DXF(Table)
 
-ErrorStatus Table::transformBy(const Matrix3d&) {
-    return ErrorStatus::CannotTransform;
+ErrorStatus Table::transformBy(const Matrix3d& m) {
+    if (!m.isTranslation()) return ErrorStatus::CannotTransform;
+    // The block is drawn at the insertion point: moving that point moves the whole table.
+    assertWriteEnabled();
+    position_ = m.apply(position_);
+    return ErrorStatus::Ok;
 }
 
 }  // namespace vela::db

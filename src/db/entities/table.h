@@ -11,8 +11,9 @@ class Table : public BlockReference {
   public:
     Table() = default;
 
-    /// Refused (CannotTransform): the cells are laid out by the table's style along its direction, and the
-    /// block that draws them is made from them; moving the reference alone would leave the two apart.
+    /// Moves the table; anything else is refused (CannotTransform): the cells are laid out by the table's style
+    /// along its direction, and the block that draws them is made from them, so turning or scaling the
+    /// reference alone would leave the two apart.
     ErrorStatus transformBy(const Matrix3d& transform) override;
 };
 

@@ -125,6 +125,14 @@ bool Matrix3d::isAffine(double tol) const {
            std::abs(m_[3][3] - 1.0) <= tol;
 }
 
+bool Matrix3d::isTranslation(double tol) const {
+    if (!isAffine(tol)) return false;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c)
+            if (std::abs(m_[r][c] - (r == c ? 1.0 : 0.0)) > tol) return false;
+    return true;
+}
+
 double Matrix3d::scaleFactor() const { return apply(Vector3d::xAxis()).length(); }
 
 bool Matrix3d::isUniformScaledOrthogonal(double tol) const {

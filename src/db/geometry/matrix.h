@@ -48,6 +48,8 @@ public:
     double scaleFactor() const;
     /// True when the matrix has a last row of (0, 0, 0, 1).
     bool isAffine(double tol = 1e-12) const;
+    /// True when the matrix only moves: an affine matrix whose linear part is the identity.
+    bool isTranslation(double tol = 1e-12) const;
 
 private:
     std::array<std::array<double, 4>, 4> m_;
