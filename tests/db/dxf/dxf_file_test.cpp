@@ -259,6 +259,31 @@ TEST(DxfFile, HandlesAreKeptAndSavingTwiceGivesTheSameText) {
     EXPECT_GE(r.database->handseed(), db->handseed()) << "new handles continue above every handle read";
 }
 
+TEST(DxfFile, HandlesFreedBeforeSavingAreNotGivenAgainAfterReading) {
+    auto db = makeSample();
+    const Handle seed = db->handseed();
+    {
+        // A handle taken and given back: the object is gone, the handle stays used.
+        ObjectId id;
+        ASSERT_EQ(db->appendEntity(db->modelSpaceId(), std::make_unique<Line>(), &id), ErrorStatus::Ok);
+        auto line = openObject<Line>(id, OpenMode::ForWrite);
+        ASSERT_EQ(line->erase(), ErrorStatus::Ok);
+    }
+    const std::string saved = writeDxf(*db);
+    DxfReadResult r = readDxf(saved);
+    ASSERT_TRUE(r.database);
+    EXPECT_GT(r.database->handseed().value(), seed.value());
+    EXPECT_EQ(writeDxf(*r.database), saved);
+
+    // A seed at the end of the handle range would leave no handle for the next object: it is not taken.
+    std::string spoilt = saved;
+    const std::size_t at = spoilt.find("$HANDSEED\n  5\n") + 15;
+    spoilt.replace(at, spoilt.find('\n', at) - at, "FFFFFFFFFFFFFFF0");
+    DxfReadResult s = readDxf(spoilt);
+    ASSERT_TRUE(s.database);
+    EXPECT_LT(s.database->handseed().value(), 0x1000000u);
+}
+
 TEST(DxfFile, UnknownObjectsAndGroupsTravelUnchanged) {
     // A dimension of a subtype no class models (7) is kept as it came.
     const std::string dxf =

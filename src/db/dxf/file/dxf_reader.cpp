@@ -974,6 +974,11 @@ void Loader::applyHeader() {
         db_->setCurrentLineWeight(static_cast<LineWeight>(static_cast<int>(d)));
     if (number(value("$CELTSCALE", 40), d) && d > 0) db_->setCurrentLinetypeScale(d);
     if (number(value("$LTSCALE", 40), d) && d > 0) db_->setLinetypeScale(d);
+    // Handles once given and since freed (an object created and taken back) are not handed out again. A seed
+    // near the end of the handle range would leave no room for new objects: such a seed is not taken.
+    if (const std::string* v = value("$HANDSEED", 5))
+        if (auto seed = Handle::fromText(*v); seed && seed->value() < (std::uint64_t(1) << 60))
+            db_->raiseHandseed(*seed);
 }
 
 namespace {
