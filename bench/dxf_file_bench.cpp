@@ -3,7 +3,7 @@
 // reference machine: load at least 200 MB/s and 50 times faster than ezdxf; peak memory of a load at most
 // twice the file size.
 //
-// The file is made by bench/make_big_dxf.py on first use (VELA_BENCH_DXF names another file).
+// The file is bench/big_drawing.h's.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -15,6 +15,7 @@
 #include <fstream>
 #include <string>
 
+#include "big_drawing.h"
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
 
@@ -90,15 +91,10 @@ int measureLoad(const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const char* env = std::getenv("VELA_BENCH_DXF");
-    g_file = env ? env : (fs::temp_directory_path() / "vela_bench_big.dxf").string();
     if (argc == 3 && std::string(argv[1]) == "--measure-load") return measureLoad(argv[2]);
-    if (!fs::exists(g_file)) {
-        std::fprintf(stderr, "generating %s with ezdxf (once)...\n", g_file.c_str());
-        run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/make_big_dxf.py' '" + g_file + "' 55 >&2");
-    }
-    if (!fs::exists(g_file)) {
-        std::fprintf(stderr, "cannot make %s\n", g_file.c_str());
+    g_file = vela::bench::bigDrawingPath();
+    if (g_file.empty()) {
+        std::fprintf(stderr, "cannot make the drawing to measure\n");
         return 1;
     }
     g_fileMb = static_cast<double>(fs::file_size(g_file)) / 1e6;

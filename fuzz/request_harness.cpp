@@ -92,6 +92,10 @@ std::string RequestHarness::run(std::string_view input) {
     const QJsonDocument answerDocument = QJsonDocument::fromJson(answer.toUtf8(), &parsed);
     if (parsed.error != QJsonParseError::NoError || !answerDocument.isObject())
         return slot + " answers what is no JSON object: " + answer.left(200).toStdString();
+    // Every answer is the text Qt writes for its object: one form, whether it was built as objects or as text.
+    if (const QByteArray canonical = answerDocument.toJson(QJsonDocument::Compact); canonical != answer.toUtf8())
+        return slot + " answers a text other than Qt's for the same object: " + answer.left(200).toStdString() +
+               " / " + canonical.left(200).toStdString();
     if (undo.isGroupOpen()) return slot + " leaves an undo step open";
 
     const std::string after = db::writeDxf(db);

@@ -14,7 +14,10 @@ using host::RTNORM;
 
 AssistantCommand::AssistantCommand(const catalogue::CommandRow& row, BodyFunction body)
     : row_(row), body_(std::move(body)) {
-    if (!body_ && row.body) body_ = row.body;
+    if (!body_ && row.body) {
+        body_ = row.body;
+        answersText_ = row.textBody != nullptr;
+    }
 }
 
 QString AssistantCommand::globalName() const {
@@ -55,7 +58,10 @@ int AssistantCommand::execute(host::CommandContext& context) {
             return RTNORM;
         }
     }
-    registry.SetResponse(identifier, body_(document, context));
+    if (answersText_)
+        registry.SetResponseText(identifier, row_.textBody(document, context));
+    else
+        registry.SetResponse(identifier, body_(document, context));
     return RTNORM;
 }
 

@@ -28,6 +28,8 @@ class AssistantCommand : public host::Command {
   private:
     const catalogue::CommandRow& row_;
     BodyFunction body_;
+    /// The row's body writes its response as text, which is left as it is.
+    bool answersText_ = false;
 };
 
 }  // namespace vela::bridge

@@ -22,10 +22,10 @@ void RunAssistantCommand(CommandCall& call) {
     call.requestIdentifier = registry.AddRequest(call.requestText);
     // The result code is not looked at: the response (or its absence) says everything.
     host::systemServices().runCommand(call.commandName, {call.requestIdentifier});
-    if (std::optional<QJsonObject> response = registry.TakeResponse(call.requestIdentifier))
-        call.response = *response;
+    if (std::optional<QByteArray> response = registry.TakeResponseText(call.requestIdentifier))
+        call.responseText = std::move(*response);
     else
-        call.response = MakeResult(false);
+        call.responseText = QJsonDocument(MakeResult(false)).toJson(QJsonDocument::Compact);
 }
 
 }  // namespace vela::bridge

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 
@@ -10,7 +11,7 @@ struct CommandCall {
     QString requestIdentifier;  // empty until the registry gives one
     QString requestText;        // the slot's argument, unchanged
     QString commandName;        // global name of the command to run ("_V3_CREATEBLOCKS")
-    QJsonObject response;       // {"success": false} until the command answers
+    QByteArray responseText;    // the response as compact JSON text; {"success":false} when none came
 };
 
 /// A new response object holding only "success".
@@ -19,7 +20,7 @@ QJsonObject MakeResult(bool success);
 QString ToCompactText(const QJsonObject& object);
 
 /// Parks the request, has the host run the command with the identifier as its only input, and takes the
-/// command's response out again; when the command left none, the response is {"success": false}.
+/// command's response out again, as text; when the command left none, the response is {"success": false}.
 void RunAssistantCommand(CommandCall& call);
 
 }  // namespace vela::bridge

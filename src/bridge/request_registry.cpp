@@ -1,5 +1,6 @@
 #include "bridge/request_registry.h"
 
+#include <QJsonDocument>
 #include <QUuid>
 
 namespace vela::bridge {
@@ -15,7 +16,7 @@ QString RequestRegistry::AddRequest(const QString& requestText) {
     do {
         identifier = QUuid::createUuid().toString();
     } while (pending_.contains(identifier));
-    pending_.insert(identifier, Pending{requestText, QJsonObject(), false});
+    pending_.insert(identifier, Pending{requestText, {}, {}, false, false});
     return identifier;
 }
 
@@ -34,13 +35,36 @@ void RequestRegistry::SetResponse(const QString& identifier, const QJsonObject& 
     it->answered = true;
 }
 
-std::optional<QJsonObject> RequestRegistry::TakeResponse(const QString& identifier) {
+void RequestRegistry::SetResponseText(const QString& identifier, QByteArray responseText) {
+    std::lock_guard lock(mutex_);
+    auto it = pending_.find(identifier);
+    if (it == pending_.end()) return;
+    it->response = QJsonObject();
+    it->responseText = std::move(responseText);
+    it->answered = it->asText = true;
+}
+
+std::optional<RequestRegistry::Pending> RequestRegistry::take(const QString& identifier) {
     std::lock_guard lock(mutex_);
     auto it = pending_.find(identifier);
     if (it == pending_.end() || !it->answered) return std::nullopt;
-    QJsonObject response = std::move(it->response);
+    Pending entry = std::move(*it);
     pending_.erase(it);
-    return response;
+    return entry;
+}
+
+std::optional<QJsonObject> RequestRegistry::TakeResponse(const QString& identifier) {
+    std::optional<Pending> entry = take(identifier);
+    if (!entry) return std::nullopt;
+    if (entry->asText) return QJsonDocument::fromJson(entry->responseText).object();
+    return std::move(entry->response);
+}
+
+std::optional<QByteArray> RequestRegistry::TakeResponseText(const QString& identifier) {
+    std::optional<Pending> entry = take(identifier);
+    if (!entry) return std::nullopt;
+    if (entry->asText) return std::move(entry->responseText);
+    return QJsonDocument(entry->response).toJson(QJsonDocument::Compact);
 }
 
 int RequestRegistry::size() const {

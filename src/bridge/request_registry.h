@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
 #include <QString>
@@ -26,9 +27,13 @@ public:
     std::optional<Request> FindRequest(const QString& identifier) const;
     /// Stores the response of a known request; an unknown identifier is ignored.
     void SetResponse(const QString& identifier, const QJsonObject& response);
+    /// Stores the response as the compact JSON text of its object, for responses written as text.
+    void SetResponseText(const QString& identifier, QByteArray responseText);
     /// Hands out the response of an answered request and forgets the request. An unanswered or unknown request
     /// gives nothing and stays as it is.
     std::optional<QJsonObject> TakeResponse(const QString& identifier);
+    /// As TakeResponse, the response as its compact JSON text (as it was stored, or written from the object).
+    std::optional<QByteArray> TakeResponseText(const QString& identifier);
     /// Number of parked requests (answered or not).
     int size() const;
 
@@ -36,8 +41,12 @@ private:
     struct Pending {
         QString requestText;
         QJsonObject response;
+        QByteArray responseText;  // the response when it was given as text; then `response` is empty
         bool answered = false;
+        bool asText = false;
     };
+    /// The answered request's entry, taken out; nothing when there is none.
+    std::optional<Pending> take(const QString& identifier);
     mutable std::mutex mutex_;
     QHash<QString, Pending> pending_;
 };

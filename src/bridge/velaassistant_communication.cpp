@@ -45,18 +45,23 @@ QString indented(const QJsonObject& response) {
 }
 
 // Calls a body at once in the active document, as a command would run it but without the host: no request
-// registry, no undo step (direct bodies only read the drawing or change the selection).
-QJsonObject callDirectly(const catalogue::CommandRow& row, const QString& requestText) {
-    if (!row.body) return MakeResult(false);
+// registry, no undo step (direct bodies only read the drawing or change the selection). The response comes
+// as compact JSON text.
+QByteArray callDirectly(const catalogue::CommandRow& row, const QString& requestText) {
+    if (!row.body) return QJsonDocument(MakeResult(false)).toJson(QJsonDocument::Compact);
     const QJsonDocument request =
         row.takesPayload ? QJsonDocument::fromJson(requestText.toUtf8()) : QJsonDocument();
     host::NoUserInput noUser;
     host::UserIO io({}, noUser);
     host::CommandContext context(host::activeDocument(), io);
-    if (!row.modelessOperation) return row.body(request, context);
+    auto run = [&] {
+        return row.textBody ? row.textBody(request, context)
+                            : QJsonDocument(row.body(request, context)).toJson(QJsonDocument::Compact);
+    };
+    if (!row.modelessOperation) return run();
     const QString operation = QString::fromLatin1(row.modelessOperation);
     host::editor().fireModelessOperationWillStart(operation);
-    const QJsonObject response = row.body(request, context);
+    QByteArray response = run();
     host::editor().fireModelessOperationEnded(operation);
     return response;
 }
@@ -96,19 +101,20 @@ QString CJxVelaAssistantCommunication::call(const char* slot, const QString& req
                                             .arg(requestText.size())
                                             .arg(kMaxRequestCharacters))));
     if (row.receivedLog && loggingOn()) logLine(row.receivedLog, requestText);
-    QJsonObject response;
+    QByteArray responseText;
     if (row.dispatch == catalogue::Dispatch::Direct) {
-        response = callDirectly(row, requestText);
+        responseText = callDirectly(row, requestText);
     } else {
         CommandCall call;
         call.requestText = requestText;
         call.commandName = QString::fromLatin1(row.globalName);
-        call.response = MakeResult(false);
         RunAssistantCommand(call);
-        response = call.response;
+        responseText = std::move(call.responseText);
     }
-    if (row.responseLog && loggingOn()) logLine(row.responseLog, indented(response));
-    QString text = ToCompactText(response);
+    if (row.responseLog && loggingOn())
+        logLine(row.responseLog, indented(QJsonDocument::fromJson(responseText).object()));
+    QString text = QString::fromUtf8(responseText);
+    responseText.clear();
     // Only a reading command's answer can be given up: a change has been made and its answer says so.
     if (text.size() > kMaxAnswerCharacters && row.effect == catalogue::Effect::Reads)
         text = ToCompactText(

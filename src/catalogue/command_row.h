@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -26,6 +27,15 @@ enum class Dispatch {
 /// The work of an assistant command: the parsed request (empty for commands that take none) and the command
 /// context in, the response object out. Every command has this one form.
 using Body = QJsonObject (*)(const QJsonDocument& request, host::CommandContext& context);
+/// A body that writes its response as compact JSON text itself, the text Qt would write for the object: for
+/// answers of tens of megabytes, which cost more to build as Qt's JSON objects than to find.
+using TextBody = QByteArray (*)(const QJsonDocument& request, host::CommandContext& context);
+
+/// The Body of a TextBody, for everything that wants the response as an object.
+template <TextBody Text>
+QJsonObject ObjectOfText(const QJsonDocument& request, host::CommandContext& context) {
+    return QJsonDocument::fromJson(Text(request, context)).object();
+}
 
 /// Everything about one assistant command, in one place: the page's slot that reaches it, the host command
 /// that runs it, the envelope around its body, the body, and what a model or a person needs to call it. Every
@@ -60,6 +70,9 @@ struct CommandRow {
     /// The body; null while it is not built (the host does not get the command and the slot answers
     /// {"success": false}, as for a command that leaves no response).
     Body body = nullptr;
+    /// The same body writing its response as text (body is then ObjectOfText<textBody>); the bridge sends
+    /// the text as it is. Null for most commands.
+    TextBody textBody = nullptr;
 
     // For a model or a person.
     Effect effect = Effect::Reads;

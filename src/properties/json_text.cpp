@@ -1,12 +1,23 @@
 #include "properties/json_text.h"
 
 #include <QJsonDocument>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
 #include "properties/number_text.h"
 
 namespace vela::properties {
+
+namespace {
+
+// Control characters that JSON (and Qt, whose text ours must equal) writes with a letter.
+constexpr const char* kShortEscapes[0x20] = {
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, "\\b",   "\\t",   "\\n",
+    nullptr, "\\f",   "\\r",   nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+
+}  // namespace
 
 void JsonTextWriter::beforeValue() {
     if (afterKey_) {
@@ -49,6 +60,8 @@ JsonTextWriter& JsonTextWriter::string(std::string_view utf8) {
         if (c == '"' || c == '\\') {
             out_ += '\\';
             out_ += c;
+        } else if (const char* shortEscape = byte < 0x20 ? kShortEscapes[byte] : nullptr) {
+            out_ += shortEscape;
         } else if (byte < 0x20) {
             char escape[7];
             std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(byte));
@@ -83,10 +96,20 @@ JsonTextWriter& JsonTextWriter::string(QStringView text) {
 
 JsonTextWriter& JsonTextWriter::number(double value) {
     beforeValue();
-    if (std::isfinite(value))
-        AppendShortestNumber(out_, value);
-    else
+    if (!std::isfinite(value)) {
         out_ += "null";
+        return *this;
+    }
+    // As Qt writes numbers: a whole number within the 64-bit range as an integer (Qt keeps it as one), any
+    // other in the shortest general form that reads back exactly ("0.1", "2.5e-07", "1e+20").
+    constexpr double kIntegerRange = 9223372036854775808.0;  // 2^63
+    if (value == std::trunc(value) && std::abs(value) < kIntegerRange) {
+        out_ += QByteArray::number(static_cast<qint64>(value));
+        return *this;
+    }
+    char buffer[32];
+    const std::to_chars_result r = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general);
+    out_.append(buffer, r.ptr - buffer);
     return *this;
 }
 

@@ -4,16 +4,19 @@
 #include <QJsonArray>
 #include <QStringView>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "db/geometry/vector.h"
 
 namespace vela::properties {
 
-/// Writes JSON text and reads it back once as Qt's JSON, for answers that list many entities: building Qt's
-/// JSON objects member by member costs several allocations per member, which dominated large answers, while
-/// Qt reads a whole text into one container at once. Commas are placed by the writer; keys are names given by
-/// the program (ASCII, not escaped); string values are escaped.
+/// Writes JSON text for answers that list many entities, where building Qt's JSON objects member by member
+/// (several allocations per member) would dominate: the text is read back once as Qt's JSON, or sent as it
+/// is. It is the text Qt's compact form would give for the same values (numbers, escapes), so either way the
+/// answer reads the same, provided the caller writes each object's keys in Qt's order (sorted by their
+/// bytes). Commas are placed by the writer; keys are names given by the program (ASCII, not escaped);
+/// string values are escaped.
 class JsonTextWriter {
   public:
     JsonTextWriter& beginArray() { return open('['); }
@@ -26,7 +29,8 @@ class JsonTextWriter {
     JsonTextWriter& string(QStringView text);
     /// Bytes that are not UTF-8 become U+FFFD, so the text always reads back.
     JsonTextWriter& string(std::string_view utf8);
-    /// A number in the shortest form that reads back exactly; null for infinities and NaN, which JSON lacks.
+    /// A number as Qt writes it (a whole number as an integer, any other in the shortest general form that
+    /// reads back exactly); null for infinities and NaN, which JSON lacks.
     JsonTextWriter& number(double value);
     JsonTextWriter& integer(qint64 value);
     JsonTextWriter& boolean(bool value);
@@ -49,6 +53,12 @@ class JsonTextWriter {
     void reserve(qsizetype bytes) { out_.reserve(bytes); }
     /// The text written, when it is one complete array, as Qt's JSON.
     QJsonArray toArray() const;
+    /// The text written, handed over; the writer is left empty.
+    QByteArray takeText() {
+        first_.clear();
+        afterKey_ = false;
+        return std::exchange(out_, QByteArray());
+    }
 
   private:
     JsonTextWriter& open(char bracket);

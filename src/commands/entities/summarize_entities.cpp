@@ -13,53 +13,60 @@ namespace vela::commands {
 
 namespace {
 
-// One element per entity found, in request order: its DXF record type and all its DXF groups. Written as
-// JSON text and read back once: Qt's JSON objects built group by group cost several allocations a group.
-QJsonArray summarizeHandles(const db::Database* database, const QJsonArray& handles) {
-    if (!database) return {};
-    properties::JsonTextWriter out;
-    out.reserve(handles.size() * 400);
+// One element per entity found, in request order: its DXF record type and all its DXF groups. The whole
+// answer is written as JSON text: Qt's JSON objects built group by group cost several allocations a group.
+// Keys go in Qt's order, so that the text is the one Qt would write.
+void summarizeHandles(const db::Database& database, const QJsonArray& handles, properties::JsonTextWriter& out,
+                      qsizetype& total) {
     out.beginArray();
     for (const QJsonValue& value : handles) {
         if (!value.isString()) continue;
         const QString text = value.toString();
-        auto entity = db::openObject<db::Entity>(properties::ObjectIdFromHandleText(*database, text),
+        auto entity = db::openObject<db::Entity>(properties::ObjectIdFromHandleText(database, text),
                                                  db::OpenMode::ForRead);
         if (!entity) continue;
-        out.beginObject().key("class").string(std::string_view(db::dxfRecordType(*entity)));
-        out.key("id").string(text);
+        bool isXref = false;
         if (auto* ref = db::objectCast<db::BlockReference>(entity.get())) {
             auto block = db::openObject<db::BlockTableRecord>(ref->blockTableRecord(), db::OpenMode::ForRead);
-            if (block && block->isFromExternalReference()) out.key("isXref").boolean(true);
+            isXref = block && block->isFromExternalReference();
         }
+        out.beginObject().key("class").string(std::string_view(db::dxfRecordType(*entity)));
         // The record's type is given as "class"; the groups are the rest of what a DXF file holds for it.
         out.key("dxf").beginArray();
-        CJxJsonDxfFiler filer(database, out);
+        CJxJsonDxfFiler filer(&database, out);
         db::writeDxfRecord(*entity, filer, false);
-        out.endArray().endObject();
+        out.endArray();
+        out.key("id").string(text);
+        if (isXref) out.key("isXref").boolean(true);
+        out.endObject();
+        ++total;
     }
     out.endArray();
-    return out.toArray();
+}
+
+QByteArray failure(const char* message) {
+    properties::JsonTextWriter out;
+    out.beginObject().key("errorMessages").string(std::string_view(message)).key("success").boolean(false);
+    out.endObject();
+    return out.takeText();
 }
 
 // Unknown handles, non-entities and non-strings are left out without a message.
-QJsonObject summarizeEntities(const QJsonDocument& request, host::CommandContext& context) {
-    QJsonObject response{{QStringLiteral("success"), false}};
+QByteArray summarizeEntities(const QJsonDocument& request, host::CommandContext& context) {
     const QJsonValue handles = request.object().value(QStringLiteral("handles"));
-    if (!handles.isArray()) {
-        response.insert(QStringLiteral("errorMessages"),
-                        QStringLiteral("Missing or invalid 'handles' array in input"));
-        return response;
-    }
-    if (handles.toArray().isEmpty()) {
-        response.insert(QStringLiteral("errorMessages"), QStringLiteral("Empty 'handles' array in input"));
-        return response;
-    }
-    const QJsonArray entities = summarizeHandles(context.database(), handles.toArray());
-    response.insert(QStringLiteral("success"), true);
-    response.insert(QStringLiteral("total"), entities.size());
-    response.insert(QStringLiteral("entities"), entities);
-    return response;
+    if (!handles.isArray()) return failure("Missing or invalid 'handles' array in input");
+    const QJsonArray list = handles.toArray();
+    if (list.isEmpty()) return failure("Empty 'handles' array in input");
+    properties::JsonTextWriter out;
+    out.reserve(list.size() * 400 + 64);
+    qsizetype total = 0;
+    out.beginObject().key("entities");
+    if (const db::Database* database = context.database())
+        summarizeHandles(*database, list, out, total);
+    else
+        out.beginArray().endArray();
+    out.key("success").boolean(true).key("total").integer(total).endObject();
+    return out.takeText();
 }
 
 }  // namespace
@@ -71,7 +78,8 @@ extern const catalogue::CommandRow kSummarizeEntities = {
     .responseLog = "Drawing summarization response:\n%1",
     .globalName = "_V3_SUMMARIZEENTITIES",
     .className = "CJxCommandSummarizeEntities",
-    .body = summarizeEntities,
+    .body = catalogue::ObjectOfText<summarizeEntities>,
+    .textBody = summarizeEntities,
     .effect = catalogue::Effect::Reads,
     .description =
         "Dumps entities as their DXF records: for each handle, the record type and every DXF group code "
