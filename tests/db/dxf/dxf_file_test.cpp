@@ -259,6 +259,22 @@ TEST(DxfFile, HandlesAreKeptAndSavingTwiceGivesTheSameText) {
     EXPECT_GE(r.database->handseed(), db->handseed()) << "new handles continue above every handle read";
 }
 
+TEST(DxfFile, AnglesWithinRoundingOfZeroSaveAsTheSecondSaveDoes) {
+    // Rotations a hair off zero (from a transformation's rounding) print as whole degrees: not as "-0.0", and
+    // not at all where zero is the default, as they will once read back.
+    auto db = makeSample();
+    for (double hair : {-1.2e-16, 1.2e-16}) {
+        auto text = std::make_unique<Text>();
+        text->setRotation(hair);
+        ASSERT_EQ(db->appendEntity(db->modelSpaceId(), std::move(text)), ErrorStatus::Ok);
+    }
+    const std::string first = writeDxf(*db);
+    EXPECT_EQ(first.find("-0.0\n"), std::string::npos);
+    DxfReadResult r = readDxf(first);
+    ASSERT_TRUE(r.database);
+    EXPECT_EQ(writeDxf(*r.database), first);
+}
+
 TEST(DxfFile, HandlesFreedBeforeSavingAreNotGivenAgainAfterReading) {
     auto db = makeSample();
     const Handle seed = db->handseed();

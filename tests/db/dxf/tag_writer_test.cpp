@@ -40,8 +40,9 @@ TEST(TagWriter, RepairsValuesThatWouldBreakTheFile) {
     w.writeString(1, "two\r\nlines\n");
     w.writeDouble(10, std::numeric_limits<double>::quiet_NaN());
     w.writeDouble(20, -std::numeric_limits<double>::infinity());
-    EXPECT_EQ(out, "  1\r\ntwo  lines \r\n 10\r\n0.0\r\n 20\r\n0.0\r\n");
-    EXPECT_EQ(w.repairedValues(), 3u);
+    w.writeString(4, std::string_view("de\0sk", 5));
+    EXPECT_EQ(out, "  1\r\ntwo  lines \r\n 10\r\n0.0\r\n 20\r\n0.0\r\n  4\r\ndesk\r\n");
+    EXPECT_EQ(w.repairedValues(), 4u);
 }
 
 TEST(TagWriter, RoundTripsThroughTheReader) {

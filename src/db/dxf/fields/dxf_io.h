@@ -87,7 +87,9 @@ class DxfWriteIo {
     /// Angles are radians in memory and degrees in files.
     void angle(int code, double radians) { out_.writeDouble(code, toDegrees(radians)); }
     void angle(int code, double radians, double def) {
-        if (radians != def) angle(code, radians);
+        // Compared as written: an angle within rounding of its default is the default, in this file and the
+        // next one made from it.
+        if (toDegrees(radians) != toDegrees(def)) angle(code, radians);
     }
     /// A 16-bit integer group from a member of any integer or enumeration type.
     template <class T>
@@ -197,7 +199,7 @@ class DxfWriteIo {
         // Angles that are whole degrees in memory print as whole degrees.
         const double d = radians * (180.0 / kPi);
         const double r = std::round(d);
-        return std::abs(d - r) < 1e-9 ? r : d;
+        return std::abs(d - r) < 1e-9 ? r + 0.0 : d;  // + 0.0: no "-0.0" for a hair below zero
     }
 
   private:

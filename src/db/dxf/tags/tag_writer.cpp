@@ -27,11 +27,11 @@ void TagWriter::writeCode(int code) {
 
 void TagWriter::writeString(int code, std::string_view value) {
     writeCode(code);
-    if (std::memchr(value.data(), '\n', value.size()) || std::memchr(value.data(), '\r', value.size())) {
-        const std::size_t start = out_.size();
-        out_.append(value);
-        for (std::size_t i = start; i < out_.size(); ++i)
-            if (out_[i] == '\n' || out_[i] == '\r') out_[i] = ' ';
+    // A line break would end the value's line and a NUL byte ends a string for most readers: breaks become
+    // spaces, NUL bytes are left out.
+    if (value.find_first_of(std::string_view("\n\r\0", 3)) != std::string_view::npos) {
+        for (char c : value)
+            if (c != '\0') out_ += c == '\n' || c == '\r' ? ' ' : c;
         ++repaired_;
     } else {
         out_.append(value);

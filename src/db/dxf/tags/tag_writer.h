@@ -21,7 +21,8 @@ class TagWriter {
     explicit TagWriter(std::string& out, LineEnding eol = LineEnding::Lf) : out_(out), eol_(eol) {}
 
     /// A string value. CR and LF become blanks: a value must stay on its one line or every later tag
-    /// would be misread. Each such change is counted in repairedValues().
+    /// would be misread; NUL bytes, which end a string for most readers, are left out. Each such change is
+    /// counted in repairedValues().
     void writeString(int code, std::string_view value);
     void writeComment(std::string_view text) { writeString(999, text); }
     /// Shortest text that reads back to the same double, always with a '.' or an exponent ("1.0",
