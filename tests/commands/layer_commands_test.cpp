@@ -105,6 +105,24 @@ TEST_F(LayerCommandsTest, CreateAppliesWhatItCanAndReportsEachLayer) {
     EXPECT_TRUE(layer("Bad:Name") == nullptr && db.layerTable()->size() == 5u);
 }
 
+TEST_F(LayerCommandsTest, ALayerColorCannotBeByLayerOrByBlock) {
+    addLayer("A", db::Color::fromIndex(3));
+    for (const char* color : {"0", "256", "ByLayer", "ByBlock"}) {
+        const QJsonArray results =
+            batch(kModifyLayers.body, {QJsonObject{{"name", "A"}, {"color", color}}}, true);
+        ASSERT_EQ(results.size(), 1);
+        // Index 0 reads as a color and is refused as a layer's; the names do not read as colors at all.
+        EXPECT_TRUE(results[0]["error"].toString().startsWith("Color parsing for Layer 'A' failed."))
+            << color;
+        EXPECT_EQ(layer("A")->color(), db::Color::fromIndex(3)) << color;
+    }
+    const QJsonArray created = batch(kCreateLayers.body, {QJsonObject{{"name", "B"}, {"color", "0"}}}, true);
+    EXPECT_TRUE(
+        created[0]["error"].toString().contains("must be an index from 1 to 255 or a true color, not 0"))
+        << QJsonDocument(created).toJson().constData();
+    EXPECT_EQ(layer("B")->color(), db::Color::fromIndex(7)) << "the new layer keeps the default";
+}
+
 TEST_F(LayerCommandsTest, DeleteRefusesInOrderAndJudgesUseByTheWholeDrawing) {
     const db::ObjectId used = addLayer("Used");
     line(used);

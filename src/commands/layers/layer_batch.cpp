@@ -72,6 +72,12 @@ QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const 
     const QString text = properties::PlainText(value);
     const properties::ColorParseResult parsed = properties::ParseColorText(text);
     if (parsed.status == properties::ColorParseStatus::Ok) {
+        // A layer's color is what ByLayer means: it cannot itself be ByLayer or ByBlock (index 256 or 0).
+        const int index = parsed.color.colorIndex();
+        if (!parsed.color.isByColor() && (index < 1 || index > 255))
+            return QStringLiteral("Color parsing for Layer '%1' failed. A layer's color must be an index from 1 "
+                                  "to 255 or a true color, not %2. ")
+                .arg(name, text);
         layer.setColor(parsed.color);
         return QString();
     }

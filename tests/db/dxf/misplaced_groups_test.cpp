@@ -53,6 +53,24 @@ TEST(MisplacedGroups, CommonGroupsOutsideTheEntitySectionStillGiveLayerAndColor)
     EXPECT_EQ(byHandle<Line>(*again.database, 0xA2)->layer(), "Walls");
 }
 
+TEST(MisplacedGroups, AKindWeDoNotKnowKeepsItsOwnGroupsOfTheCommonCodes) {
+    // Its own section may use the codes of color and linetype for its own values (as a style's elements do):
+    // they stay where they are, and saving twice gives the same text.
+    auto db = readClean(
+        "0\nACME_STYLED\n5\nA3\n100\nAcDbEntity\n8\n0\n100\nAcDbAcmeStyled\n49\n0.5\n62\n256\n6\nBYLAYER\n"
+        "49\n-0.5\n62\n1\n6\nDASHED\n");
+    ASSERT_TRUE(db);
+    auto* raw = byHandle<Entity>(*db, 0xA3);
+    ASSERT_TRUE(raw);
+    EXPECT_EQ(raw->color(), Color::byLayer());
+    const std::string saved = writeDxf(*db);
+    EXPECT_NE(saved.find("49\n0.5\n 62\n256\n  6\nBYLAYER\n 49\n-0.5\n 62\n1\n  6\nDASHED\n"), std::string::npos)
+        << saved;
+    DxfReadResult again = readDxf(saved);
+    ASSERT_TRUE(again.database);
+    EXPECT_EQ(writeDxf(*again.database), saved);
+}
+
 TEST(MisplacedGroups, AClassWithoutItsMarkerReadsItsGroupsFromTheRecord) {
     auto db = readClean(
         // A writer that gives only the AcDbEntity marker: the ellipse's groups follow the entity's.

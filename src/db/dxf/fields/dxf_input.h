@@ -72,6 +72,9 @@ class DxfInput {
     /// The groups every entity has (layer, linetype, color, ...) that a writer puts after a later marker are
     /// found in the "AcDbEntity" section all the same.
     void subclass(std::string_view name, int occurrence = 0);
+    /// For records of kinds we do not know: what their later sections hold may be their own groups of the same
+    /// codes, so the common part is looked for only where it belongs.
+    void keepLaterGroupsInPlace() { entityGroupsLater_ = false; }
 
     // Each reader leaves `value` unchanged when the group is absent, so members keep their defaults. A group
     // that is present but malformed is reported through error() and reading goes on.

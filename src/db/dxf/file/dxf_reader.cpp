@@ -380,6 +380,7 @@ void Loader::decode(DbObject& object, Record& record) {
     // Records of older files without subclass markers: their kept groups are filed under the markers a current
     // file has, so that they are written back where readers look for them.
     if (objectCast<Entity>(&object)) assignUnmarkedSections(in, record.type);
+    if (objectCast<RawEntity>(&object)) in.keepLaterGroupsInPlace();
     object.dxfInFields(in);
     for (const std::string& e : in.errors()) warnings_.push_back(e);
     std::vector<DxfTag> kept = std::move(record.otherAppGroups);
