@@ -24,13 +24,17 @@ const QString kError = QStringLiteral("error");
 
 // The entities named by the comma-separated handle text, in the order given and with repetitions kept (the
 // count reported back counts every mention). Handles that name nothing live are skipped without a word, and
-// so are entities on locked layers: the block would take them out of the drawing, which a lock forbids.
+// so are entities on locked layers: the block would take them out of the drawing, which a lock forbids. So
+// are parts of another entity (an attribute of a reference, a vertex of a polyline): they go with their owner,
+// never alone.
 std::vector<db::ObjectId> collectEntities(const db::Database& database, const QString& handles) {
     std::vector<db::ObjectId> ids;
     for (const QString& piece : handles.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
         const db::ObjectId id = properties::ObjectIdFromHandleText(database, piece.trimmed());
         if (id.isNull()) continue;
+        // Objects that are no entity are kept: the block then fails with a message.
         if (auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForRead)) {
+            if (!db::objectCast<db::BlockTableRecord>(entity->ownerId().peek())) continue;
             auto layer = db::openObject<db::LayerTableRecord>(entity->layerId(), db::OpenMode::ForRead);
             if (layer && layer->isLocked()) continue;
         }
