@@ -8,6 +8,11 @@ Usage:
     /usr/bin/python3 ezdxf_peer.py --query FILE.dxf LAYER [COLOR]
         load, then time msp.query('*[layer=="LAYER"]') and msp.query('*[color==COLOR]') (COLOR defaults to 1);
         prints {"load_s", "layer_query_s", "layer_hits", "color_query_s", "color_hits", "entities", ...}
+    /usr/bin/python3 ezdxf_peer.py --render FILE.dxf OUT.png SIZE SECONDS
+        load, then draw model space with the drawing add-on (matplotlib) into a SIZE x SIZE picture of its
+        extents, entity by entity, for at most SECONDS (the whole 55 MB drawing takes far longer than a benchmark
+        can wait); prints {"load_s", "drawn", "entities", "draw_s", "save_s", "projected_s"}, where projected_s is
+        the time to draw every entity at the measured rate, plus the save
 
 Times are wall-clock seconds (time.perf_counter). peak_rss_mb is the process's peak resident set size from
 getrusage, which includes the interpreter and ezdxf themselves; baseline_rss_mb is that peak just before the
@@ -92,7 +97,53 @@ def run_query(path: str, layer: str, color: int) -> dict:
     }
 
 
-USAGE = "usage: ezdxf_peer.py FILE.dxf | ezdxf_peer.py --query FILE.dxf LAYER [COLOR]"
+def run_render(path: str, out: str, size: int, seconds: float) -> dict:
+    import matplotlib
+
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
+    from ezdxf import bbox
+    from ezdxf.addons.drawing import Frontend, RenderContext
+    from ezdxf.addons.drawing.matplotlib import MatplotlibBackend
+
+    doc, load_s = load(path)
+    msp = doc.modelspace()
+    box = bbox.extents(msp, fast=True)
+    fig = plt.figure(figsize=(size / 100, size / 100), dpi=100)
+    ax = fig.add_axes([0, 0, 1, 1])
+    ctx = RenderContext(doc)
+    ctx.set_current_layout(msp)
+    frontend = Frontend(ctx, MatplotlibBackend(ax, adjust_figure=False))
+    entities = list(msp)
+    drawn = 0
+    start = time.perf_counter()
+    for entity in entities:
+        frontend.draw_entities([entity])
+        drawn += 1
+        if drawn % 256 == 0 and time.perf_counter() - start > seconds:
+            break
+    draw_s = time.perf_counter() - start
+    start = time.perf_counter()
+    frontend.out.finalize()
+    if box.has_data:
+        ax.set_xlim(box.extmin.x, box.extmax.x)
+        ax.set_ylim(box.extmin.y, box.extmax.y)
+    fig.savefig(out, dpi=100)
+    save_s = time.perf_counter() - start
+    plt.close(fig)
+    return {
+        "load_s": round(load_s, 4),
+        "drawn": drawn,
+        "entities": len(entities),
+        "draw_s": round(draw_s, 4),
+        "save_s": round(save_s, 4),
+        "projected_s": round(draw_s * len(entities) / max(drawn, 1) + save_s, 3),
+        "ezdxf": ezdxf.__version__,
+    }
+
+
+USAGE = ("usage: ezdxf_peer.py FILE.dxf | ezdxf_peer.py --query FILE.dxf LAYER [COLOR]"
+         " | ezdxf_peer.py --render FILE.dxf OUT.png SIZE SECONDS")
 
 
 def main(argv: list[str]) -> int:
@@ -106,6 +157,8 @@ def main(argv: list[str]) -> int:
                 return 2
             color = int(args[3]) if len(args) == 4 else 1
             result = run_query(args[1], args[2], color)
+        elif args and args[0] == "--render" and len(args) == 5:
+            result = run_render(args[1], args[2], int(args[3]), float(args[4]))
         else:
             print(USAGE, file=sys.stderr)
             return 2

@@ -1,6 +1,10 @@
 #include "db/undo_manager.h"
 
+#include <algorithm>
+#include <unordered_map>
+
 #include "db/database.h"
+#include "db/entity.h"
 
 namespace vela::db {
 
@@ -60,6 +64,50 @@ void UndoManager::clear() {
 const std::string& UndoManager::undoName() const {
     static const std::string none;
     return undoStack_.empty() ? none : undoStack_.back().name;
+}
+
+UndoManager::Changes UndoManager::changesSince(std::size_t step) const {
+    // For each entity touched, whether it was there before the first step looked at, and whether anything
+    // but its appearance or disappearance changed.
+    struct Seen {
+        bool before = true;
+        bool modified = false;
+        std::size_t first = 0;
+    };
+    std::unordered_map<DbObject*, Seen> seen;
+    std::size_t order = 0;
+    for (std::size_t g = step; g < undoStack_.size(); ++g)
+        for (const Record& r : undoStack_[g].records) {
+            // A part of an entity stands for the entity that owns it.
+            DbObject* object = r.object;
+            bool part = false;
+            for (DbObject* owner = object->ownerId().peek(); objectCast<Entity>(owner);
+                 owner = owner->ownerId().peek())
+                object = owner, part = true;
+            if (!objectCast<Entity>(object)) continue;
+            auto [it, added] = seen.try_emplace(object);
+            if (added) {
+                it->second.first = order++;
+                it->second.before = part || (r.kind == Record::Kind::Modified) ||
+                                    (r.kind == Record::Kind::EraseFlag && !r.erased);
+            }
+            if (r.kind == Record::Kind::Modified || part) it->second.modified = true;
+        }
+    std::vector<std::pair<std::size_t, DbObject*>> ordered;
+    for (const auto& [object, s] : seen) ordered.emplace_back(s.first, object);
+    std::sort(ordered.begin(), ordered.end());
+    Changes changes;
+    for (const auto& [first, object] : ordered) {
+        const Seen& s = seen.at(object);
+        const bool now = !object->isErased();
+        if (!s.before && now)
+            changes.created.push_back(object->objectId());
+        else if (s.before && !now)
+            changes.erased.push_back(object->objectId());
+        else if (s.before && now && s.modified)
+            changes.changed.push_back(object->objectId());
+    }
+    return changes;
 }
 
 void UndoManager::recordModify(DbObject* object) {

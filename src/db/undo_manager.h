@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "db/object_id.h"
+
 namespace vela::db {
 
 class Database;
@@ -42,6 +44,16 @@ public:
     std::size_t redo(std::size_t steps = 1);
     /// Forgets all steps (after loading a file, for example).
     void clear();
+
+    /// What the undo steps after the first `step` did, as the drawing stands now (`step` is undoCount() as it
+    /// was before them; 0: every step kept): entities that were not there and are now, entities that were and
+    /// are now erased, and entities that are still there and were changed. Parts of an entity (a polyline's
+    /// vertices, a reference's attributes) count as changes of the entity that owns them; objects that are no
+    /// entity (layers, blocks) are left out. Each list in the order the entities were first touched.
+    struct Changes {
+        std::vector<ObjectId> created, changed, erased;
+    };
+    Changes changesSince(std::size_t step) const;
     const std::string& undoName() const;
 
 private:

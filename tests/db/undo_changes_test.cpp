@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include "db/database.h"
+#include "db/entities/circle.h"
+#include "db/entities/line.h"
+#include "db/records/layer_table_record.h"
+#include "db/undo_manager.h"
+
+namespace vela::db {
+namespace {
+
+// What a picture of "what changed since step N" shows: created, changed and erased entities, as things stand.
+TEST(UndoChanges, SaysWhatStepsCreatedChangedAndErasedAsTheDrawingStandsNow) {
+    Database db;
+    UndoManager& undo = db.undoManager();
+    auto step = [&](auto&& work) {
+        undo.beginGroup();
+        work();
+        undo.endGroup();
+    };
+    auto add = [&](std::unique_ptr<Entity> e) {
+        ObjectId id;
+        EXPECT_EQ(db.appendEntity(db.modelSpaceId(), std::move(e), &id), ErrorStatus::Ok);
+        return id;
+    };
+    ObjectId kept, moved, gone, fleeting, added;
+    step([&] {
+        kept = add(std::make_unique<Line>(Point3d(0, 0), Point3d(1, 0)));
+        moved = add(std::make_unique<Line>(Point3d(0, 1), Point3d(1, 1)));
+        gone = add(std::make_unique<Circle>(Point3d(5, 5), 1));
+    });
+    const std::size_t mark = undo.undoCount();
+    step([&] { openObject<Line>(moved, OpenMode::ForWrite)->setEndPoint(Point3d(2, 1)); });
+    step([&] { openObject<Circle>(gone, OpenMode::ForWrite)->erase(); });
+    step([&] {
+        fleeting = add(std::make_unique<Circle>(Point3d(9, 9), 1));
+        added = add(std::make_unique<Circle>(Point3d(7, 7), 1));
+    });
+    step([&] { openObject<Circle>(fleeting, OpenMode::ForWrite)->erase(); });
+    step([&] {
+        ObjectId layer;
+        db.addRecord(db.layerTableId(), std::make_unique<LayerTableRecord>("New"), &layer);
+    });
+
+    UndoManager::Changes c = undo.changesSince(mark);
+    EXPECT_EQ(c.created, std::vector<ObjectId>{added}) << "one made and erased again is not there";
+    EXPECT_EQ(c.changed, std::vector<ObjectId>{moved});
+    EXPECT_EQ(c.erased, std::vector<ObjectId>{gone});
+
+    // From the beginning, everything that is there was created; undone steps no longer count.
+    c = undo.changesSince(0);
+    EXPECT_EQ(c.created, (std::vector<ObjectId>{kept, moved, added}));
+    EXPECT_TRUE(c.changed.empty() && c.erased.empty());
+    ASSERT_EQ(undo.undo(5), 5u);
+    c = undo.changesSince(mark);
+    EXPECT_TRUE(c.created.empty() && c.changed.empty() && c.erased.empty());
+}
+
+}  // namespace
+}  // namespace vela::db
