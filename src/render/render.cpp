@@ -1025,29 +1025,50 @@ QImage renderImage(const db::Database& db, const RenderOptions& options) {
     return image;
 }
 
-bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error) {
-    QFile probe(path);
-    if (!probe.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        if (error) *error = QStringLiteral("cannot write %1: %2").arg(path, probe.errorString());
-        return false;
-    }
-    probe.close();
-    QSvgGenerator svg;
-    svg.setFileName(path);
+namespace {
+
+bool paintSvg(QSvgGenerator& svg, const db::Database& db, const RenderOptions& options, const QString& what,
+              QString* error) {
     svg.setSize(options.size);
     svg.setViewBox(QRect(QPoint(0, 0), options.size));
     svg.setTitle(QStringLiteral("Drawing"));
     QPainter painter;
     if (!painter.begin(&svg)) {
-        if (error) *error = QStringLiteral("cannot write %1").arg(path);
+        if (error) *error = QStringLiteral("cannot write %1").arg(what);
         return false;
     }
     render(db, painter, options);
     if (!painter.end()) {
-        if (error) *error = QStringLiteral("cannot write %1").arg(path);
+        if (error) *error = QStringLiteral("cannot write %1").arg(what);
         return false;
     }
     return true;
+}
+
+}  // namespace
+
+bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error) {
+    // Opened here first, so that a path that cannot be written is told with the system's reason.
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        if (error) *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    QSvgGenerator svg;
+    svg.setOutputDevice(&file);
+    if (!paintSvg(svg, db, options, path, error)) return false;
+    file.close();
+    if (file.error() != QFileDevice::NoError) {
+        if (error) *error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool writeSvg(const db::Database& db, const RenderOptions& options, QIODevice& device, QString* error) {
+    QSvgGenerator svg;
+    svg.setOutputDevice(&device);
+    return paintSvg(svg, db, options, QStringLiteral("the picture"), error);
 }
 
 bool loadBundledFonts() {

@@ -14,6 +14,7 @@
 #include "db/database.h"
 #include "db/geometry/extents.h"
 
+class QIODevice;
 class QPainter;
 
 namespace vela::render {
@@ -61,6 +62,8 @@ QImage renderImage(const db::Database& db, const RenderOptions& options);
 
 /// Writes an SVG file (QSvgGenerator); false with `error` set when it cannot be written.
 bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error);
+/// The same onto a device open for writing (a buffer, to save the file in one step).
+bool writeSvg(const db::Database& db, const RenderOptions& options, QIODevice& device, QString* error);
 
 /// Makes the DejaVu Sans font files known to Qt (once), so that text looks the same on every machine. False
 /// when they cannot be found; text is then drawn in Qt's default sans-serif font.
