@@ -86,6 +86,7 @@ struct Inherited {
     std::uint8_t alpha = 255;
     double linetypeScale = 1.0;
     std::optional<QColor> overrideColor;  // highlight or ghost colour for everything under a top-level entity
+    bool ghost = false;                   // drawing an erased entity: its erased followers too
 };
 
 /// An entity's resolved display properties.
@@ -172,6 +173,8 @@ class Renderer {
                    const Pen& pen, const Placement& at);
     void drawReference(const db::BlockReference& ref, const Pen& pen, const db::LayerTableRecord* layer,
                        const Matrix3d& m, const Inherited& in, int depth);
+    Inherited inheritFrom(const db::Entity& owner, const Pen& pen, const db::LayerTableRecord* layer,
+                          const Inherited& in) const;
     void drawBlockContents(db::ObjectId block, const Matrix3d& m, const Inherited& inner, int depth);
     void drawLabels();
 
@@ -647,29 +650,36 @@ void Renderer::drawBlockContents(db::ObjectId block, const Matrix3d& m, const In
     expanding_.erase(btr);
 }
 
-void Renderer::drawReference(const db::BlockReference& ref, const Pen& pen, const db::LayerTableRecord* layer,
-                             const Matrix3d& m, const Inherited& in, int depth) {
+// What the content of a block drawn for `owner` (a reference, a dimension) takes for its by-block properties
+// and for layer "0": the owner's own, resolved.
+Inherited Renderer::inheritFrom(const db::Entity& owner, const Pen& pen, const db::LayerTableRecord* layer,
+                                const Inherited& in) const {
     Inherited inner = in;
     inner.inBlock = true;
     inner.layer = layer;
-    // The reference's own properties, resolved, for what inside says "by block".
-    db::Color color = ref.color();
+    db::Color color = owner.color();
     if (color.isByLayer())
         color = layer ? layer->color() : db::Color::fromIndex(7);
     else if (color.isByBlock())
         color = in.inBlock ? in.color : db::Color::fromIndex(7);
     inner.color = color;
-    const db::DbObject* linetype = ref.linetypeId().peek();
+    const db::DbObject* linetype = owner.linetypeId().peek();
     if (isNamed(linetype, "ByLayer")) linetype = layer ? layer->linetypeId().peek() : nullptr;
     if (isNamed(linetype, "ByBlock")) linetype = in.linetype.peek();
     inner.linetype = linetype ? linetype->objectId() : db::ObjectId();
-    int weight = static_cast<int>(ref.lineWeight());
+    int weight = static_cast<int>(owner.lineWeight());
     if (weight == static_cast<int>(db::LineWeight::ByLayer))
         weight = layer ? static_cast<int>(layer->lineWeight()) : kDefaultLineweight;
     if (weight == static_cast<int>(db::LineWeight::ByBlock))
         weight = in.inBlock ? in.lineweight : kDefaultLineweight;
     inner.lineweight = weight < 0 ? kDefaultLineweight : weight;
     inner.alpha = static_cast<std::uint8_t>(pen.color.alpha());
+    return inner;
+}
+
+void Renderer::drawReference(const db::BlockReference& ref, const Pen& pen, const db::LayerTableRecord* layer,
+                             const Matrix3d& m, const Inherited& in, int depth) {
+    Inherited inner = inheritFrom(ref, pen, layer, in);
     const Matrix3d place = ref.blockTransform();
     inner.linetypeScale = in.linetypeScale * std::abs(place.scaleFactor());
     const int columns = std::max<int>(1, ref.columnCount()), rows = std::max<int>(1, ref.rowCount());
@@ -687,7 +697,7 @@ void Renderer::drawReference(const db::BlockReference& ref, const Pen& pen, cons
     // Attributes are held in world coordinates already; they follow the reference's by-block properties.
     for (const db::ObjectId& id : ref.attributes()) {
         auto* attribute = db::objectCast<db::Attribute>(id.peek());
-        if (!attribute || attribute->isErased() || attribute->isInvisible()) continue;
+        if (!attribute || (attribute->isErased() && !in.ghost) || attribute->isInvisible()) continue;
         drawEntity(*attribute, m, inner, depth + 1);
     }
 }
@@ -804,15 +814,11 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
     } else if (auto* ref = db::objectCast<db::BlockReference>(&e)) {
         drawReference(*ref, pen, layer, m, in, depth);
     } else if (auto* dim = db::objectCast<db::Dimension>(&e)) {
-        Inherited inner = in;
-        inner.inBlock = true, inner.layer = layer;
-        db::Color color = dim->color();
-        if (color.isByLayer())
-            color = layer ? layer->color() : db::Color::fromIndex(7);
-        else if (color.isByBlock())
-            color = in.inBlock ? in.color : db::Color::fromIndex(7);
-        inner.color = color;
-        drawBlockContents(dim->dimensionBlock(), m, inner, depth);
+        // The block holds the dimension's drawing in world coordinates, or relative to its insertion point.
+        Matrix3d place = m;
+        if (dim->insertionPoint())
+            place = m * Matrix3d::translation(db::ocsToWcs(*dim->insertionPoint(), dim->normal()).asVector());
+        drawBlockContents(dim->dimensionBlock(), place, inheritFrom(*dim, pen, layer, in), depth);
     } else if (auto* leader = db::objectCast<db::Leader>(&e)) {
         std::vector<QPointF> pts;
         for (const Point3d& p : leader->vertices()) pts.push_back(at(p));
@@ -878,6 +884,7 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     }
     Inherited top;
     top.overrideColor = overrideColor;
+    top.ghost = ghost;
     if (!ghost) {
         // Hidden entities get no label either.
         const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
