@@ -5,8 +5,11 @@
 #include <QXmlStreamReader>
 #include <map>
 
+#include "db/dxf/file/dxf_reader.h"
+#include "db/entities/arc.h"
 #include "db/entities/block_reference.h"
 #include "db/entities/circle.h"
+#include "db/entities/ellipse.h"
 #include "db/entities/hatch.h"
 #include "db/entities/line.h"
 #include "db/entities/mtext.h"
@@ -360,6 +363,107 @@ TEST(Render, HighlightsGhostsLineweightsAndLabels) {
     EXPECT_EQ(countPixels(labelled, QRect(40, 44, 20, 10),
                           [](QRgb p) { return !isReddish(p) && isInk(p) && qGreen(p) != 200; }),
               0);
+}
+
+}  // namespace
+}  // namespace vela::render::test
+
+namespace vela::render::test {
+namespace {
+
+// Entities of other kinds, each where its geometry says, in one picture of 100 x 100 units.
+TEST(Render, KindsLandWhereTheirGeometrySays) {
+    db::Database db;
+    // An arc whose plane faces down: its object X axis is the world's -X, so 0..90 degrees runs from the
+    // left of its center (30, 80) to the top, mirrored from what the same angles give facing up.
+    auto arc = std::make_unique<db::Arc>(db::Point3d(30, 80), 10, 0.0, db::kPi / 2);
+    arc->setNormal(db::Vector3d(0, 0, -1));
+    add(db, std::move(arc));
+    // A polyline 6 units wide along y = 50 from x 10 to 90, and one with a half circle of radius 10 below
+    // (20, 25)-(40, 25).
+    auto wide = std::make_unique<db::Polyline>();
+    wide->addVertexAt(0, db::Point2d(60, 50));
+    wide->addVertexAt(1, db::Point2d(90, 50));
+    wide->setConstantWidth(6);
+    add(db, std::move(wide));
+    auto bulged = std::make_unique<db::Polyline>();
+    bulged->addVertexAt(0, db::Point2d(20, 25), 1.0);
+    bulged->addVertexAt(1, db::Point2d(40, 25));
+    add(db, std::move(bulged));
+    // An ellipse at (75, 20), semi-axes 15 along X and 5 along Y.
+    auto ellipse = std::make_unique<db::Ellipse>();
+    ASSERT_EQ(ellipse->set(db::Point3d(75, 20), db::Vector3d(0, 0, 1), db::Vector3d(15, 0, 0), 1.0 / 3),
+              db::ErrorStatus::Ok);
+    add(db, std::move(ellipse));
+    RenderOptions options = unitOptions(0, 0, 100, 100);
+    options.lineweights = false;
+    const QImage image = renderImage(db, options);
+    auto ink = [&](double x, double y) {  // around the drawing point (x, y)
+        return countPixels(image, QRect(static_cast<int>(x) - 1, 100 - static_cast<int>(y) - 1, 3, 3),
+                           [](QRgb p) { return isInk(p); }) > 0;
+    };
+    const double d = 10 / std::sqrt(2.0);
+    EXPECT_TRUE(ink(30 - d, 80 + d));
+    EXPECT_FALSE(ink(30 + d, 80 + d));
+    EXPECT_FALSE(ink(30 - d, 80 - d));
+    EXPECT_TRUE(ink(20, 80));
+    EXPECT_TRUE(ink(30, 90));
+    // The wide polyline fills its band (47..53) and no more.
+    EXPECT_EQ(countPixels(image, QRect(62, 48, 26, 5), [](QRgb p) { return isInk(p); }), 26 * 5);
+    EXPECT_EQ(countPixels(image, QRect(62, 40, 26, 5), [](QRgb p) { return isInk(p); }), 0);
+    // The bulge's lowest point (30, 15); nothing above the chord.
+    EXPECT_TRUE(ink(30, 15));
+    EXPECT_FALSE(ink(30, 30));
+    // The ellipse reaches x 60..90 at y 20 and y 15..25 at x 75, and is hollow.
+    for (const auto& [x, y] : {std::pair{60.0, 20.0}, {90.0, 20.0}, {75.0, 25.0}, {75.0, 15.0}})
+        EXPECT_TRUE(ink(x, y)) << x << "," << y;
+    EXPECT_FALSE(ink(75, 20));
+    EXPECT_FALSE(ink(75, 28));
+}
+
+}  // namespace
+}  // namespace vela::render::test
+
+namespace vela::render::test {
+namespace {
+
+// A block reference in red with a visible and an invisible attribute, and a green dimension whose block draws
+// a line; what lies inside says "by block".
+const std::string kOwnedDrawings =
+    "0\nSECTION\n2\nBLOCKS\n"
+    "0\nBLOCK\n5\n20\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\nTAGGED\n70\n2\n10\n0\n20\n0\n30\n0\n"
+    "0\nLINE\n5\n21\n100\nAcDbEntity\n8\n0\n62\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n20\n21\n0\n31\n0\n"
+    "0\nENDBLK\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
+    "0\nBLOCK\n5\n30\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockBegin\n2\n*D1\n70\n1\n10\n0\n20\n0\n30\n0\n"
+    "0\nLINE\n5\n31\n100\nAcDbEntity\n8\n0\n62\n0\n100\nAcDbLine\n10\n10\n20\n30.5\n30\n0\n11\n90\n21\n30."
+    "5\n31\n0\n"
+    "0\nENDBLK\n5\n32\n100\nAcDbEntity\n8\n0\n100\nAcDbBlockEnd\n"
+    "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+    "0\nINSERT\n5\nA0\n100\nAcDbEntity\n8\n0\n62\n1\n100\nAcDbBlockReference\n66\n1\n2\nTAGGED\n"
+    "10\n10\n20\n80.5\n30\n0\n"
+    "0\nATTRIB\n5\nA1\n100\nAcDbEntity\n8\n0\n62\n0\n100\nAcDbText\n10\n50\n20\n75\n30\n0\n40\n10\n1\nHEN\n"
+    "100\nAcDbAttribute\n2\nNAME\n70\n0\n"
+    "0\nATTRIB\n5\nA2\n100\nAcDbEntity\n8\n0\n100\nAcDbText\n10\n50\n20\n50\n30\n0\n40\n10\n1\nHIDDEN\n"
+    "100\nAcDbAttribute\n2\nSECRET\n70\n1\n"
+    "0\nSEQEND\n5\nA3\n100\nAcDbEntity\n8\n0\n"
+    "0\nDIMENSION\n5\nB0\n100\nAcDbEntity\n8\n0\n62\n3\n100\nAcDbDimension\n2\n*D1\n10\n90\n20\n30\n30\n0\n"
+    "11\n50\n21\n35\n31\n0\n70\n32\n100\nAcDbAlignedDimension\n13\n10\n23\n10\n33\n0\n14\n90\n24\n10\n34\n0\n"
+    "100\nAcDbRotatedDimension\n"
+    "0\nENDSEC\n0\nEOF\n";
+
+TEST(Render, OwnedDrawingsTakeTheirOwnersByBlockProperties) {
+    db::DxfReadResult read = db::readDxf(kOwnedDrawings);
+    ASSERT_TRUE(read.database) << (read.error ? read.error->text() : "");
+    const QImage image = renderImage(*read.database, unitOptions(0, 0, 100, 100));
+    auto green = [](QRgb p) { return qGreen(p) > 180 && qRed(p) < 100 && qBlue(p) < 100; };
+    // The block's line in the reference's red, from (10, 80.5) to (30, 80.5): row 19.
+    EXPECT_GT(countPixels(image, QRect(12, 19, 16, 1), isReddish), 14);
+    // The visible attribute in red between y 75 and 85, x from 50; the invisible one nowhere.
+    EXPECT_GT(countPixels(image, QRect(50, 15, 40, 10), isReddish), 30);
+    EXPECT_EQ(countPixels(image, QRect(40, 40, 60, 20), [](QRgb p) { return isInk(p); }), 0);
+    // The dimension's line in its green, at y = 30.5 (row 69).
+    EXPECT_GT(countPixels(image, QRect(12, 69, 76, 1), green), 70);
+    EXPECT_EQ(countPixels(image, QRect(0, 69, 100, 1), isReddish), 0);
 }
 
 }  // namespace
