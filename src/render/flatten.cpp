@@ -44,11 +44,110 @@ void appendBulgeSegment(std::vector<Point2d>& out, const Point2d& a, const Point
     out.push_back(b);
 }
 
+namespace {
+
+// The B-spline basis functions of degree p that are not zero at u in knot span `span`.
+void basisFunctions(std::size_t span, double u, int p, const std::vector<double>& knots,
+                    std::vector<double>& n) {
+    n.assign(static_cast<std::size_t>(p) + 1, 0.0);
+    std::vector<double> left(n.size()), right(n.size());
+    n[0] = 1.0;
+    for (std::size_t j = 1; j <= static_cast<std::size_t>(p); ++j) {
+        left[j] = u - knots[span + 1 - j];
+        right[j] = knots[span + j] - u;
+        double saved = 0.0;
+        for (std::size_t r = 0; r < j; ++r) {
+            const double denominator = right[r + 1] + left[j - r];
+            const double t = denominator != 0.0 ? n[r] / denominator : 0.0;
+            n[r] = saved + right[r + 1] * t;
+            saved = left[j - r] * t;
+        }
+        n[j] = saved;
+    }
+}
+
+// The tangent direction at the first of three points from the parabola through them, parametrised by chord
+// length.
+db::Vector3d endTangent(const Point3d& q0, const Point3d& q1, const Point3d& q2) {
+    const double h1 = q1.distanceTo(q0), h2 = q2.distanceTo(q1);
+    if (!(h1 > 0) || !(h2 > 0)) return (q1 - q0).normalized();
+    const db::Vector3d d = (q1 - q0) / h1 * ((2 * h1 + h2) / (h1 + h2)) - (q2 - q1) / h2 * (h1 / (h1 + h2));
+    return d.normalized();
+}
+
+// The cubic B-spline through the fit points as drawing programs make it: parameters by chord length, the
+// parameters themselves as inner knots, and the end tangents the spline gives (estimated when it gives none),
+// which makes two control points more than fit points. False when the points do not make one (fewer than
+// three distinct ones, or too many to solve for here).
+bool interpolateFitPoints(const db::Spline& spline, db::Spline& out) {
+    std::vector<Point3d> q;
+    for (const Point3d& p : spline.fitPoints())
+        if (q.empty() || !q.back().isEqualTo(p)) q.push_back(p);
+    if (q.size() < 3 || q.size() > 2000) return false;
+    const std::size_t n = q.size() - 1;
+    std::vector<double> u(n + 1, 0.0);
+    double total = 0.0;
+    for (std::size_t k = 1; k <= n; ++k) total += q[k].distanceTo(q[k - 1]);
+    for (std::size_t k = 1; k <= n; ++k) u[k] = u[k - 1] + q[k].distanceTo(q[k - 1]) / total;
+    u[n] = 1.0;
+    std::vector<double> knots{0, 0, 0, 0};
+    for (std::size_t k = 1; k < n; ++k) knots.push_back(u[k]);
+    knots.insert(knots.end(), {1, 1, 1, 1});
+    // Derivatives with respect to the parameter: the tangent's direction times the curve's length.
+    db::Vector3d d0 = spline.startTangent(), dn = spline.endTangent();
+    d0 = (d0.isZero() ? endTangent(q[0], q[1], q[2]) : d0.normalized()) * total;
+    dn = (dn.isZero() ? -endTangent(q[n], q[n - 1], q[n - 2]) : dn.normalized()) * total;
+    // Unknowns P0 .. P(n+2); the first two and last two follow from the ends, the others from the inner fit
+    // points, one banded row each.
+    const std::size_t count = n + 3;
+    std::vector<std::vector<double>> a(count, std::vector<double>(count, 0.0));
+    std::vector<db::Vector3d> rhs(count);
+    a[0][0] = 1, rhs[0] = q[0].asVector();
+    a[1][1] = 1, rhs[1] = q[0].asVector() + d0 * (u[1] / 3);
+    a[count - 2][count - 2] = 1, rhs[count - 2] = q[n].asVector() - dn * ((1 - u[n - 1]) / 3);
+    a[count - 1][count - 1] = 1, rhs[count - 1] = q[n].asVector();
+    std::vector<double> basis;
+    for (std::size_t k = 1; k < n; ++k) {
+        std::size_t span = 3;
+        while (span + 1 < count && knots[span + 1] <= u[k]) ++span;
+        basisFunctions(span, u[k], 3, knots, basis);
+        for (std::size_t j = 0; j <= 3; ++j) a[k + 1][span - 3 + j] = basis[j];
+        rhs[k + 1] = q[k].asVector();
+    }
+    constexpr std::size_t kBand = 4;
+    for (std::size_t k = 0; k < count; ++k) {
+        const double pivot = a[k][k];
+        if (std::abs(pivot) < 1e-12) return false;
+        for (std::size_t r = k + 1; r < std::min(count, k + kBand + 1); ++r) {
+            const double f = a[r][k] / pivot;
+            if (f == 0.0) continue;
+            for (std::size_t c = k; c < std::min(count, k + kBand + 1); ++c) a[r][c] -= f * a[k][c];
+            rhs[r] = rhs[r] - rhs[k] * f;
+        }
+    }
+    std::vector<Point3d> control(count);
+    for (std::size_t k = count; k-- > 0;) {
+        db::Vector3d v = rhs[k];
+        for (std::size_t c = k + 1; c < std::min(count, k + kBand + 1); ++c)
+            v = v - control[c].asVector() * a[k][c];
+        v = v / a[k][k];
+        control[k] = {v.x, v.y, v.z};
+    }
+    return out.setNurbsData(3, std::move(control), std::move(knots), {}) == db::ErrorStatus::Ok;
+}
+
+}  // namespace
+
 std::vector<Point3d> flattenSpline(const db::Spline& spline, double tolerance) {
     const auto& cps = spline.controlPoints();
     const auto& knots = spline.knots();
     const std::size_t p = static_cast<std::size_t>(std::max(spline.degree(), 1));
-    if (cps.empty() || knots.size() != cps.size() + p + 1) return spline.fitPoints();
+    if (cps.empty() || knots.size() != cps.size() + p + 1) {
+        // Only fit points: the curve through them.
+        db::Spline through;
+        if (interpolateFitPoints(spline, through)) return flattenSpline(through, tolerance);
+        return spline.fitPoints();
+    }
     // Each knot span gets enough stations for the length of its control polygon.
     double polygon = 0.0;
     for (std::size_t i = 1; i < cps.size(); ++i) polygon += cps[i].distanceTo(cps[i - 1]);

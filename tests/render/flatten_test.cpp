@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "db/geometry/plane.h"
@@ -121,10 +122,31 @@ TEST(Flatten, SplinesPassThroughTheirEnds) {
     double top = 0;
     for (const auto& p : pts) top = std::max(top, p.y);
     EXPECT_NEAR(top, 1.5, 1e-2);
-    // Only fit points: they are the chain.
+    // Only fit points: a smooth curve through every one of them.
     db::Spline fit;
-    fit.setFitData({{0, 0}, {1, 1}, {2, 0}});
-    EXPECT_EQ(flattenSpline(fit, 1e-3).size(), 3u);
+    const std::vector<db::Point3d> through{{0, 0}, {10, 10}, {20, 0}, {30, 5}, {40, -5}};
+    fit.setFitData(through);
+    const auto chain = flattenSpline(fit, 1e-3);
+    EXPECT_GT(chain.size(), 4 * through.size());
+    for (const db::Point3d& q : through) {
+        // Distance to the nearest chord of the chain.
+        double nearest = 1e9;
+        for (std::size_t i = 1; i < chain.size(); ++i) {
+            const db::Vector3d d = chain[i] - chain[i - 1];
+            const double t = std::clamp((q - chain[i - 1]).dot(d) / std::max(d.dot(d), 1e-300), 0.0, 1.0);
+            nearest = std::min(nearest, (chain[i - 1] + d * t).distanceTo(q));
+        }
+        EXPECT_LT(nearest, 0.01) << q.x;
+    }
+    // Smooth: no corner at the second fit point, unlike the straight chain through them.
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < chain.size(); ++i)
+        if (chain[i].distanceTo(through[1]) < chain[at].distanceTo(through[1])) at = i;
+    ASSERT_GT(at, 0u);
+    ASSERT_LT(at + 1, chain.size());
+    const db::Vector3d in = (chain[at] - chain[at - 1]).normalized(),
+                       out = (chain[at + 1] - chain[at]).normalized();
+    EXPECT_GT(in.dot(out), 0.95);
 }
 
 }  // namespace
