@@ -568,12 +568,14 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
     struct Line {
         std::vector<Piece> pieces;
         double width = 0.0, height = 0.0;
+        std::optional<TextParagraph::Align> align;
     };
     std::vector<Line> lines;
     for (const TextParagraph& para : parseMText(contents, height)) {
         lines.emplace_back();
+        lines.back().align = para.align;
         // Words (with the spaces after them) are the units a line breaks between.
-        for (const TextRun& run : para) {
+        for (const TextRun& run : para.runs) {
             QColor color = pen.color;
             if (run.trueColor)
                 color = *run.trueColor;
@@ -598,6 +600,7 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                 if (width > 0 && !line.pieces.empty() && line.width + trimmed > width * 1.0001 &&
                     !run.nonBreaking) {
                     lines.emplace_back();
+                    lines.back().align = para.align;
                 }
                 Line& target = lines.back();
                 target.pieces.push_back({w, run.height, run.widthFactor, adv, color, false});
@@ -628,7 +631,21 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
     const QTransform toPx = at.planeToPixels(location, xDir.normalized(), yDir);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const Line& l = lines[i];
-        double x = dx + (col == 0 ? 0.0 : col == 1 ? (boxWidth - l.width) / 2 : boxWidth - l.width);
+        // A paragraph's own alignment, else the attachment's, places the line in the box.
+        int align = col;
+        if (l.align)
+            align = *l.align == TextParagraph::Align::Left     ? 0
+                    : *l.align == TextParagraph::Align::Center ? 1
+                                                               : 2;
+        // The space after a line's last word takes no room at its end.
+        double shown = l.width;
+        if (!l.pieces.empty()) {
+            const Piece& last = l.pieces.back();
+            QString trimmed = last.text;
+            while (trimmed.endsWith(QChar(' '))) trimmed.chop(1);
+            shown -= last.advance - textAdvance(trimmed, last.height, last.widthFactor);
+        }
+        double x = dx + (align == 0 ? 0.0 : align == 1 ? (boxWidth - shown) / 2 : boxWidth - shown);
         for (const Piece& p : l.pieces) {
             QPainterPath path;
             addTextRun(path, p.text, x, baselines[i] + dy, p.height, p.widthFactor);

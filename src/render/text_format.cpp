@@ -52,9 +52,23 @@ bool takeUnicodeEscape(std::string_view s, QString& out) {
     return true;
 }
 
-// Appends a plain stretch of UTF-8 text (no codes in it).
+// Appends a plain stretch of UTF-8 text. Files write control characters as "^" and the character 64 places
+// on ("^I" a tab, "^J" a line feed), and a caret itself as "^ "; none of them is shown but as a space.
 void appendUtf8(std::string_view s, QString& out) {
-    out += QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+    std::string plain;
+    plain.reserve(s.size());
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == '^' && i + 1 < s.size() && s[i + 1] >= '@' && s[i + 1] <= '_') {
+            plain += ' ', ++i;
+        } else if (s[i] == '^' && i + 1 < s.size() && s[i + 1] == ' ') {
+            plain += '^', ++i;
+        } else if (s[i] == '\t' || s[i] == '\n' || s[i] == '\r') {
+            plain += ' ';
+        } else {
+            plain += s[i];
+        }
+    }
+    out += QString::fromUtf8(plain.data(), static_cast<qsizetype>(plain.size()));
 }
 
 struct RunStyle {
@@ -121,12 +135,41 @@ class MTextParser {
             case 'N':
             case 'X':
                 flush(), paragraphs_.emplace_back();
+                // Paragraph settings hold until changed.
+                paragraphs_.back().align = paragraphs_[paragraphs_.size() - 2].align;
                 break;
+            case 'p': {
+                // "\pxi-3,l3,qc;": of its settings only the alignment (q and l, c, r, j) is taken here.
+                const std::string_view arg = argument();
+                if (arg.find('*') != std::string_view::npos && arg.find('q') == std::string_view::npos)
+                    paragraphs_.back().align.reset();
+                const std::size_t q = arg.find('q');
+                if (q != std::string_view::npos && q + 1 < arg.size()) {
+                    using Align = TextParagraph::Align;
+                    switch (arg[q + 1]) {
+                        case 'c':
+                            paragraphs_.back().align = Align::Center;
+                            break;
+                        case 'r':
+                            paragraphs_.back().align = Align::Right;
+                            break;
+                        case 'l':
+                        case 'j':
+                        case 'd':
+                            paragraphs_.back().align = Align::Left;
+                            break;
+                        default:
+                            paragraphs_.back().align.reset();
+                            break;
+                    }
+                }
+                break;
+            }
             case '~': {
                 flush();
                 TextRun run = makeRun(QStringLiteral(" "));
                 run.nonBreaking = true;
-                paragraphs_.back().push_back(run);
+                paragraphs_.back().runs.push_back(run);
                 break;
             }
             case '\\':
@@ -187,7 +230,6 @@ class MTextParser {
             case 'Q':
             case 'T':
             case 'A':
-            case 'p':
                 argument();
                 break;
             case 'L':
@@ -213,7 +255,7 @@ class MTextParser {
 
     void flush() {
         if (text_.isEmpty()) return;
-        paragraphs_.back().push_back(makeRun(text_));
+        paragraphs_.back().runs.push_back(makeRun(text_));
         text_.clear();
     }
 

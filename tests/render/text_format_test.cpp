@@ -7,7 +7,7 @@ namespace {
 
 QString joined(const TextParagraph& p) {
     QString s;
-    for (const TextRun& r : p) s += r.text;
+    for (const TextRun& r : p.runs) s += r.text;
     return s;
 }
 
@@ -29,7 +29,7 @@ TEST(TextFormat, MTextSplitsParagraphsAndKeepsOnlyShownText) {
     EXPECT_EQ(joined(paras[2]), QStringLiteral("a1/2b {x}"));
     // The non-breaking space is a run of its own that a line must not be broken at.
     int nonBreaking = 0;
-    for (const TextRun& r : paras[1]) nonBreaking += r.nonBreaking;
+    for (const TextRun& r : paras[1].runs) nonBreaking += r.nonBreaking;
     EXPECT_EQ(nonBreaking, 1);
     EXPECT_EQ(joined(parseMText("\\A1;\\Q15;\\T1.2;\\pxi-3,l3;%%c5", 1)[0]), QString::fromUtf8("\u23005"));
 }
@@ -37,7 +37,7 @@ TEST(TextFormat, MTextSplitsParagraphsAndKeepsOnlyShownText) {
 TEST(TextFormat, MTextHeightsColoursAndGroupsApplyToTheirRunsOnly) {
     const auto paras = parseMText("a{\\H2x;\\C1;b\\H0.5;c}d\\c255;e\\W0.8;f", 3.0);
     ASSERT_EQ(paras.size(), 1u);
-    const TextParagraph& p = paras[0];
+    const std::vector<TextRun>& p = paras[0].runs;
     ASSERT_EQ(p.size(), 6u);
     EXPECT_EQ(p[0].text, QStringLiteral("a"));
     EXPECT_DOUBLE_EQ(p[0].height, 3.0);
@@ -61,13 +61,32 @@ TEST(TextFormat, MTextHeightsColoursAndGroupsApplyToTheirRunsOnly) {
     EXPECT_EQ(*p[5].trueColor, QColor(255, 0, 0));
 }
 
+TEST(TextFormat, ParagraphAlignmentHoldsUntilChanged) {
+    using Align = TextParagraph::Align;
+    const auto paras = parseMText("a\\P\\pxqr;b\\Pc\\P\\pxi-3,l3,qc;d\\P\\pq*;e\\P\\pi2;f", 1.0);
+    ASSERT_EQ(paras.size(), 6u);
+    EXPECT_FALSE(paras[0].align);
+    EXPECT_EQ(paras[1].align, Align::Right);
+    EXPECT_EQ(paras[2].align, Align::Right);
+    EXPECT_EQ(paras[3].align, Align::Center);
+    EXPECT_FALSE(paras[4].align);  // back to the attachment's
+    EXPECT_FALSE(paras[5].align);  // an indent alone changes no alignment
+    EXPECT_EQ(joined(paras[3]), QStringLiteral("d"));
+}
+
+TEST(TextFormat, CaretControlCharactersShowAsSpaces) {
+    EXPECT_EQ(decodeTextCodes("abc^Idef ^ x ^a"), QStringLiteral("abc def ^x ^a"));
+    EXPECT_EQ(joined(parseMText("\\pxi-3;\xE2\x80\xA2^Ifirst", 1.0)[0]),
+              QString(QChar(0x2022)) + QStringLiteral(" first"));
+}
+
 TEST(TextFormat, BrokenCodesEndQuietly) {
     // An unclosed group, a code at the very end and a height without its ';' lose nothing before them.
     const auto paras = parseMText("abc{\\H", 1.0);
     ASSERT_EQ(paras.size(), 1u);
     EXPECT_EQ(joined(paras[0]), QStringLiteral("abc"));
     EXPECT_EQ(joined(parseMText("x}}y\\", 1.0)[0]), QStringLiteral("xy\\"));
-    EXPECT_TRUE(parseMText("", 1.0)[0].empty());
+    EXPECT_TRUE(parseMText("", 1.0)[0].runs.empty());
 }
 
 }  // namespace
