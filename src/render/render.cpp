@@ -39,6 +39,7 @@
 #include "db/records/layer_table_record.h"
 #include "db/records/linetype_table_record.h"
 #include "render/flatten.h"
+#include "render/pattern_file.h"
 #include "render/text_format.h"
 
 namespace vela::render {
@@ -427,6 +428,39 @@ void Renderer::drawPolyline2d(const db::Polyline2d& pl, const Pen& pen, const Pl
     strokeOcs(line, pl.elevation(), pl.normal(), closed, pen, at);
 }
 
+// The pattern lines of a hatch whose record gives none (some programs write only the pattern's name): a user
+// pattern's one or two families from its angle and spacing, a predefined one's from the bundled pattern
+// files, turned and scaled as the hatch says.
+std::vector<db::HatchPatternLine> impliedPatternLines(const db::Hatch& h, const db::Database& db) {
+    std::vector<db::HatchPatternLine> out;
+    const double a = h.patternAngle(), s = h.patternScale() > 0 ? h.patternScale() : 1.0;
+    if (h.patternType() == db::Hatch::PatternType::UserDefined) {
+        const double space = h.patternSpace() > 0 ? h.patternSpace() : 1.0;
+        for (int k = 0; k < (h.patternDouble() ? 2 : 1); ++k) {
+            db::HatchPatternLine line;
+            line.angle = a + k * db::kPi / 2;
+            line.offset = {-std::sin(line.angle) * space, std::cos(line.angle) * space};
+            out.push_back(line);
+        }
+        return out;
+    }
+    for (const PatternFamily& family :
+         bundledPattern(h.patternName(), db.measurement() == db::MeasurementSystem::Metric)) {
+        const double c = std::cos(a), sn = std::sin(a);
+        db::HatchPatternLine line;
+        line.angle = family.angle + a;
+        line.base = {(family.originX * c - family.originY * sn) * s,
+                     (family.originX * sn + family.originY * c) * s};
+        // The file's offset runs along (x) and across (y) the family's lines.
+        const double fc = std::cos(line.angle), fs = std::sin(line.angle);
+        line.offset = {(family.alongX * fc - family.acrossY * fs) * s,
+                       (family.alongX * fs + family.acrossY * fc) * s};
+        for (const double d : family.dashes) line.dashes.push_back(d * s);
+        out.push_back(line);
+    }
+    return out;
+}
+
 void Renderer::drawHatch(const db::Hatch& h, const Pen& pen, const Placement& at) {
     std::vector<std::vector<Point2d>> loops;
     QPainterPath area;
@@ -450,7 +484,9 @@ void Renderer::drawHatch(const db::Hatch& h, const Pen& pen, const Placement& at
     thin.width = std::min(pen.width, 1.0);
     QColor shade = pen.color;
     shade.setAlphaF(shade.alphaF() * 0.3);
-    for (const db::HatchPatternLine& line : h.patternLines()) {
+    const std::vector<db::HatchPatternLine> implied =
+        h.patternLines().empty() ? impliedPatternLines(h, db_) : std::vector<db::HatchPatternLine>{};
+    for (const db::HatchPatternLine& line : h.patternLines().empty() ? implied : h.patternLines()) {
         const double spacing =
             std::abs(-std::sin(line.angle) * line.offset.x + std::cos(line.angle) * line.offset.y);
         bool tooMany = spacing * at.pixelsPerUnit() < kFinestHatchSpacingPixels;

@@ -155,6 +155,40 @@ TEST(Render, HatchIslandStaysEmptyInsideFilledRing) {
     }
 }
 
+TEST(Render, HatchWithoutPatternLinesTakesThemFromItsPattern) {
+    auto picture = [](db::Hatch::PatternType type, const char* name, bool twice) {
+        db::Database db;
+        auto h = std::make_unique<db::Hatch>();
+        h->setPattern(type, name);
+        h->setPatternSpace(10);
+        h->setPatternDouble(twice);
+        EXPECT_EQ(h->appendLoop(square(0, 0, 100, db::HatchLoop::kExternal)), db::ErrorStatus::Ok);
+        add(db, std::move(h));
+        RenderOptions options = unitOptions(0, 0, 100, 100);
+        options.lineweights = false;
+        return renderImage(db, options);
+    };
+    auto inkIn = [](const QImage& image, QRect r) {
+        return countPixels(image, r, [](QRgb p) { return isInk(p); });
+    };
+    // A user pattern 10 apart through the origin: rows at y = 10, 20, ...; crossed by columns when doubled.
+    const QImage single = picture(db::Hatch::PatternType::UserDefined, "_USER", false);
+    EXPECT_GT(inkIn(single, QRect(2, 49, 96, 2)), 90);
+    EXPECT_EQ(inkIn(single, QRect(2, 44, 96, 2)), 0);
+    const QImage doubled = picture(db::Hatch::PatternType::UserDefined, "_USER", true);
+    EXPECT_GT(inkIn(doubled, QRect(2, 44, 96, 2)), 10);
+    EXPECT_GT(inkIn(doubled, QRect(49, 2, 2, 96)), 90);
+    // A predefined pattern by name from the bundled file: slanted lines (3.175 apart) over the whole area.
+    const QImage slanted = picture(db::Hatch::PatternType::Predefined, "ANSI31", false);
+    const int inked = inkIn(slanted, QRect(0, 0, 100, 100));
+    EXPECT_GT(inked, 1500);
+    EXPECT_LT(inked, 7000);
+    for (int y = 10; y < 100; y += 20) EXPECT_GT(inkIn(slanted, QRect(0, y, 100, 1)), 15) << y;
+    EXPECT_EQ(
+        inkIn(picture(db::Hatch::PatternType::Predefined, "NO_SUCH_PATTERN", false), QRect(0, 0, 100, 100)),
+        0);
+}
+
 TEST(Render, TextLandsInItsBox) {
     db::Database db;
     // Capital letters of height 20 standing on the baseline y = 30 from x = 10: their ink lies in
