@@ -599,7 +599,7 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
         QString text;
         double height, widthFactor, advance;
         QColor color;
-        bool space;
+        bool underline, overline, strikeThrough;
     };
     struct Line {
         std::vector<Piece> pieces;
@@ -639,7 +639,8 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                     lines.back().align = para.align;
                 }
                 Line& target = lines.back();
-                target.pieces.push_back({w, run.height, run.widthFactor, adv, color, false});
+                target.pieces.push_back({w, run.height, run.widthFactor, adv, color, run.underline,
+                                         run.overline, run.strikeThrough});
                 target.width += adv;
                 target.height = std::max(target.height, run.height);
             }
@@ -684,7 +685,13 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
         double x = dx + (align == 0 ? 0.0 : align == 1 ? (boxWidth - shown) / 2 : boxWidth - shown);
         for (const Piece& p : l.pieces) {
             QPainterPath path;
-            addTextRun(path, p.text, x, baselines[i] + dy, p.height, p.widthFactor);
+            const double base = baselines[i] + dy;
+            addTextRun(path, p.text, x, base, p.height, p.widthFactor);
+            // Lines under, over and through the text, a fifteenth of its height thick.
+            for (const auto& [on, at] :
+                 {std::pair{p.underline, -0.2}, {p.overline, 1.2}, {p.strikeThrough, 0.5}})
+                if (on)
+                    path.addRect(QRectF(x, base + at * p.height - p.height / 30, p.advance, p.height / 15));
             fill(toPx.map(path), p.color);
             x += p.advance;
         }

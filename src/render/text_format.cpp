@@ -76,6 +76,7 @@ struct RunStyle {
     double widthFactor = 1.0;
     std::optional<int> colorIndex;
     std::optional<QColor> trueColor;
+    bool underline = false, overline = false, strikeThrough = false;
 };
 
 class MTextParser {
@@ -234,10 +235,15 @@ class MTextParser {
                 break;
             case 'L':
             case 'l':
+                flush(), style_.underline = k == 'L';
+                break;
             case 'O':
             case 'o':
+                flush(), style_.overline = k == 'O';
+                break;
             case 'K':
             case 'k':
+                flush(), style_.strikeThrough = k == 'K';
                 break;
             default:
                 // An unknown code: its letter is left out, as drawing programs do.
@@ -250,6 +256,8 @@ class MTextParser {
         run.text = std::move(text);
         run.height = style_.height, run.widthFactor = style_.widthFactor;
         run.colorIndex = style_.colorIndex, run.trueColor = style_.trueColor;
+        run.underline = style_.underline, run.overline = style_.overline,
+        run.strikeThrough = style_.strikeThrough;
         return run;
     }
 

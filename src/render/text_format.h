@@ -22,6 +22,7 @@ struct TextRun {
     std::optional<int> colorIndex;    // a palette index given by \C
     std::optional<QColor> trueColor;  // a colour given by \c
     bool nonBreaking = false;         // made of \~ spaces: no line break inside
+    bool underline = false, overline = false, strikeThrough = false;
 };
 
 /// A paragraph: the runs between two \P, and its alignment when a \p code gave one.

@@ -261,6 +261,24 @@ TEST(Render, MTextRightAlignedParagraphWrapsAtItsWidth) {
     EXPECT_GT(first.left(), 15);
 }
 
+TEST(Render, MTextUnderlineLiesBelowTheBaseline) {
+    auto picture = [](const char* contents) {
+        db::Database db;
+        auto m = std::make_unique<db::MText>();
+        m->setLocation(db::Point3d(10, 90));
+        m->setTextHeight(10);
+        m->setContents(contents);
+        add(db, std::move(m));
+        return renderImage(db, unitOptions(0, 0, 100, 100));
+    };
+    // Baseline y = 80 (row 20); the underline 2 units below it, rows 21 to 23.
+    auto below = [](const QImage& image) {
+        return countPixels(image, QRect(12, 21, 20, 3), [](QRgb p) { return isInk(p); });
+    };
+    EXPECT_EQ(below(picture("HEN")), 0);
+    EXPECT_GT(below(picture("\\LHEN")), 15);
+}
+
 TEST(Render, IndexSevenFollowsTheBackground) {
     db::Database db;
     add(db, line(10, 50.5, 90, 50.5, 7));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace vela::render {
 namespace {
 
@@ -59,6 +61,19 @@ TEST(TextFormat, MTextHeightsColoursAndGroupsApplyToTheirRunsOnly) {
     EXPECT_DOUBLE_EQ(p[4].widthFactor, 1.0);
     EXPECT_DOUBLE_EQ(p[5].widthFactor, 0.8);
     EXPECT_EQ(*p[5].trueColor, QColor(255, 0, 0));
+}
+
+TEST(TextFormat, LinesUnderOverAndThroughRunUntilSwitchedOff) {
+    const auto runs = parseMText("a\\Lb\\Oc\\ld\\o\\Ke\\kf", 1.0)[0].runs;
+    ASSERT_EQ(runs.size(), 6u);
+    const std::vector<std::array<bool, 3>> expected{{false, false, false}, {true, false, false},
+                                                    {true, true, false},   {false, true, false},
+                                                    {false, false, true},  {false, false, false}};
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        EXPECT_EQ(runs[i].underline, expected[i][0]) << i;
+        EXPECT_EQ(runs[i].overline, expected[i][1]) << i;
+        EXPECT_EQ(runs[i].strikeThrough, expected[i][2]) << i;
+    }
 }
 
 TEST(TextFormat, ParagraphAlignmentHoldsUntilChanged) {
