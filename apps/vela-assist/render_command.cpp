@@ -24,6 +24,13 @@ constexpr int kLargestSide = 16384;
 // Drawings with at least this many entities in the space drawn show their progress.
 constexpr std::size_t kProgressFrom = 20000;
 
+// Qt's notes about the session it runs in (no runtime folder on a headless machine) say nothing about the
+// picture; its other messages are passed on.
+void qtMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type < QtWarningMsg || message.startsWith(QLatin1String("QStandardPaths:"))) return;
+    std::fprintf(stderr, "vela-assist render: %s\n", message.toLocal8Bit().constData());
+}
+
 int badArguments(const std::string& why) {
     std::fprintf(stderr, "vela-assist render: %s\n%s", why.c_str(), kUsage);
     return 2;
@@ -150,6 +157,7 @@ int renderCommand(const std::vector<std::string>& args) {
 
     // Text is drawn through Qt's fonts, which need an application object; no display is needed.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler(qtMessages);
     static int argc = 1;
     static char name[] = "vela-assist";
     static char* argv[] = {name, nullptr};
