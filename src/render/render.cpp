@@ -244,15 +244,65 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     return true;
 }
 
+// The part of the segment p..q (as fractions 0..1 of it) inside `r`; false when none is.
+bool clipSegment(const QPointF& p, const QPointF& q, const QRectF& r, double& t0, double& t1) {
+    t0 = 0.0, t1 = 1.0;
+    const double dx = q.x() - p.x(), dy = q.y() - p.y();
+    const double pk[4] = {-dx, dx, -dy, dy};
+    const double qk[4] = {p.x() - r.left(), r.right() - p.x(), p.y() - r.top(), r.bottom() - p.y()};
+    for (int i = 0; i < 4; ++i) {
+        if (pk[i] == 0.0) {
+            if (qk[i] < 0) return false;
+            continue;
+        }
+        const double t = qk[i] / pk[i];
+        if (pk[i] < 0)
+            t0 = std::max(t0, t);
+        else
+            t1 = std::min(t1, t);
+    }
+    return t0 <= t1;
+}
+
 void Renderer::stroke(const std::vector<QPointF>& points, bool closed, const Pen& pen, double patternPixels) {
     if (points.empty()) return;
     QPen qpen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    QPen dotPen = qpen;
+    dotPen.setCapStyle(Qt::RoundCap);
+    const double margin = pen.width + 4.0;
+    const QRectF view = QRectF(QPointF(0, 0), QSizeF(frame_.size)).adjusted(-margin, -margin, margin, margin);
+    painter_.setBrush(Qt::NoBrush);
     if (points.size() == 1) {
-        qpen.setCapStyle(Qt::RoundCap);
-        painter_.setPen(qpen);
+        if (!view.contains(points[0])) return;
+        painter_.setPen(dotPen);
         painter_.drawPoint(points[0]);
         return;
     }
+    // Only what lies in the picture is drawn (painting engines cannot take coordinates far beyond it), each
+    // visible piece known by its distance along the whole chain so that dashes keep their phase.
+    struct Piece {
+        QPointF from, to;               // the whole segment
+        double start, length;           // its distance along the chain, its length
+        double visibleFrom, visibleTo;  // distances along the chain of its visible part
+    };
+    std::vector<Piece> pieces;
+    const std::size_t n = points.size(), segments = closed ? n : n - 1;
+    double along = 0.0, visible = 0.0;
+    for (std::size_t i = 0; i < segments; ++i) {
+        const QPointF& p = points[i];
+        const QPointF& q = points[(i + 1) % n];
+        const double length = QLineF(p, q).length();
+        double t0, t1;
+        if (length > 0 && std::isfinite(length) && clipSegment(p, q, view, t0, t1)) {
+            pieces.push_back({p, q, along, length, along + t0 * length, along + t1 * length});
+            visible += (t1 - t0) * length;
+        }
+        if (std::isfinite(length)) along += length;
+    }
+    if (pieces.empty()) return;
+    auto at = [](const Piece& piece, double distance) {
+        return piece.from + (piece.to - piece.from) * ((distance - piece.start) / piece.length);
+    };
     std::vector<double> dashes;
     double period = 0.0;
     if (pen.linetype)
@@ -260,59 +310,57 @@ void Renderer::stroke(const std::vector<QPointF>& points, bool closed, const Pen
             dashes.push_back(d.length * patternPixels);
             period += std::abs(d.length * patternPixels);
         }
-    double total = 0.0;
-    const std::size_t n = points.size();
-    for (std::size_t i = 1; i < n; ++i) total += QLineF(points[i - 1], points[i]).length();
-    if (closed) total += QLineF(points[n - 1], points[0]).length();
-    const bool dashed = !dashes.empty() && period >= kFinestPatternPixels && total / period < 20000;
-    painter_.setBrush(Qt::NoBrush);
+    const bool dashed = !dashes.empty() && period >= kFinestPatternPixels && visible / period < 100000;
+    painter_.setPen(qpen);
+    QPolygonF run;  // the chain drawn so far, continued while pieces join up
+    double runEnd = -1.0;
+    auto flush = [&] {
+        if (run.size() > 1) painter_.drawPolyline(run);
+        run.clear();
+    };
+    auto extend = [&](const QPointF& from, double fromDistance, const QPointF& to, double toDistance) {
+        if (run.isEmpty() || std::abs(fromDistance - runEnd) > 1e-9) {
+            flush();
+            run << from;
+        }
+        run << to;
+        runEnd = toDistance;
+    };
     if (!dashed) {
-        painter_.setPen(qpen);
-        QPolygonF poly(points.begin(), points.end());
-        if (closed)
-            painter_.drawPolygon(poly);
-        else
-            painter_.drawPolyline(poly);
+        const bool whole = closed && pieces.size() == segments &&
+                           pieces.front().visibleFrom == pieces.front().start &&
+                           std::all_of(pieces.begin(), pieces.end(), [](const Piece& p) {
+                               return p.visibleFrom == p.start && p.visibleTo == p.start + p.length;
+                           });
+        if (whole) {
+            painter_.drawPolygon(QPolygonF(points.begin(), points.end()));
+            return;
+        }
+        for (const Piece& p : pieces)
+            extend(at(p, p.visibleFrom), p.visibleFrom, at(p, p.visibleTo), p.visibleTo);
+        flush();
         return;
     }
     // Our own dashing along the chain, so that the pattern runs on through vertices and keeps its length in
     // drawing units whatever the pen's width.
-    painter_.setPen(qpen);
-    QPen dotPen = qpen;
-    dotPen.setCapStyle(Qt::RoundCap);
-    std::size_t element = 0;
-    double left = std::abs(dashes[0]);  // of the current element
-    QPolygonF dash;
-    auto segmentCount = closed ? n : n - 1;
-    for (std::size_t i = 0; i < segmentCount; ++i) {
-        QPointF a = points[i];
-        const QPointF b = points[(i + 1) % n];
-        double length = QLineF(a, b).length();
-        while (length > 0) {
-            const double d = dashes[element];
-            const double step = std::min(left, length);
-            const QPointF c = a + (b - a) * (step / length);
-            if (d > 0) {
-                if (dash.isEmpty()) dash << a;
-                dash << c;
-            }
-            a = c, length -= step, left -= step;
-            if (left <= 1e-9) {
-                if (d > 0 && !dash.isEmpty()) painter_.drawPolyline(dash), dash.clear();
-                if (d == 0) {
-                    painter_.setPen(dotPen), painter_.drawPoint(a), painter_.setPen(qpen);
+    for (const Piece& p : pieces) {
+        double pos = std::floor(p.visibleFrom / period) * period;
+        while (pos <= p.visibleTo) {
+            for (const double d : dashes) {
+                const double length = std::abs(d);
+                if (d > 0) {
+                    const double a = std::max(pos, p.visibleFrom), b = std::min(pos + length, p.visibleTo);
+                    if (b > a) extend(at(p, a), a, at(p, b), b);
+                } else if (d == 0 && pos >= p.visibleFrom && pos < p.visibleTo) {
+                    flush();
+                    painter_.setPen(dotPen), painter_.drawPoint(at(p, pos)), painter_.setPen(qpen);
                 }
-                element = (element + 1) % dashes.size();
-                left = std::abs(dashes[element]);
-                if (dashes[element] == 0) {
-                    painter_.setPen(dotPen), painter_.drawPoint(a), painter_.setPen(qpen);
-                    element = (element + 1) % dashes.size();
-                    left = std::abs(dashes[element]);
-                }
+                pos += length;
+                if (pos > p.visibleTo) break;
             }
         }
     }
-    if (dash.size() > 1) painter_.drawPolyline(dash);
+    flush();
 }
 
 void Renderer::fill(const QPainterPath& path, const QColor& color) {

@@ -117,6 +117,36 @@ db::HatchLoop square(double x0, double y0, double size, std::int32_t flags) {
     return loop;
 }
 
+// Geometry reaching a million times past the window: only what shows is drawn, dashes keep their phase.
+TEST(Render, FarReachingGeometryIsDrawnByWhatShows) {
+    db::Database db;
+    auto dashed = std::make_unique<db::LinetypeTableRecord>("Dashed");
+    dashed->setDashes({db::LinetypeDash{.length = 10}, db::LinetypeDash{.length = -10}});
+    db::ObjectId dashedId;
+    ASSERT_EQ(db.addRecord(db.linetypeTableId(), std::move(dashed), &dashedId), db::ErrorStatus::Ok);
+    add(db, line(-1e8, 80.5, 1e8, 80.5));
+    // The pattern starts at x = -1e8, a whole number of periods before 0: ink on 0..10, 20..30, ...
+    auto l = line(-1e8, 50.5, 1e8, 50.5, 3);
+    l->setLinetypeId(dashedId);
+    add(db, std::move(l));
+    auto h = std::make_unique<db::Hatch>();
+    h->setPattern(db::Hatch::PatternType::Predefined, "SOLID");
+    h->setColor(db::Color::fromIndex(5));
+    ASSERT_EQ(h->appendLoop(square(-1e8, -1e8, 1e8 + 20, db::HatchLoop::kExternal)), db::ErrorStatus::Ok);
+    add(db, std::move(h));
+    const QImage image = renderImage(db, unitOptions(0, 0, 100, 100));
+    EXPECT_EQ(countPixels(image, QRect(0, 19, 100, 1), isReddish), 100);
+    auto green = [](QRgb p) { return qGreen(p) > 150 && qRed(p) < 100 && qBlue(p) < 100; };
+    for (int k = 0; k < 5; ++k) {
+        EXPECT_TRUE(green(image.pixel(20 * k + 5, 49))) << k;
+        EXPECT_TRUE(isBackground(image.pixel(20 * k + 15, 49))) << k;
+    }
+    // The hatch's corner at (20, 20): filled below and left of it, empty elsewhere.
+    auto blue = [](QRgb p) { return qBlue(p) > 180 && qRed(p) < 100 && qGreen(p) < 100; };
+    EXPECT_EQ(countPixels(image, QRect(0, 81, 19, 19), blue), 19 * 19);
+    EXPECT_EQ(countPixels(image, QRect(22, 81, 78, 19), blue), 0);
+}
+
 TEST(Render, HatchIslandStaysEmptyInsideFilledRing) {
     for (const bool solid : {true, false}) {
         db::Database db;
