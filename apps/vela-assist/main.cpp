@@ -20,6 +20,11 @@ void usage(std::FILE* to) {
         "  run [DRAWING|--new] [--save OUT]\n"
         "                       converse with the assistant module: one JSON request a line on standard\n"
         "                       input, one answer a line on standard output (bundled sample by default)\n"
+        "  render DRAWING OUT.png|OUT.svg [--size WxH] [--window X1,Y1,X2,Y2] [--around H1,H2,...]\n"
+        "         [--handles H1,H2,...|all] [--dark] [--no-lineweights]\n"
+        "                       a picture of the drawing's model space: its extents, the window given in\n"
+        "                       drawing units or the entities named by handle; --handles writes handles on\n"
+        "                       the entities (all of them, or those listed)\n"
         "  shell [DRAWING]      an interactive command line, as in a CAD program\n"
         "  catalogue            the assistant's commands with descriptions and JSON Schemas of their "
         "requests\n"
@@ -41,6 +46,7 @@ int main(int argc, char** argv) {
     if (command == "run") return vela::cli::runCommand(args);
     if (command == "shell") return vela::cli::shellCommand(args);
     if (command == "catalogue") return vela::cli::catalogueCommand(args);
+    if (command == "render") return vela::cli::renderCommand(args);
     if (command == "help" || command == "--help" || command == "-h") {
         usage(stdout);
         return 0;

@@ -6,7 +6,7 @@
 namespace vela::cli {
 
 void ProgressBar::update(std::size_t done, std::size_t total) {
-    if (total < (8u << 20)) return;  // small files load faster than a bar can be read
+    if (total < shownFrom_) return;  // small jobs end faster than a bar can be read
     const int percent = total ? static_cast<int>(done * 100 / total) : 100;
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
     const int step = terminal ? 1 : 10;

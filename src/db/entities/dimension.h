@@ -58,6 +58,9 @@ class Dimension : public Entity {
     double textRotation() const { return textRotation_.value_or(0.0); }
     void setTextRotation(double r) { assertWriteEnabled(), textRotation_ = r; }
     const Vector3d& normal() const { return normal_; }
+    /// Where the block is placed (group 12, object coordinates) when the file placed it; none when the block
+    /// holds the drawing where it stands.
+    const std::optional<Point3d>& insertionPoint() const { return insertionPoint_; }
 
     /// The box of the block content that draws the dimension; InvalidInput when the block is missing or
     /// empty.

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QSize>
+#include <QString>
+#include <QTransform>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "db/database.h"
+#include "db/geometry/extents.h"
+
+class QIODevice;
+class QPainter;
+
+namespace vela::render {
+
+/// What to draw and how. The picture is a plan view: every entity is drawn in world coordinates, its points
+/// projected onto the XY plane.
+struct RenderOptions {
+    db::ObjectId space;                   // block record of the space to draw; null: model space
+    std::optional<db::Extents3d> window;  // drawing units (x/y used); none: see `around`, else extents
+    std::vector<db::ObjectId> around;     // frame these entities' extents, widened by `margin`
+    double margin = 0.05;                 // fraction of the framed size added on every side
+    QSize size{1600, 1200};               // pixels; the window is fitted, aspect kept, centred
+    bool dark = false;                    // dark background (index 7 draws white), else light (black)
+    bool lineweights = true;              // draw lineweights (else every line 1 px)
+    bool handleLabels = false;            // write each drawn entity's handle at its position
+    std::vector<db::ObjectId> labelled;   // when non-empty and handleLabels: only these get labels
+    /// Overlay colour for a top-level entity (created/changed since some step); none: its own colour.
+    std::function<std::optional<QColor>(db::ObjectId)> highlight;
+    /// Entities to draw although erased (an overlay of what was deleted), each in its colour.
+    std::vector<std::pair<db::ObjectId, QColor>> ghosts;
+    std::function<void(std::size_t done, std::size_t total)> progress;  // top-level entities drawn so far
+};
+
+/// The drawing-to-pixel frame the options give (window fitted into size), and the window actually shown.
+struct Frame {
+    QTransform toPixels;
+    db::Extents3d shown;
+    QSize size;
+};
+
+/// Lineweights are drawn as a screen of 96 pixels per inch shows them: a width in millimetres times
+/// 96 / 25.4 pixels, never thinner than one pixel. Widths "by default" are 0.25 mm.
+double lineweightPixels(int hundredthsOfMillimetre);
+
+/// The background the options ask for.
+QColor backgroundColor(const RenderOptions& options);
+
+Frame frameFor(const db::Database& db, const RenderOptions& options);
+
+/// Draws onto any paint device through the painter (which the caller began on the device). The background is
+/// filled first; text needs a QGuiApplication.
+void render(const db::Database& db, QPainter& painter, const RenderOptions& options);
+
+QImage renderImage(const db::Database& db, const RenderOptions& options);
+
+/// Writes an SVG file (QSvgGenerator); false with `error` set when it cannot be written.
+bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error);
+/// The same onto a device open for writing (a buffer, to save the file in one step).
+bool writeSvg(const db::Database& db, const RenderOptions& options, QIODevice& device, QString* error);
+
+/// Makes the DejaVu Sans font files known to Qt (once), so that text looks the same on every machine. False
+/// when they cannot be found; text is then drawn in Qt's default sans-serif font.
+bool loadBundledFonts();
+
+}  // namespace vela::render
