@@ -1037,12 +1037,23 @@ void Renderer::drawSpace(const db::BlockTableRecord& space) {
     const std::size_t total = space.entityCount() + options_.ghosts.size();
     std::size_t done = 0;
     // The one loop over a space's entities: each is tested against the window and drawn on its own.
-    space.forEachEntity([&](db::Entity* e) {
+    auto draw = [&](db::Entity* e) {
         std::optional<QColor> over;
         if (options_.highlight) over = options_.highlight(e->objectId());
         drawTopLevel(*e, over, false);
         if (options_.progress && (++done % 1024 == 0)) options_.progress(done, total);
-    });
+    };
+    if (options_.index) {
+        // Only what lies near the window, in drawing order; the margin covers the estimated boxes of text.
+        const db::Point3d &lo = shownTest_.minPoint(), &hi = shownTest_.maxPoint();
+        const double mx = (hi.x - lo.x) * 0.05, my = (hi.y - lo.y) * 0.05;
+        for (const db::ObjectId& id :
+             options_.index->query(space.objectId(), db::Extents3d(db::Point3d(lo.x - mx, lo.y - my, 0),
+                                                                   db::Point3d(hi.x + mx, hi.y + my, 0))))
+            if (auto* e = db::objectCast<db::Entity>(id.peek())) draw(e);
+    } else {
+        space.forEachEntity(draw);
+    }
     done = space.entityCount();
     for (const auto& [id, color] : options_.ghosts) {
         auto* e = db::objectCast<db::Entity>(id.peek());

@@ -13,6 +13,7 @@
 
 #include "db/database.h"
 #include "db/geometry/extents.h"
+#include "db/spatial_index.h"
 
 class QIODevice;
 class QPainter;
@@ -36,6 +37,9 @@ struct RenderOptions {
     /// Entities to draw although erased (an overlay of what was deleted), each in its colour.
     std::vector<std::pair<db::ObjectId, QColor>> ghosts;
     std::function<void(std::size_t done, std::size_t total)> progress;  // top-level entities drawn so far
+    /// Where the entities lie, kept by the caller for its drawing: when given, only those whose boxes come
+    /// near the window are visited, so that a window over a huge drawing costs what it shows.
+    const db::SpatialIndex* index = nullptr;
 };
 
 /// The drawing-to-pixel frame the options give (window fitted into size), and the window actually shown.

@@ -570,3 +570,38 @@ TEST(Render, OwnedDrawingsTakeTheirOwnersByBlockProperties) {
 
 }  // namespace
 }  // namespace vela::render::test
+
+namespace vela::render::test {
+namespace {
+
+// With the spatial index a window visits only what lies near it, and draws exactly what the full scan draws,
+// in the same order, also after the drawing changed.
+TEST(Render, TheSpatialIndexDrawsWhatTheFullScanDraws) {
+    db::Database db;
+    for (int i = 0; i < 40; ++i) {
+        auto line = std::make_unique<db::Line>(db::Point3d(i * 10, 0), db::Point3d(i * 10 + 60, 80));
+        line->setColor(db::Color::fromIndex(static_cast<std::uint8_t>(1 + i % 6)));
+        add(db, std::move(line));
+    }
+    db::SpatialIndex index(db);
+    RenderOptions scan = unitOptions(95, 5, 120, 70);
+    RenderOptions indexed = scan;
+    indexed.index = &index;
+    std::size_t visited = 0;
+    indexed.highlight = [&](db::ObjectId) -> std::optional<QColor> {
+        ++visited;
+        return std::nullopt;
+    };
+    EXPECT_EQ(renderImage(db, indexed), renderImage(db, scan));
+    EXPECT_LT(visited, 40u) << "lines far from the window are not visited";
+
+    const db::ObjectId late = add(db, std::make_unique<db::Circle>(db::Point3d(150, 40), 20));
+    const QImage withCircle = renderImage(db, scan);
+    EXPECT_EQ(renderImage(db, indexed), withCircle);
+    db::openObject<db::Circle>(late, db::OpenMode::ForWrite)->erase();
+    EXPECT_EQ(renderImage(db, indexed), renderImage(db, scan));
+    EXPECT_NE(renderImage(db, indexed), withCircle);
+}
+
+}  // namespace
+}  // namespace vela::render::test
