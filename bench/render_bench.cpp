@@ -123,13 +123,14 @@ int main(int argc, char** argv) {
         benchmark::DoNotOptimize(png(render::renderImage(*d.db, whole(d))));
         ours = std::min(ours, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
     }
-    const std::string peer = run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' --render '" + d.path +
-                                 "' /tmp/vela_bench_ezdxf_render.png 2000 60 2>/dev/null");
+    const std::string peer = run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' --render '" +
+                                 d.path + "' /tmp/vela_bench_ezdxf_render.png 2000 60 2>/dev/null");
     const double projected = jsonNumber(peer, "projected_s");
     std::printf("\nours:  the whole drawing to a 2000x2000 PNG in %.3f s\n", ours);
     if (projected > 0) {
         std::printf("ezdxf: drew %.0f of %.0f entities in %.1f s; all of them would take %.0f s\n",
-                    jsonNumber(peer, "drawn"), jsonNumber(peer, "entities"), jsonNumber(peer, "draw_s"), projected);
+                    jsonNumber(peer, "drawn"), jsonNumber(peer, "entities"), jsonNumber(peer, "draw_s"),
+                    projected);
         std::printf("ratio: ours is %.0f x faster (target >= 50)\n", projected / ours);
     } else {
         std::printf("ezdxf: not available (%s)\n", peer.c_str());

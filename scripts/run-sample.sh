@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job on the bundled sample drawing: installs what is missing, builds, shows what the drawing holds,
 # then holds a short scripted conversation with the assistant module (examples/assistant_session.jsonl):
-# each request line is answered by one line; the host's command-line log goes to standard error.
+# each request line is answered by one line; the host's command-line log goes to standard error. Last, a
+# picture of the plan after the conversation, its changes coloured.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$here"
@@ -13,4 +14,10 @@ sample=examples/floor_plan.dxf
 "$bin" info "$sample"
 echo
 echo "== conversation (requests from examples/assistant_session.jsonl, one answer a line) =="
-"$bin" run "$sample" < examples/assistant_session.jsonl
+# The conversation ends with a picture of the plan as it left it: what it created, changed and erased in
+# green, blue and red.
+picture=build/sample-after-conversation.png
+{ cat examples/assistant_session.jsonl; echo "{\"render\": \"$picture\", \"since\": 0, \"size\": \"1600x1200\"}"; } |
+    "$bin" run "$sample"
+echo
+echo "== picture of the drawing after the conversation: $picture =="

@@ -15,6 +15,11 @@ class Session;
 ///   {"select": [HANDLE, ...]}, {"setting": {KEY: VALUE}}, {"capability": {NAME: BOOL}},
 ///   {"open": PATH}, {"close": true}, {"save": PATH}, {"undo": N}, {"redo": N}
 ///                                        {"ok": true} or {"ok": false, "error": WHY}
+///   {"render": PATH.png|PATH.svg, "size": "WxH", "window": "X1,Y1,X2,Y2", "around": [HANDLE, ...],
+///    "handles": [HANDLE, ...] | "all", "dark": BOOL, "since": STEP}
+///                                        a picture of the drawing; with "since", what the undo steps after
+///                                        the first STEP created, changed and erased is drawn in green, blue
+///                                        and red: {"ok": true, "created": N, "changed": N, "erased": N}
 class ScriptRunner {
 public:
     explicit ScriptRunner(Session& session) : session_(session) {}
@@ -26,6 +31,7 @@ private:
     QJsonObject setting(const QJsonObject& request);
     QJsonObject capability(const QJsonObject& request);
     QJsonObject undoRedo(const QJsonObject& request, bool undo);
+    QJsonObject render(const QJsonObject& request);
 
     Session& session_;
 };

@@ -131,7 +131,8 @@ std::vector<ObjectId> SpatialIndex::query(ObjectId block, const Extents3d& windo
 
 std::vector<ObjectId> SpatialIndex::queryPoint(ObjectId block, const Point3d& point, double tolerance) const {
     const double t = std::abs(tolerance);
-    return query(block, Extents3d(Point3d(point.x - t, point.y - t, 0), Point3d(point.x + t, point.y + t, 0)));
+    return query(block,
+                 Extents3d(Point3d(point.x - t, point.y - t, 0), Point3d(point.x + t, point.y + t, 0)));
 }
 
 Extents3d SpatialIndex::extents(ObjectId block) const {
@@ -163,9 +164,15 @@ void SpatialIndex::changed(const DbObject* object) {
     if (it != state_->spaces.end()) it->second.dirty.insert(top);
 }
 
-void SpatialIndex::objectAppended(const Database*, const DbObject* object) { changed(object); }
-void SpatialIndex::objectModified(const Database*, const DbObject* object) { changed(object); }
-void SpatialIndex::objectErased(const Database*, const DbObject* object, bool) { changed(object); }
+void SpatialIndex::objectAppended(const Database*, const DbObject* object) {
+    changed(object);
+}
+void SpatialIndex::objectModified(const Database*, const DbObject* object) {
+    changed(object);
+}
+void SpatialIndex::objectErased(const Database*, const DbObject* object, bool) {
+    changed(object);
+}
 
 void SpatialIndex::goodbye(const Database*) {
     database_ = nullptr;

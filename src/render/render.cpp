@@ -11,6 +11,7 @@
 #include <QSvgGenerator>
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <mutex>
 #include <unordered_set>
 
@@ -1080,6 +1081,17 @@ bool finiteBox(const db::Extents3d& box) {
 }
 
 }  // namespace
+
+void showChanges(RenderOptions& options, const db::UndoManager::Changes& changes, const ChangeColors& colors) {
+    auto created = std::make_shared<std::unordered_set<db::ObjectId>>(changes.created.begin(), changes.created.end());
+    auto changed = std::make_shared<std::unordered_set<db::ObjectId>>(changes.changed.begin(), changes.changed.end());
+    options.highlight = [created, changed, colors](db::ObjectId id) -> std::optional<QColor> {
+        if (created->count(id)) return colors.created;
+        if (changed->count(id)) return colors.changed;
+        return std::nullopt;
+    };
+    for (const db::ObjectId& id : changes.erased) options.ghosts.emplace_back(id, colors.erased);
+}
 
 double lineweightPixels(int hundredthsOfMillimetre) {
     if (hundredthsOfMillimetre < 0) hundredthsOfMillimetre = kDefaultLineweight;

@@ -14,6 +14,7 @@
 #include "db/database.h"
 #include "db/geometry/extents.h"
 #include "db/spatial_index.h"
+#include "db/undo_manager.h"
 
 class QIODevice;
 class QPainter;
@@ -68,6 +69,16 @@ QImage renderImage(const db::Database& db, const RenderOptions& options);
 bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error);
 /// The same onto a device open for writing (a buffer, to save the file in one step).
 bool writeSvg(const db::Database& db, const RenderOptions& options, QIODevice& device, QString* error);
+
+/// The colours of a picture of what changed: entities created, changed, and erased (drawn as ghosts).
+struct ChangeColors {
+    QColor created{0, 160, 60};
+    QColor changed{0, 110, 230};
+    QColor erased{220, 30, 30};
+};
+/// Sets the options to draw what the undo steps since some point did (UndoManager::changesSince) over the
+/// drawing as it stands: created and changed entities in their colours, erased ones as ghosts.
+void showChanges(RenderOptions& options, const db::UndoManager::Changes& changes, const ChangeColors& colors = {});
 
 /// Makes the DejaVu Sans font files known to Qt (once), so that text looks the same on every machine. False
 /// when they cannot be found; text is then drawn in Qt's default sans-serif font.

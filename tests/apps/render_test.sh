@@ -78,4 +78,29 @@ expect_exit 1 "$work/junk.dxf" "$work/bad.png"
 expect_exit 1 "$work/missing.dxf" "$work/bad.png"
 expect_exit 1 "$work/drawing.dxf" "$work/no/such/folder/bad.png"
 [ ! -e "$work/bad.png" ] && [ ! -e "$work/bad.jpg" ] || fail "a refused render left a file"
+
+# A picture of what a conversation changed: the moved red line drawn blue (changed), a new circle green, the
+# erased far circle red where it was; before the first step nothing is coloured.
+circle_handle=$("$py" -c "import ezdxf,sys; print(ezdxf.readfile(sys.argv[1]).modelspace().query('CIRCLE')[0].dxf.handle)" "$work/drawing.dxf")
+answers=$("$bin" run "$work/drawing.dxf" 2>/dev/null <<EOF2
+{"call":"TransformEntities","text":"{\\"handles\\":[\\"$line_handle\\"],\\"transformationMatrices\\":[{\\"a00\\":1,\\"a11\\":1,\\"a22\\":1,\\"a33\\":1,\\"a13\\":20}]}"}
+{"call":"DeleteEntities","text":"{\\"handles\\":[\\"$circle_handle\\"]}"}
+{"call":"CreateEntities","text":"{\\"entities\\":[{\\"className\\":\\"AcDbCircle\\",\\"center\\":\\"500,500\\",\\"radius\\":30}]}"}
+{"render":"$work/changes.png","since":0,"size":"1100x1100","window":"-50,-50,1050,1050"}
+{"render":"$work/changes.gif","since":0}
+{"render":"$work/changes.png","since":4}
+EOF2
+)
+expected='{"changed":1,"created":1,"erased":1,"ok":true}'
+[ "$(echo "$answers" | sed -n 4p)" = "$expected" ] || fail "changes picture answered: $answers"
+echo "$answers" | sed -n 5p | grep -q '"ok":false' || fail "a .gif picture was accepted"
+echo "$answers" | sed -n 6p | grep -q 'from 0 to 3' || fail "a step beyond the history was accepted"
+# One unit a pixel: (x, y) lands at column x + 50, row 1050 - y.
+read -r r g b <<<"$(pixel "$work/changes.png" 100 1030)"
+[ "$b" -gt 180 ] && [ $((b - r)) -gt 60 ] || fail "the moved line is not blue: $r $g $b"
+read -r r g b <<<"$(pixel "$work/changes.png" 580 550)"
+[ $((g - r)) -gt 60 ] && [ $((g - b)) -gt 40 ] || fail "the new circle is not green: $r $g $b"
+read -r r g b <<<"$(pixel "$work/changes.png" 1060 50)"
+[ $((r - g)) -gt 60 ] && [ $((r - b)) -gt 60 ] || fail "the erased circle is not red: $r $g $b"
+
 echo "render: all pictures and refusals as expected"

@@ -18,8 +18,9 @@ class SpatialIndexTest : public ::testing::Test {
     Database db;
     ObjectId line(const Point3d& a, const Point3d& b, ObjectId space = {}) {
         ObjectId id;
-        EXPECT_EQ(db.appendEntity(space.isNull() ? db.modelSpaceId() : space, std::make_unique<Line>(a, b), &id),
-                  ErrorStatus::Ok);
+        EXPECT_EQ(
+            db.appendEntity(space.isNull() ? db.modelSpaceId() : space, std::make_unique<Line>(a, b), &id),
+            ErrorStatus::Ok);
         return id;
     }
     std::vector<ObjectId> in(double x1, double y1, double x2, double y2, const SpatialIndex& index) {
@@ -31,13 +32,17 @@ TEST_F(SpatialIndexTest, FindsWhatMeetsAWindowInDrawingOrderAndFollowsChangesUnd
     // A grid of short lines, one per unit square, in drawing order row by row.
     std::vector<ObjectId> grid;
     for (int y = 0; y < 50; ++y)
-        for (int x = 0; x < 50; ++x) grid.push_back(line(Point3d(x + 0.2, y + 0.2), Point3d(x + 0.8, y + 0.8)));
+        for (int x = 0; x < 50; ++x)
+            grid.push_back(line(Point3d(x + 0.2, y + 0.2), Point3d(x + 0.8, y + 0.8)));
     SpatialIndex index(db);
     EXPECT_EQ(in(10.1, 10.1, 11.9, 11.9, index),
-              (std::vector<ObjectId>{grid[10 * 50 + 10], grid[10 * 50 + 11], grid[11 * 50 + 10], grid[11 * 50 + 11]}));
+              (std::vector<ObjectId>{grid[10 * 50 + 10], grid[10 * 50 + 11], grid[11 * 50 + 10],
+                                     grid[11 * 50 + 11]}));
     EXPECT_TRUE(in(10.85, 10.85, 10.9, 10.9, index).empty()) << "between the boxes";
-    EXPECT_EQ(index.queryPoint(db.modelSpaceId(), Point3d(3.5, 4.5), 0.01), std::vector<ObjectId>{grid[4 * 50 + 3]});
-    EXPECT_TRUE(index.extents(db.modelSpaceId()).isEqualTo(Extents3d(Point3d(0.2, 0.2), Point3d(49.8, 49.8))));
+    EXPECT_EQ(index.queryPoint(db.modelSpaceId(), Point3d(3.5, 4.5), 0.01),
+              std::vector<ObjectId>{grid[4 * 50 + 3]});
+    EXPECT_TRUE(
+        index.extents(db.modelSpaceId()).isEqualTo(Extents3d(Point3d(0.2, 0.2), Point3d(49.8, 49.8))));
 
     // Moved far away inside an undo step: found there, not here; undo brings it back where it was.
     UndoManager& undo = db.undoManager();
@@ -66,11 +71,13 @@ TEST_F(SpatialIndexTest, FindsWhatMeetsAWindowInDrawingOrderAndFollowsChangesUnd
 
 TEST_F(SpatialIndexTest, ReferencesFollowTheirBlockAndEndlessEntitiesMeetEveryWindow) {
     ObjectId block;
-    ASSERT_EQ(db.addRecord(db.blockTableId(), std::make_unique<BlockTableRecord>("Part"), &block), ErrorStatus::Ok);
+    ASSERT_EQ(db.addRecord(db.blockTableId(), std::make_unique<BlockTableRecord>("Part"), &block),
+              ErrorStatus::Ok);
     const ObjectId part = line(Point3d(0, 0), Point3d(1, 0), block);
     ObjectId ref, xline;
-    ASSERT_EQ(db.appendEntity(db.modelSpaceId(), std::make_unique<BlockReference>(Point3d(10, 10), block), &ref),
-              ErrorStatus::Ok);
+    ASSERT_EQ(
+        db.appendEntity(db.modelSpaceId(), std::make_unique<BlockReference>(Point3d(10, 10), block), &ref),
+        ErrorStatus::Ok);
     ASSERT_EQ(db.appendEntity(db.modelSpaceId(), std::make_unique<Xline>(), &xline), ErrorStatus::Ok);
     SpatialIndex index(db);
     EXPECT_EQ(in(10.5, 9.9, 10.6, 10.1, index), (std::vector<ObjectId>{ref, xline}));

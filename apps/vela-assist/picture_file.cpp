@@ -1,0 +1,103 @@
+#include "picture_file.h"
+
+#include <QBuffer>
+#include <QGuiApplication>
+#include <QImage>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include "db/dxf/file/atomic_save.h"
+
+namespace vela::cli {
+
+namespace {
+
+constexpr int kLargestSide = 16384;
+
+std::optional<double> number(const std::string& text) {
+    if (text.empty()) return std::nullopt;
+    char* end = nullptr;
+    const double v = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size() || !std::isfinite(v)) return std::nullopt;
+    return v;
+}
+
+bool endsWith(const std::string& s, const char* suffix) {
+    const std::string lower = QString::fromStdString(s).toLower().toStdString();
+    const std::string tail(suffix);
+    return lower.size() > tail.size() && lower.compare(lower.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+// Qt's notes about the session it runs in (no runtime folder on a headless machine) say nothing about the
+// picture; its other messages are passed on.
+void qtMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type < QtWarningMsg || message.startsWith(QLatin1String("QStandardPaths:"))) return;
+    std::fprintf(stderr, "vela-assist: %s\n", message.toLocal8Bit().constData());
+}
+
+}  // namespace
+
+std::optional<QSize> parsePictureSize(const std::string& text) {
+    const std::size_t x = text.find_first_of("xX");
+    if (x == std::string::npos) return std::nullopt;
+    const auto w = number(text.substr(0, x)), h = number(text.substr(x + 1));
+    if (!w || !h || *w < 1 || *h < 1 || *w > kLargestSide || *h > kLargestSide || *w != std::floor(*w) ||
+        *h != std::floor(*h))
+        return std::nullopt;
+    return QSize(static_cast<int>(*w), static_cast<int>(*h));
+}
+
+std::optional<db::Extents3d> parsePictureWindow(const std::string& text) {
+    std::vector<double> v;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t comma = text.find(',', start);
+        const auto n =
+            number(text.substr(start, comma == std::string::npos ? std::string::npos : comma - start));
+        if (!n) return std::nullopt;
+        v.push_back(*n);
+        if (comma == std::string::npos) break;
+        start = comma + 1;
+    }
+    if (v.size() != 4 || v[0] == v[2] || v[1] == v[3]) return std::nullopt;  // a window must have an area
+    return db::Extents3d({v[0], v[1], 0}, {v[2], v[3], 0});
+}
+
+void ensurePictureApplication() {
+    if (QCoreApplication::instance()) return;
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    qInstallMessageHandler(qtMessages);
+    static int argc = 1;
+    static char name[] = "vela-assist";
+    static char* argv[] = {name, nullptr};
+    // Kept until the process ends: taken down among the other statics at exit, it would outlive parts of Qt
+    // it relies on.
+    static QGuiApplication* app = new QGuiApplication(argc, argv);
+    (void)app;
+    render::loadBundledFonts();
+}
+
+std::string writePicture(const db::Database& db, const render::RenderOptions& options,
+                         const std::string& path) {
+    const bool svg = endsWith(path, ".svg");
+    if (!svg && !endsWith(path, ".png"))
+        return "the picture's file name must end in .png or .svg: '" + path + "'";
+    ensurePictureApplication();
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    if (svg) {
+        QString error;
+        if (!render::writeSvg(db, options, buffer, &error)) return error.toStdString();
+    } else if (!render::renderImage(db, options).save(&buffer, "PNG")) {
+        return "the picture could not be encoded as PNG";
+    }
+    const QByteArray& data = buffer.data();
+    const std::string failed = db::saveFileAtomically(
+        path, std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
+    return failed.empty() ? std::string() : "cannot write " + path + ": " + failed;
+}
+
+}  // namespace vela::cli

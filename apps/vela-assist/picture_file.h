@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "render/render.h"
+
+namespace vela::cli {
+
+/// "WxH" in pixels, 1 to 16384 each; nothing when the text is not one.
+std::optional<QSize> parsePictureSize(const std::string& text);
+/// "X1,Y1,X2,Y2" in drawing units, a window with an area; nothing when the text is not one.
+std::optional<db::Extents3d> parsePictureWindow(const std::string& text);
+
+/// Makes the application object that text drawing needs (headless unless the user chose a platform) and loads
+/// the bundled fonts; does nothing when there is one already.
+void ensurePictureApplication();
+
+/// Draws the picture and writes it to `path` in one step: PNG or SVG by the path's ending. An empty text when
+/// it was written, else why not.
+std::string writePicture(const db::Database& db, const render::RenderOptions& options,
+                         const std::string& path);
+
+}  // namespace vela::cli
