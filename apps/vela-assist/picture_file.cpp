@@ -16,6 +16,8 @@ namespace vela::cli {
 namespace {
 
 constexpr int kLargestSide = 16384;
+// Made on the first picture; taken down by the scope a command opened (see PictureApplicationScope).
+QGuiApplication* g_application = nullptr;
 
 std::optional<double> number(const std::string& text) {
     if (text.empty()) return std::nullopt;
@@ -66,6 +68,11 @@ std::optional<db::Extents3d> parsePictureWindow(const std::string& text) {
     return db::Extents3d({v[0], v[1], 0}, {v[2], v[3], 0});
 }
 
+PictureApplicationScope::~PictureApplicationScope() {
+    delete g_application;
+    g_application = nullptr;
+}
+
 void ensurePictureApplication() {
     if (QCoreApplication::instance()) return;
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -73,10 +80,7 @@ void ensurePictureApplication() {
     static int argc = 1;
     static char name[] = "vela-assist";
     static char* argv[] = {name, nullptr};
-    // Kept until the process ends: taken down among the other statics at exit, it would outlive parts of Qt
-    // it relies on.
-    static QGuiApplication* app = new QGuiApplication(argc, argv);
-    (void)app;
+    g_application = new QGuiApplication(argc, argv);
     render::loadBundledFonts();
 }
 

@@ -16,6 +16,16 @@ std::optional<db::Extents3d> parsePictureWindow(const std::string& text);
 /// the bundled fonts; does nothing when there is one already.
 void ensurePictureApplication();
 
+/// Takes down the application object a picture made, when it leaves scope: a command that may draw opens one
+/// first, so that Qt is taken down before main returns (after it, Qt's thread data is gone).
+class PictureApplicationScope {
+  public:
+    PictureApplicationScope() = default;
+    PictureApplicationScope(const PictureApplicationScope&) = delete;
+    PictureApplicationScope& operator=(const PictureApplicationScope&) = delete;
+    ~PictureApplicationScope();
+};
+
 /// Draws the picture and writes it to `path` in one step: PNG or SVG by the path's ending. An empty text when
 /// it was written, else why not.
 std::string writePicture(const db::Database& db, const render::RenderOptions& options,

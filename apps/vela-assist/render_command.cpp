@@ -56,6 +56,7 @@ bool entitiesByHandle(const db::Database& db, const std::vector<std::string>& ha
 }  // namespace
 
 int renderCommand(const std::vector<std::string>& args) {
+    const PictureApplicationScope pictures;
     std::vector<std::string> files;
     render::RenderOptions options;
     std::vector<std::string> around, labelled;

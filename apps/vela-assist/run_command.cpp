@@ -7,12 +7,14 @@
 
 #include "cli.h"
 #include "drawing_loader.h"
+#include "picture_file.h"
 #include "script_runner.h"
 #include "session.h"
 
 namespace vela::cli {
 
 int runCommand(const std::vector<std::string>& args) {
+    const PictureApplicationScope pictures;
     std::string drawing, saveTo;
     bool fresh = false;
     for (std::size_t i = 0; i < args.size(); ++i) {
