@@ -139,6 +139,7 @@ class Renderer {
     Renderer(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame)
         : db_(db), painter_(painter), options_(options), frame_(frame) {
         shownTest_ = frame.shown;
+        labelled_.insert(options.labelled.begin(), options.labelled.end());
     }
 
     void drawSpace(const db::BlockTableRecord& space);
@@ -185,6 +186,7 @@ class Renderer {
     Frame frame_;
     db::Extents3d shownTest_;
     std::vector<Label> labels_;
+    std::unordered_set<db::ObjectId> labelled_;
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
 };
@@ -751,8 +753,11 @@ void Renderer::drawBlockContents(db::ObjectId block, const Matrix3d& m, const In
     if (!btr || depth >= kMaxNesting || expanding_.count(btr)) return;
     expanding_.insert(btr);
     btr->forEachEntity([&](db::Entity* e) {
-        // Attribute definitions are the templates of references' attributes, not drawn inside them.
-        if (db::objectCast<db::AttributeDefinition>(e)) return;
+        // Attribute definitions are the templates of references' attributes, not drawn inside them, except
+        // constant ones: references carry no attribute for those, the block shows their value.
+        if (auto* def = db::objectCast<db::AttributeDefinition>(e);
+            def && (!def->isConstant() || def->isInvisible()))
+            return;
         drawEntity(*e, m, inner, depth + 1);
     });
     expanding_.erase(btr);
@@ -906,8 +911,9 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
     } else if (auto* hatch = db::objectCast<db::Hatch>(&e)) {
         drawHatch(*hatch, pen, at);
     } else if (auto* text = db::objectCast<db::Text>(&e)) {
-        // Attribute definitions show their tag where they stand outside blocks.
-        if (auto* def = db::objectCast<db::AttributeDefinition>(&e)) {
+        // Attribute definitions show their tag where they stand outside blocks (inside, only constant ones
+        // get here, showing their value).
+        if (auto* def = db::objectCast<db::AttributeDefinition>(&e); def && !in.inBlock) {
             std::unique_ptr<db::DbObject> copy = def->clone();
             auto* shown = static_cast<db::AttributeDefinition*>(copy.get());
             shown->setTextString(def->tag());
@@ -979,13 +985,19 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
 }
 
 void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideColor, bool ghost) {
+    if (!ghost) {
+        // Hidden entities are not drawn and get no label either; this is cheaper to ask than their extents.
+        const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
+        if (!e.isVisible() || (layer && (layer->isOff() || layer->isFrozen()))) return;
+    }
     db::Extents3d box;
     const bool hasBox = e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
     if (hasBox) {
-        // Cheap rejection of what lies outside the window; boxes of text are estimates, hence the slack.
+        // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
+        // about a text height, hence the slack.
         const db::Point3d &lo = shownTest_.minPoint(), &hi = shownTest_.maxPoint();
-        const double slackX = (hi.x - lo.x) * 0.02 + (box.maxPoint().y - box.minPoint().y),
-                     slackY = (hi.y - lo.y) * 0.02 + (box.maxPoint().y - box.minPoint().y);
+        const double height = box.maxPoint().y - box.minPoint().y;
+        const double slackX = (hi.x - lo.x) * 0.02 + height, slackY = (hi.y - lo.y) * 0.02 + height;
         if (box.maxPoint().x < lo.x - slackX || box.minPoint().x > hi.x + slackX ||
             box.maxPoint().y < lo.y - slackY || box.minPoint().y > hi.y + slackY)
             return;
@@ -993,21 +1005,11 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     Inherited top;
     top.overrideColor = overrideColor;
     top.ghost = ghost;
-    if (!ghost) {
-        // Hidden entities get no label either.
-        const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
-        if (!e.isVisible() || (layer && (layer->isOff() || layer->isFrozen()))) return;
-    }
     drawEntity(e, Matrix3d(), top, 0);
-    if (options_.handleLabels && !ghost) {
-        const bool wanted = options_.labelled.empty() ||
-                            std::find(options_.labelled.begin(), options_.labelled.end(), e.objectId()) !=
-                                options_.labelled.end();
-        if (wanted && hasBox) {
-            const Point3d c = box.center();
-            labels_.push_back(
-                {QString::fromStdString(e.handle().toText()), frame_.toPixels.map(QPointF(c.x, c.y))});
-        }
+    if (options_.handleLabels && !ghost && hasBox && (labelled_.empty() || labelled_.count(e.objectId()))) {
+        const Point3d c = box.center();
+        labels_.push_back(
+            {QString::fromStdString(e.handle().toText()), frame_.toPixels.map(QPointF(c.x, c.y))});
     }
 }
 
