@@ -85,7 +85,6 @@ struct Inherited {
     db::ObjectId linetype;
     int lineweight = kDefaultLineweight;
     std::uint8_t alpha = 255;
-    double linetypeScale = 1.0;
     std::optional<QColor> overrideColor;  // highlight or ghost colour for everything under a top-level entity
     bool ghost = false;                   // drawing an erased entity: its erased followers too
 };
@@ -242,7 +241,8 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     pen.color.setAlpha(pen.color.alpha() * alpha / 255);
     pen.width = widthPixels(weight);
     pen.linetype = db::objectCast<db::LinetypeTableRecord>(linetype);
-    pen.linetypeScale = e.linetypeScale() * db_.linetypeScale() * in.linetypeScale;
+    // Patterns inside a block scale with the reference: the block transformation is in the pixels per unit.
+    pen.linetypeScale = e.linetypeScale() * db_.linetypeScale();
     return true;
 }
 
@@ -794,7 +794,6 @@ void Renderer::drawReference(const db::BlockReference& ref, const Pen& pen, cons
                              const Matrix3d& m, const Inherited& in, int depth) {
     Inherited inner = inheritFrom(ref, pen, layer, in);
     const Matrix3d place = ref.blockTransform();
-    inner.linetypeScale = in.linetypeScale * std::abs(place.scaleFactor());
     const int columns = std::max<int>(1, ref.columnCount()), rows = std::max<int>(1, ref.rowCount());
     const double rot = ref.rotation();
     for (int r = 0; r < rows; ++r)

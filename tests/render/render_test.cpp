@@ -108,6 +108,27 @@ TEST(Render, DashedLinetypeAlternatesInkAndGap) {
     EXPECT_TRUE(isReddish(scaled.pixel(25, 49)));
     EXPECT_TRUE(isBackground(scaled.pixel(45, 49)));
     EXPECT_TRUE(isReddish(scaled.pixel(65, 49)));
+
+    // Inside a block referenced at twice its size the pattern doubles with the geometry, once: dashes of 20.
+    db::Database blocks;
+    auto dashes = std::make_unique<db::LinetypeTableRecord>("Dashed");
+    dashes->setDashes({db::LinetypeDash{.length = 10}, db::LinetypeDash{.length = -10}});
+    db::ObjectId dashesId, blockId;
+    ASSERT_EQ(blocks.addRecord(blocks.linetypeTableId(), std::move(dashes), &dashesId), db::ErrorStatus::Ok);
+    ASSERT_EQ(
+        blocks.addRecord(blocks.blockTableId(), std::make_unique<db::BlockTableRecord>("Run"), &blockId),
+        db::ErrorStatus::Ok);
+    auto inside = line(0, 0, 100, 0);
+    inside->setLinetypeId(dashesId);
+    add(blocks, std::move(inside), blockId);
+    auto ref = std::make_unique<db::BlockReference>(db::Point3d(0, 50.5), blockId);
+    ASSERT_EQ(ref->setScaleFactors(db::Vector3d(2, 2, 2)), db::ErrorStatus::Ok);
+    add(blocks, std::move(ref));
+    const QImage inBlock = renderImage(blocks, unitOptions(0, 0, 200, 100));
+    for (int k = 0; k < 5; ++k) {
+        EXPECT_TRUE(isReddish(inBlock.pixel(40 * k + 10, 49))) << "dash " << k;
+        EXPECT_TRUE(isBackground(inBlock.pixel(40 * k + 30, 49))) << "gap " << k;
+    }
 }
 
 db::HatchLoop square(double x0, double y0, double size, std::int32_t flags) {
