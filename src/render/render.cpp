@@ -24,13 +24,16 @@
 #include "db/entities/hatch.h"
 #include "db/entities/leader.h"
 #include "db/entities/line.h"
+#include "db/entities/mline.h"
 #include "db/entities/mtext.h"
 #include "db/entities/multileader.h"
+#include "db/entities/ole_frame.h"
 #include "db/entities/point.h"
 #include "db/entities/polyline.h"
 #include "db/entities/quadrilateral.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/spline.h"
+#include "db/entities/sub_d_mesh.h"
 #include "db/entities/text.h"
 #include "db/entities/vertex_polyline.h"
 #include "db/entities/viewport.h"
@@ -978,8 +981,33 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
         stroke(
             {at(ray ? xline->basePoint() : xline->basePoint() - d * far), at(xline->basePoint() + d * far)},
             false, pen, patternPixels);
+    } else if (auto* mline = db::objectCast<db::Mline>(&e)) {
+        // Each of the style's lines through the vertices, at its offset along the miters the file worked out.
+        const auto& vs = mline->vertices();
+        const std::size_t lines = vs.empty() ? 0 : vs.front().elements.size();
+        for (std::size_t k = 0; k < lines; ++k) {
+            std::vector<QPointF> pts;
+            for (const auto& v : vs) {
+                const double offset =
+                    k < v.elements.size() && !v.elements[k].params.empty() ? v.elements[k].params[0] : 0.0;
+                pts.push_back(at(v.position + v.miter * offset));
+            }
+            stroke(pts, mline->isClosed(), pen, patternPixels);
+        }
+    } else if (auto* mesh = db::objectCast<db::SubDMesh>(&e)) {
+        const auto& points = mesh->vertices();
+        for (const auto& face : mesh->faces()) {
+            std::vector<QPointF> pts;
+            for (const std::int32_t i : face)
+                if (i >= 0 && static_cast<std::size_t>(i) < points.size())
+                    pts.push_back(at(points[static_cast<std::size_t>(i)]));
+            stroke(pts, true, pen, 0);
+        }
+    } else if (auto* ole = db::objectCast<db::Ole2Frame>(&e)) {
+        const Point3d a = ole->upperLeft(), b = ole->lowerRight();
+        stroke({at(a), at({b.x, a.y, a.z}), at(b), at({a.x, b.y, b.z})}, true, pen, 0);
     }
-    // Other kinds (unknown records kept as they came, solids of the modeler, meshes) have no plan outline we
+    // Other kinds (unknown records kept as they came, solids of the modeler, shapes) have no plan outline we
     // could draw without guessing: they are left out.
 }
 
