@@ -72,6 +72,11 @@ const QString& fontFamily() {
     return family;
 }
 
+// Fonts need a QGuiApplication; without one, text is left out rather than aborting the program.
+bool canShapeText() {
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
+}
+
 QFont shapingFont() {
     QFont font(fontFamily());
     font.setPixelSize(static_cast<int>(kShapingPixelSize));
@@ -589,7 +594,7 @@ double descentRatio() {
 
 void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) {
     const QString text = decodeTextCodes(t.textString());
-    if (text.isEmpty() || !(t.height() > 0)) return;
+    if (text.isEmpty() || !(t.height() > 0) || !canShapeText()) return;
     double height = t.height(), widthFactor = t.widthFactor() > 0 ? t.widthFactor() : 1.0;
     const Vector3d normal = t.normal();
     using H = db::Text::HorizontalMode;
@@ -647,7 +652,7 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
 void Renderer::drawMText(const std::string& contents, const Point3d& location, const Vector3d& xDir,
                          const Vector3d& normal, double height, double width, int attachment, double spacing,
                          const Pen& pen, const Placement& at) {
-    if (!(height > 0)) return;
+    if (!(height > 0) || !canShapeText()) return;
     struct Piece {
         QString text;
         double height, widthFactor, advance;
@@ -1041,7 +1046,7 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
 }
 
 void Renderer::drawLabels() {
-    if (labels_.empty()) return;
+    if (labels_.empty() || !canShapeText()) return;
     QFont font(fontFamily());
     font.setPixelSize(11);
     painter_.setFont(font);
