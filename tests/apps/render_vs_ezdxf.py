@@ -3,10 +3,10 @@
 
 Each case is a small drawing made with ezdxf; both programs draw it into the same window at the same size, and
 their ink is compared: nearly all of our ink must lie within a few pixels of ezdxf's and the other way round.
-Text is left out (the fonts differ), as are line widths (each program has its own scale for them), which the
-tolerance covers. Usage: render_vs_ezdxf.py VELA_ASSIST [CASE...]
+Both draw text in DejaVu Sans (matplotlib's own font, ours by choice); line widths differ (each program has its
+own scale for them), which the tolerance covers. Usage: render_vs_ezdxf.py VELA_ASSIST [CASE...]
 """
-import math
+import logging
 import os
 import subprocess
 import sys
@@ -15,6 +15,8 @@ import tempfile
 import matplotlib
 
 matplotlib.use("Agg")
+# ezdxf asks matplotlib for the drawing's font names first; that they are missing is expected.
+logging.getLogger("matplotlib.font_manager").setLevel(logging.ERROR)
 import ezdxf  # noqa: E402
 import matplotlib.image as mpimg  # noqa: E402
 import matplotlib.pyplot as plt  # noqa: E402
@@ -83,8 +85,21 @@ def fills_and_frames(doc, msp):
     msp.add_xline((0, 0), (1, 1), dxfattribs={"color": 3})
 
 
+def texts(doc, msp):
+    from ezdxf.enums import TextEntityAlignment
+    msp.add_text("LEFT", dxfattribs={"height": 8}).set_placement((0, 0))
+    msp.add_text("MIDDLE", dxfattribs={"height": 8, "rotation": 30}).set_placement(
+        (70, 30), align=TextEntityAlignment.MIDDLE_CENTER)
+    msp.add_text("TOP RIGHT", dxfattribs={"height": 6, "width": 1.5}).set_placement(
+        (140, 100), align=TextEntityAlignment.TOP_RIGHT)
+    msp.add_text("ALIGNED", dxfattribs={"height": 5}).set_placement(
+        (0, 60), (60, 80), align=TextEntityAlignment.ALIGNED)
+    msp.add_mtext("Two\\Plines", dxfattribs={"char_height": 6, "attachment_point": 5}).set_location((110, 60))
+
+
 CASES = [("curves", curves), ("polylines", polylines), ("hatches", hatches), ("blocks", blocks),
-         ("linetypes", linetypes), ("fills_and_frames", fills_and_frames)]
+         ("linetypes", linetypes), ("fills_and_frames", fills_and_frames),
+         ("texts", texts)]
 
 
 def ink_mask(path):
