@@ -25,13 +25,16 @@
 #include "db/entities/hatch.h"
 #include "db/entities/leader.h"
 #include "db/entities/line.h"
+#include "db/entities/mline.h"
 #include "db/entities/mtext.h"
 #include "db/entities/multileader.h"
+#include "db/entities/ole_frame.h"
 #include "db/entities/point.h"
 #include "db/entities/polyline.h"
 #include "db/entities/quadrilateral.h"
 #include "db/entities/raster_image.h"
 #include "db/entities/spline.h"
+#include "db/entities/sub_d_mesh.h"
 #include "db/entities/text.h"
 #include "db/entities/vertex_polyline.h"
 #include "db/entities/viewport.h"
@@ -70,6 +73,11 @@ const QString& fontFamily() {
     return family;
 }
 
+// Fonts need a QGuiApplication; without one, text is left out rather than aborting the program.
+bool canShapeText() {
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
+}
+
 QFont shapingFont() {
     QFont font(fontFamily());
     font.setPixelSize(static_cast<int>(kShapingPixelSize));
@@ -86,7 +94,6 @@ struct Inherited {
     db::ObjectId linetype;
     int lineweight = kDefaultLineweight;
     std::uint8_t alpha = 255;
-    double linetypeScale = 1.0;
     std::optional<QColor> overrideColor;  // highlight or ghost colour for everything under a top-level entity
     bool ghost = false;                   // drawing an erased entity: its erased followers too
 };
@@ -140,6 +147,7 @@ class Renderer {
     Renderer(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame)
         : db_(db), painter_(painter), options_(options), frame_(frame) {
         shownTest_ = frame.shown;
+        labelled_.insert(options.labelled.begin(), options.labelled.end());
     }
 
     void drawSpace(const db::BlockTableRecord& space);
@@ -186,6 +194,7 @@ class Renderer {
     Frame frame_;
     db::Extents3d shownTest_;
     std::vector<Label> labels_;
+    std::unordered_set<db::ObjectId> labelled_;
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
 };
@@ -241,7 +250,8 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     pen.color.setAlpha(pen.color.alpha() * alpha / 255);
     pen.width = widthPixels(weight);
     pen.linetype = db::objectCast<db::LinetypeTableRecord>(linetype);
-    pen.linetypeScale = e.linetypeScale() * db_.linetypeScale() * in.linetypeScale;
+    // Patterns inside a block scale with the reference: the block transformation is in the pixels per unit.
+    pen.linetypeScale = e.linetypeScale() * db_.linetypeScale();
     return true;
 }
 
@@ -585,7 +595,7 @@ double descentRatio() {
 
 void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) {
     const QString text = decodeTextCodes(t.textString());
-    if (text.isEmpty() || !(t.height() > 0)) return;
+    if (text.isEmpty() || !(t.height() > 0) || !canShapeText()) return;
     double height = t.height(), widthFactor = t.widthFactor() > 0 ? t.widthFactor() : 1.0;
     const Vector3d normal = t.normal();
     using H = db::Text::HorizontalMode;
@@ -643,7 +653,7 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
 void Renderer::drawMText(const std::string& contents, const Point3d& location, const Vector3d& xDir,
                          const Vector3d& normal, double height, double width, int attachment, double spacing,
                          const Pen& pen, const Placement& at) {
-    if (!(height > 0)) return;
+    if (!(height > 0) || !canShapeText()) return;
     struct Piece {
         QString text;
         double height, widthFactor, advance;
@@ -752,8 +762,11 @@ void Renderer::drawBlockContents(db::ObjectId block, const Matrix3d& m, const In
     if (!btr || depth >= kMaxNesting || expanding_.count(btr)) return;
     expanding_.insert(btr);
     btr->forEachEntity([&](db::Entity* e) {
-        // Attribute definitions are the templates of references' attributes, not drawn inside them.
-        if (db::objectCast<db::AttributeDefinition>(e)) return;
+        // Attribute definitions are the templates of references' attributes, not drawn inside them, except
+        // constant ones: references carry no attribute for those, the block shows their value.
+        if (auto* def = db::objectCast<db::AttributeDefinition>(e);
+            def && (!def->isConstant() || def->isInvisible()))
+            return;
         drawEntity(*e, m, inner, depth + 1);
     });
     expanding_.erase(btr);
@@ -790,7 +803,6 @@ void Renderer::drawReference(const db::BlockReference& ref, const Pen& pen, cons
                              const Matrix3d& m, const Inherited& in, int depth) {
     Inherited inner = inheritFrom(ref, pen, layer, in);
     const Matrix3d place = ref.blockTransform();
-    inner.linetypeScale = in.linetypeScale * std::abs(place.scaleFactor());
     const int columns = std::max<int>(1, ref.columnCount()), rows = std::max<int>(1, ref.rowCount());
     const double rot = ref.rotation();
     for (int r = 0; r < rows; ++r)
@@ -907,8 +919,9 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
     } else if (auto* hatch = db::objectCast<db::Hatch>(&e)) {
         drawHatch(*hatch, pen, at);
     } else if (auto* text = db::objectCast<db::Text>(&e)) {
-        // Attribute definitions show their tag where they stand outside blocks.
-        if (auto* def = db::objectCast<db::AttributeDefinition>(&e)) {
+        // Attribute definitions show their tag where they stand outside blocks (inside, only constant ones
+        // get here, showing their value).
+        if (auto* def = db::objectCast<db::AttributeDefinition>(&e); def && !in.inBlock) {
             std::unique_ptr<db::DbObject> copy = def->clone();
             auto* shown = static_cast<db::AttributeDefinition*>(copy.get());
             shown->setTextString(def->tag());
@@ -974,19 +987,50 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
         stroke(
             {at(ray ? xline->basePoint() : xline->basePoint() - d * far), at(xline->basePoint() + d * far)},
             false, pen, patternPixels);
+    } else if (auto* mline = db::objectCast<db::Mline>(&e)) {
+        // Each of the style's lines through the vertices, at its offset along the miters the file worked out.
+        const auto& vs = mline->vertices();
+        const std::size_t lines = vs.empty() ? 0 : vs.front().elements.size();
+        for (std::size_t k = 0; k < lines; ++k) {
+            std::vector<QPointF> pts;
+            for (const auto& v : vs) {
+                const double offset =
+                    k < v.elements.size() && !v.elements[k].params.empty() ? v.elements[k].params[0] : 0.0;
+                pts.push_back(at(v.position + v.miter * offset));
+            }
+            stroke(pts, mline->isClosed(), pen, patternPixels);
+        }
+    } else if (auto* mesh = db::objectCast<db::SubDMesh>(&e)) {
+        const auto& points = mesh->vertices();
+        for (const auto& face : mesh->faces()) {
+            std::vector<QPointF> pts;
+            for (const std::int32_t i : face)
+                if (i >= 0 && static_cast<std::size_t>(i) < points.size())
+                    pts.push_back(at(points[static_cast<std::size_t>(i)]));
+            stroke(pts, true, pen, 0);
+        }
+    } else if (auto* ole = db::objectCast<db::Ole2Frame>(&e)) {
+        const Point3d a = ole->upperLeft(), b = ole->lowerRight();
+        stroke({at(a), at({b.x, a.y, a.z}), at(b), at({a.x, b.y, b.z})}, true, pen, 0);
     }
-    // Other kinds (unknown records kept as they came, solids of the modeler, meshes) have no plan outline we
+    // Other kinds (unknown records kept as they came, solids of the modeler, shapes) have no plan outline we
     // could draw without guessing: they are left out.
 }
 
 void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideColor, bool ghost) {
+    if (!ghost) {
+        // Hidden entities are not drawn and get no label either; this is cheaper to ask than their extents.
+        const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
+        if (!e.isVisible() || (layer && (layer->isOff() || layer->isFrozen()))) return;
+    }
     db::Extents3d box;
     const bool hasBox = e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
     if (hasBox) {
-        // Cheap rejection of what lies outside the window; boxes of text are estimates, hence the slack.
+        // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
+        // about a text height, hence the slack.
         const db::Point3d &lo = shownTest_.minPoint(), &hi = shownTest_.maxPoint();
-        const double slackX = (hi.x - lo.x) * 0.02 + (box.maxPoint().y - box.minPoint().y),
-                     slackY = (hi.y - lo.y) * 0.02 + (box.maxPoint().y - box.minPoint().y);
+        const double height = box.maxPoint().y - box.minPoint().y;
+        const double slackX = (hi.x - lo.x) * 0.02 + height, slackY = (hi.y - lo.y) * 0.02 + height;
         if (box.maxPoint().x < lo.x - slackX || box.minPoint().x > hi.x + slackX ||
             box.maxPoint().y < lo.y - slackY || box.minPoint().y > hi.y + slackY)
             return;
@@ -994,26 +1038,16 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     Inherited top;
     top.overrideColor = overrideColor;
     top.ghost = ghost;
-    if (!ghost) {
-        // Hidden entities get no label either.
-        const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
-        if (!e.isVisible() || (layer && (layer->isOff() || layer->isFrozen()))) return;
-    }
     drawEntity(e, Matrix3d(), top, 0);
-    if (options_.handleLabels && !ghost) {
-        const bool wanted = options_.labelled.empty() ||
-                            std::find(options_.labelled.begin(), options_.labelled.end(), e.objectId()) !=
-                                options_.labelled.end();
-        if (wanted && hasBox) {
-            const Point3d c = box.center();
-            labels_.push_back(
-                {QString::fromStdString(e.handle().toText()), frame_.toPixels.map(QPointF(c.x, c.y))});
-        }
+    if (options_.handleLabels && !ghost && hasBox && (labelled_.empty() || labelled_.count(e.objectId()))) {
+        const Point3d c = box.center();
+        labels_.push_back(
+            {QString::fromStdString(e.handle().toText()), frame_.toPixels.map(QPointF(c.x, c.y))});
     }
 }
 
 void Renderer::drawLabels() {
-    if (labels_.empty()) return;
+    if (labels_.empty() || !canShapeText()) return;
     QFont font(fontFamily());
     font.setPixelSize(11);
     painter_.setFont(font);

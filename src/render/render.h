@@ -60,7 +60,7 @@ QColor backgroundColor(const RenderOptions& options);
 Frame frameFor(const db::Database& db, const RenderOptions& options);
 
 /// Draws onto any paint device through the painter (which the caller began on the device). The background is
-/// filled first; text needs a QGuiApplication.
+/// filled first. Text needs a QGuiApplication: without one, texts and labels are left out.
 void render(const db::Database& db, QPainter& painter, const RenderOptions& options);
 
 QImage renderImage(const db::Database& db, const RenderOptions& options);

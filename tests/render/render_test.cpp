@@ -14,6 +14,7 @@
 #include "db/entities/line.h"
 #include "db/entities/mtext.h"
 #include "db/entities/polyline.h"
+#include "db/entities/quadrilateral.h"
 #include "db/entities/text.h"
 #include "db/geometry/plane.h"
 #include "db/object_ref.h"
@@ -107,6 +108,27 @@ TEST(Render, DashedLinetypeAlternatesInkAndGap) {
     EXPECT_TRUE(isReddish(scaled.pixel(25, 49)));
     EXPECT_TRUE(isBackground(scaled.pixel(45, 49)));
     EXPECT_TRUE(isReddish(scaled.pixel(65, 49)));
+
+    // Inside a block referenced at twice its size the pattern doubles with the geometry, once: dashes of 20.
+    db::Database blocks;
+    auto dashes = std::make_unique<db::LinetypeTableRecord>("Dashed");
+    dashes->setDashes({db::LinetypeDash{.length = 10}, db::LinetypeDash{.length = -10}});
+    db::ObjectId dashesId, blockId;
+    ASSERT_EQ(blocks.addRecord(blocks.linetypeTableId(), std::move(dashes), &dashesId), db::ErrorStatus::Ok);
+    ASSERT_EQ(
+        blocks.addRecord(blocks.blockTableId(), std::make_unique<db::BlockTableRecord>("Run"), &blockId),
+        db::ErrorStatus::Ok);
+    auto inside = line(0, 0, 100, 0);
+    inside->setLinetypeId(dashesId);
+    add(blocks, std::move(inside), blockId);
+    auto ref = std::make_unique<db::BlockReference>(db::Point3d(0, 50.5), blockId);
+    ASSERT_EQ(ref->setScaleFactors(db::Vector3d(2, 2, 2)), db::ErrorStatus::Ok);
+    add(blocks, std::move(ref));
+    const QImage inBlock = renderImage(blocks, unitOptions(0, 0, 200, 100));
+    for (int k = 0; k < 5; ++k) {
+        EXPECT_TRUE(isReddish(inBlock.pixel(40 * k + 10, 49))) << "dash " << k;
+        EXPECT_TRUE(isBackground(inBlock.pixel(40 * k + 30, 49))) << "gap " << k;
+    }
 }
 
 db::HatchLoop square(double x0, double y0, double size, std::int32_t flags) {
@@ -307,6 +329,54 @@ TEST(Render, MTextUnderlineLiesBelowTheBaseline) {
     };
     EXPECT_EQ(below(picture("HEN")), 0);
     EXPECT_GT(below(picture("\\LHEN")), 15);
+}
+
+TEST(Render, SolidsFillFacesOutlineTextStretchesLayersFade) {
+    db::Database db;
+    // A solid's corners go 0, 1, 3, 2 around: these four make a square, not a bow tie.
+    auto solid = std::make_unique<db::Solid>();
+    for (const auto& [i, x, y] :
+         {std::tuple{0, 10.0, 60.0}, {1, 40.0, 60.0}, {2, 10.0, 90.0}, {3, 40.0, 90.0}})
+        solid->setCorner(static_cast<std::size_t>(i), db::Point3d(x, y));
+    solid->setColor(db::Color::fromIndex(1));
+    add(db, std::move(solid));
+    // A face with such corners in order around is an outline.
+    auto face = std::make_unique<db::Face>();
+    for (const auto& [i, x, y] :
+         {std::tuple{0, 60.0, 60.0}, {1, 90.0, 60.0}, {2, 90.0, 90.0}, {3, 60.0, 90.0}})
+        face->setCorner(static_cast<std::size_t>(i), db::Point3d(x, y));
+    add(db, std::move(face));
+    // Text twice as wide as it is drawn by default.
+    auto wide = std::make_unique<db::Text>(db::Point3d(10, 30), "HEN", 10);
+    wide->setWidthFactor(2.0);
+    add(db, std::move(wide));
+    add(db, std::make_unique<db::Text>(db::Point3d(10, 10), "HEN", 10));
+    // A line on a layer half transparent and 0.5 mm wide.
+    auto faded = std::make_unique<db::LayerTableRecord>("Faded");
+    faded->setTransparency(db::Transparency::fromAlpha(128));
+    faded->setLineWeight(db::LineWeight::W050);
+    faded->setColor(db::Color::fromIndex(5));
+    db::ObjectId fadedId;
+    ASSERT_EQ(db.addRecord(db.layerTableId(), std::move(faded), &fadedId), db::ErrorStatus::Ok);
+    auto l = std::make_unique<db::Line>(db::Point3d(60, 45), db::Point3d(95, 45));
+    l->setLayerId(fadedId);
+    add(db, std::move(l));
+
+    const QImage image = renderImage(db, unitOptions(0, 0, 100, 100));
+    EXPECT_EQ(countPixels(image, QRect(12, 12, 26, 26), isReddish), 26 * 26);
+    EXPECT_EQ(countPixels(image, QRect(63, 13, 24, 24), [](QRgb p) { return isInk(p); }), 0);
+    EXPECT_GT(countPixels(image, QRect(62, 39, 26, 2), [](QRgb p) { return isInk(p); }), 20);  // bottom edge
+    EXPECT_GT(countPixels(image, QRect(89, 12, 2, 26), [](QRgb p) { return isInk(p); }), 20);  // right edge
+    EXPECT_GT(countPixels(image, QRect(59, 12, 2, 26), [](QRgb p) { return isInk(p); }), 20);  // left edge
+    const QRect wideInk = inkBounds(image.copy(0, 60, 100, 12)),
+                plainInk = inkBounds(image.copy(0, 80, 100, 12));
+    EXPECT_NEAR(wideInk.width(), 2 * plainInk.width(), 3);
+    EXPECT_NEAR(wideInk.height(), plainInk.height(), 1);
+    // Half transparent blue over white, two pixels thick (0.5 mm at 96 pixels an inch is 1.9 pixels).
+    const QRgb mid = image.pixel(75, 55);
+    EXPECT_NEAR(qBlue(mid), 255, 2);
+    EXPECT_NEAR(qRed(mid), 127, 20);
+    EXPECT_EQ(countPixels(image, QRect(75, 51, 1, 8), [](QRgb p) { return isInk(p); }), 2);
 }
 
 TEST(Render, IndexSevenFollowsTheBackground) {

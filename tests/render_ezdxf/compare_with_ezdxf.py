@@ -87,8 +87,15 @@ def linetypes(doc, msp):
         msp.add_line((0, 10 + 25 * i), (140, 10 + 25 * i), dxfattribs={"linetype": name, "ltscale": 4})
 
 
+def fills_and_frames(doc, msp):
+    msp.add_solid([(0, 0), (40, 0), (0, 30), (40, 30)], dxfattribs={"color": 1})
+    msp.add_trace([(50, 0), (90, 10), (50, 20), (90, 30)], dxfattribs={"color": 2})
+    msp.add_3dface([(100, 0), (140, 0), (140, 30), (100, 30)])
+    msp.add_mline([(0, 50), (60, 50), (60, 90), (120, 100)], dxfattribs={"scale_factor": 4})
+
+
 KINDS = [("curves", curves), ("polylines", polylines), ("hatches", hatches), ("blocks", blocks),
-         ("linetypes", linetypes)]
+         ("linetypes", linetypes), ("fills_and_frames", fills_and_frames)]
 
 
 def without_text(source: pathlib.Path, target: pathlib.Path) -> None:
