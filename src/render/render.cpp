@@ -7,12 +7,16 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRawFont>
+#include <QGlyphRun>
+#include <QTextLayout>
 #include <QPolygonF>
 #include <QSvgGenerator>
 #include <algorithm>
 #include <cmath>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "db/entities/arc.h"
@@ -570,12 +574,34 @@ void Renderer::drawHatch(const db::Hatch& h, const Pen& pen, const Placement& at
 }
 
 // Adds a line of text to `path` in plane units: left end of its baseline at (x, y), y up.
+/// The outline of a glyph, y down, baseline at 0. Outlines are read from the font file once: reading them is
+/// most of the cost of drawing text (drawings repeat a few dozen glyphs many thousand times).
+const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
+    static std::unordered_map<QString, std::unordered_map<quint32, QPainterPath>> outlines;
+    auto& ofFont = outlines[font.familyName() + QLatin1Char('/') + font.styleName()];
+    auto it = ofFont.find(glyph);
+    if (it == ofFont.end()) it = ofFont.emplace(glyph, font.pathForGlyph(glyph)).first;
+    return it->second;
+}
+
 void addTextRun(QPainterPath& path, const QString& text, double x, double y, double height,
                 double widthFactor, double oblique = 0.0) {
     static const QFont font = shapingFont();
     static const double capHeight = QFontMetricsF(font).capHeight();
+    // Shaped as one line (kerning, fallback fonts for missing characters), then drawn from cached outlines.
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    if (!line.isValid()) return;
     QPainterPath glyphs;
-    glyphs.addText(QPointF(0, 0), font, text);
+    for (const QGlyphRun& run : layout.glyphRuns()) {
+        const QRawFont raw = run.rawFont();
+        const QList<quint32> indexes = run.glyphIndexes();
+        const QList<QPointF> positions = run.positions();
+        for (qsizetype i = 0; i < indexes.size() && i < positions.size(); ++i)
+            glyphs.addPath(glyphOutline(raw, indexes[i]).translated(positions[i].x(), positions[i].y() - line.ascent()));
+    }
     const double k = height / capHeight;
     // Glyphs come y down; the plane is y up. The oblique angle slants them to the right.
     const QTransform place(k * widthFactor, 0, -k * std::tan(oblique), -k, x, y);
