@@ -584,28 +584,48 @@ const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
     return it->second;
 }
 
-void addTextRun(QPainterPath& path, const QString& text, double x, double y, double height,
-                double widthFactor, double oblique = 0.0) {
+/// A text shaped as one line in the shaping font (kerning, fallback fonts for missing characters): its glyph
+/// runs, positioned y down with the baseline at 0.
+QList<QGlyphRun> shapedRuns(const QString& text) {
     static const QFont font = shapingFont();
-    static const double capHeight = QFontMetricsF(font).capHeight();
-    // Shaped as one line (kerning, fallback fonts for missing characters), then drawn from cached outlines.
     QTextLayout layout(text, font);
     layout.beginLayout();
     const QTextLine line = layout.createLine();
     layout.endLayout();
-    if (!line.isValid()) return;
+    if (!line.isValid()) return {};
+    QList<QGlyphRun> runs = layout.glyphRuns();
+    for (QGlyphRun& run : runs) {
+        QList<QPointF> positions = run.positions();
+        for (QPointF& p : positions) p.ry() -= line.ascent();
+        run.setPositions(positions);
+    }
+    return runs;
+}
+
+/// From shaping-font pixels (y down, baseline at 0) to the text's plane: scaled to its height and width
+/// factor, y up, slanted right by the oblique angle, its start at (x, y).
+QTransform runPlacement(double x, double y, double height, double widthFactor, double oblique) {
+    static const double capHeight = QFontMetricsF(shapingFont()).capHeight();
+    const double k = height / capHeight;
+    return QTransform(k * widthFactor, 0, -k * std::tan(oblique), -k, x, y);
+}
+
+/// The outlines of a text shaped as one line, in shaping-font pixels (y down, baseline at 0).
+QPainterPath glyphOutlines(const QString& text) {
     QPainterPath glyphs;
-    for (const QGlyphRun& run : layout.glyphRuns()) {
+    for (const QGlyphRun& run : shapedRuns(text)) {
         const QRawFont raw = run.rawFont();
         const QList<quint32> indexes = run.glyphIndexes();
         const QList<QPointF> positions = run.positions();
         for (qsizetype i = 0; i < indexes.size() && i < positions.size(); ++i)
-            glyphs.addPath(glyphOutline(raw, indexes[i]).translated(positions[i].x(), positions[i].y() - line.ascent()));
+            glyphs.addPath(glyphOutline(raw, indexes[i]).translated(positions[i]));
     }
-    const double k = height / capHeight;
-    // Glyphs come y down; the plane is y up. The oblique angle slants them to the right.
-    const QTransform place(k * widthFactor, 0, -k * std::tan(oblique), -k, x, y);
-    path.addPath(place.map(glyphs));
+    return glyphs;
+}
+
+void addTextRun(QPainterPath& path, const QString& text, double x, double y, double height,
+                double widthFactor, double oblique = 0.0) {
+    path.addPath(runPlacement(x, y, height, widthFactor, oblique).map(glyphOutlines(text)));
 }
 
 double textAdvance(const QString& text, double height, double widthFactor) {
@@ -662,8 +682,6 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
         else if (vm == V::Top)
             y = -height;
     }
-    QPainterPath path;
-    addTextRun(path, text, x, y, height, widthFactor, t.oblique());
     const std::int16_t gen = t.generationFlags();
     QTransform mirror;
     if (gen & 2) mirror.scale(-1, 1);  // backwards
@@ -671,7 +689,19 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Vector3d xAxis = db::ocsToWcs(Vector3d(std::cos(rotation), std::sin(rotation), 0), normal);
     const Vector3d yAxis = db::ocsToWcs(Vector3d(-std::sin(rotation), std::cos(rotation), 0), normal);
     const QTransform toPx = mirror * at.planeToPixels(db::ocsToWcs(anchor, normal), xAxis, yAxis);
-    fill(toPx.map(path), pen.color);
+    const QTransform glyphsToPx = runPlacement(x, y, height, widthFactor, t.oblique()) * toPx;
+    if (painter_.device() && painter_.device()->devType() == QInternal::Image) {
+        // Into a picture, glyphs are drawn from Qt's cache of rendered glyphs, kept per size and slant: most
+        // texts of a drawing share a few heights, and rendering each outline again was most of a picture's
+        // time.
+        painter_.save();
+        painter_.setTransform(glyphsToPx);
+        painter_.setPen(pen.color);
+        for (const QGlyphRun& run : shapedRuns(text)) painter_.drawGlyphRun(QPointF(0, 0), run);
+        painter_.restore();
+        return;
+    }
+    fill(glyphsToPx.map(glyphOutlines(text)), pen.color);
 }
 
 // Lays out multi-line text: paragraphs of runs, wrapped at `width` when it is set, placed by the attachment
@@ -1049,9 +1079,12 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
         const db::LayerTableRecord* layer = db::objectCast<db::LayerTableRecord>(e.layerId().peek());
         if (!e.isVisible() || (layer && (layer->isOff() || layer->isFrozen()))) return;
     }
+    // What the spatial index found is near the window already; its box is asked again only for a label.
+    const bool found = options_.index && !ghost;
     db::Extents3d box;
-    const bool hasBox = e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
-    if (hasBox) {
+    const bool hasBox = (!found || options_.handleLabels) && e.getGeomExtents(box) == db::ErrorStatus::Ok &&
+                        box.isValid();
+    if (hasBox && !found) {
         // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
         // about a text height, hence the slack.
         const db::Point3d &lo = shownTest_.minPoint(), &hi = shownTest_.maxPoint();
