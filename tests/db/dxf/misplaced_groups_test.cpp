@@ -71,6 +71,23 @@ TEST(MisplacedGroups, AKindWeDoNotKnowKeepsItsOwnGroupsOfTheCommonCodes) {
     EXPECT_EQ(writeDxf(*again.database), saved);
 }
 
+TEST(MisplacedGroups, AnEmbeddedObjectKeepsItsOwnGroupsOfTheSameCodes) {
+    // The column data after "101 Embedded Object" has a direction (11) of its own: the text, which gives
+    // none, keeps its default rather than turning to the column's.
+    auto db = readClean(
+        "0\nMTEXT\n5\nA4\n100\nAcDbEntity\n8\n0\n100\nAcDbMText\n10\n1\n20\n2\n30\n0\n40\n2.5\n1\nHi\n"
+        "101\nEmbedded Object\n70\n1\n10\n0\n20\n1\n30\n0\n11\n0\n21\n5\n31\n0\n");
+    ASSERT_TRUE(db);
+    auto* mtext = byHandle<MText>(*db, 0xA4);
+    ASSERT_TRUE(mtext);
+    EXPECT_EQ(mtext->direction(), Vector3d(1, 0, 0));
+    const std::string saved = writeDxf(*db);
+    EXPECT_NE(saved.find("101\nEmbedded Object\n 70\n1\n 10\n0"), std::string::npos) << saved;
+    DxfReadResult again = readDxf(saved);
+    ASSERT_TRUE(again.database);
+    EXPECT_EQ(writeDxf(*again.database), saved);
+}
+
 TEST(MisplacedGroups, AClassWithoutItsMarkerReadsItsGroupsFromTheRecord) {
     auto db = readClean(
         // A writer that gives only the AcDbEntity marker: the ellipse's groups follow the entity's.

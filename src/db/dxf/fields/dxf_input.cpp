@@ -59,8 +59,10 @@ void DxfInput::subclass(std::string_view name, int occurrence) {
         if (groups_[i].value == name && occurrence-- == 0) {
             groups_[i].used = true;
             sectionBegin_ = i + 1;
+            // A section ends at the next marker, or at an embedded object (101), whose groups reuse the codes
+            // of the section it follows (a multi-line text's column data has a 10 and an 11 of its own).
             std::size_t end = i + 1;
-            while (end < groups_.size() && groups_[end].code != 100) ++end;
+            while (end < groups_.size() && groups_[end].code != 100 && groups_[end].code != 101) ++end;
             sectionEnd_ = end;
             return;
         }
