@@ -1,5 +1,3 @@
-// Kept apart from the drawing code: the pattern file's line family and the hatch entity's share a name in the
-// database layer, so the two headers cannot meet in one file.
 #include "render/pattern_file.h"
 
 #include <optional>

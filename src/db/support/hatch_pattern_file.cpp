@@ -16,7 +16,7 @@ constexpr std::string_view kSolidName = "SOLID";
 const char* const kFieldNames[] = {"angle", "x-origin", "y-origin", "delta-x", "delta-y"};
 
 // Parses "angle, x-origin, y-origin, delta-x, delta-y [, dash, ...]".
-bool parseLineFamily(std::string_view text, HatchPatternLine& line, std::string& error) {
+bool parseLineFamily(std::string_view text, HatchPatternFileLine& line, std::string& error) {
     std::vector<std::string_view> fields = splitFields(text);
     // Hand-edited files often end a line with a comma; it adds nothing, so it is forgiven.
     if (fields.size() > 1 && fields.back().empty()) fields.pop_back();
@@ -128,7 +128,7 @@ HatchPatternFile parseHatchPatternFile(std::string_view text) {
         // Files give SOLID a line family so that readers without fills still show something. We fill
         // instead, so its lines are not even read.
         if (current->isSolid()) continue;
-        HatchPatternLine family;
+        HatchPatternFileLine family;
         std::string error;
         if (!parseLineFamily(line.text, family, error)) {
             report(line.number, current->name + ": " + error);

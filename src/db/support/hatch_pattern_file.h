@@ -19,8 +19,9 @@ struct Offset2d {
     constexpr bool operator==(const Offset2d&) const = default;
 };
 
-/// One family of parallel lines of a hatch pattern.
-struct HatchPatternLine {
+/// One family of parallel lines of a hatch pattern, as a pattern file gives it (its offset in the lines' own
+/// frame, unlike a hatch entity's HatchPatternLine).
+struct HatchPatternFileLine {
     double angle = 0.0;  ///< Direction of the lines, radians.
     Point2d origin;      ///< A point the first line passes through; the dash pattern starts there.
     Offset2d offset;     ///< Shift to the next line; `offset.y` is never zero.
@@ -30,7 +31,7 @@ struct HatchPatternLine {
 
 struct HatchPatternDefinition {
     std::string name, description;
-    std::vector<HatchPatternLine> lines;
+    std::vector<HatchPatternFileLine> lines;
 
     /// SOLID is a fill, not lines. It is known by its name (as drawings know it), and the reader drops
     /// the placeholder line family that files carry for it, so a solid definition has no lines.

@@ -103,8 +103,8 @@ TEST(BundledSupportFilesTest, PatternsExistInBothUnitSystemsAndMetricIsInchTimes
         EXPECT_EQ(i->lines.empty(), i->isSolid());
         ASSERT_EQ(m->lines.size(), i->lines.size());
         for (std::size_t k = 0; k < i->lines.size(); ++k) {
-            const HatchPatternLine& a = i->lines[k];
-            const HatchPatternLine& b = m->lines[k];
+            const HatchPatternFileLine& a = i->lines[k];
+            const HatchPatternFileLine& b = m->lines[k];
             EXPECT_DOUBLE_EQ(b.angle, a.angle);  // angles do not scale
             EXPECT_TRUE(isScaled(a.origin.x, b.origin.x));
             EXPECT_TRUE(isScaled(a.origin.y, b.origin.y));

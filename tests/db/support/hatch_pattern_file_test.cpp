@@ -55,7 +55,7 @@ TEST(HatchPatternFileTest, ParsesLineFamiliesInRadiansWithDashes) {
     EXPECT_EQ(brick.lines[1].offset, (Offset2d{0.25, 0.25}));
     EXPECT_EQ(brick.lines[1].dashes, (std::vector<double>{0.25, -0.25, 0.0, -0.1}));
 
-    const HatchPatternLine& neg = file.definitions[2].lines.at(0);
+    const HatchPatternFileLine& neg = file.definitions[2].lines.at(0);
     EXPECT_NEAR(neg.angle, -std::numbers::pi / 6, kEps);
     EXPECT_EQ(neg.origin, Point2d(-0.1, 2.0));
     EXPECT_EQ(neg.offset, (Offset2d{-0.5, -2.5}));
