@@ -3,7 +3,7 @@
 // reference machine: load at least 200 MB/s and 50 times faster than ezdxf; peak memory of a load at most
 // twice the file size.
 //
-// The file is bench/big_drawing.h's.
+// The file is bench/bench_files.h's.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -15,7 +15,7 @@
 #include <fstream>
 #include <string>
 
-#include "big_drawing.h"
+#include "bench_files.h"
 #include "db/dxf/file/dxf_reader.h"
 #include "db/dxf/file/dxf_writer.h"
 
@@ -26,22 +26,6 @@ using namespace vela::db;
 
 std::string g_file;
 double g_fileMb = 0;
-
-std::string run(const std::string& command) {
-    std::string out;
-    if (FILE* p = ::popen(command.c_str(), "r")) {
-        char buf[4096];
-        while (std::size_t n = std::fread(buf, 1, sizeof buf, p)) out.append(buf, n);
-        ::pclose(p);
-    }
-    return out;
-}
-
-double jsonNumber(const std::string& json, const std::string& key) {
-    const std::size_t at = json.find("\"" + key + "\"");
-    if (at == std::string::npos) return -1;
-    return std::atof(json.c_str() + json.find(':', at) + 1);
-}
 
 void BM_LoadDxf(benchmark::State& state) {
     for (auto _ : state) {
@@ -69,8 +53,8 @@ BENCHMARK(BM_SaveDxf)->Unit(benchmark::kMillisecond)->MinTime(3.0)->UseRealTime(
 
 // Peak memory of a load, measured in a child process that does nothing else.
 double loadPeakMb(const char* self) {
-    const std::string out = run(std::string("'") + self + "' --measure-load '" + g_file + "'");
-    return jsonNumber(out, "peak_mb");
+    const std::string out = vela::bench::commandOutput(std::string("'") + self + "' --measure-load '" + g_file + "'");
+    return vela::bench::jsonNumber(out, "peak_mb");
 }
 
 int measureLoad(const std::string& file) {
@@ -111,9 +95,9 @@ int main(int argc, char** argv) {
     }
     const double peak = loadPeakMb(argv[0]);
     const std::string peer =
-        run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' '" + g_file + "'");
-    const double peerLoad = jsonNumber(peer, "load_s"), peerSave = jsonNumber(peer, "save_s");
-    const double peerPeak = jsonNumber(peer, "peak_rss_mb") - jsonNumber(peer, "baseline_rss_mb");
+        vela::bench::commandOutput("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' '" + g_file + "'");
+    const double peerLoad = vela::bench::jsonNumber(peer, "load_s"), peerSave = vela::bench::jsonNumber(peer, "save_s");
+    const double peerPeak = vela::bench::jsonNumber(peer, "peak_rss_mb") - vela::bench::jsonNumber(peer, "baseline_rss_mb");
 
     std::printf("\nfile: %s, %.1f MB\n", g_file.c_str(), g_fileMb);
     std::printf(

@@ -1,4 +1,4 @@
-// Pictures of the large generated drawing (bench/big_drawing.h): the whole model space into a 2000x2000 PNG,
+// Pictures of the large generated drawing (bench/bench_files.h): the whole model space into a 2000x2000 PNG,
 // against ezdxf's drawing add-on on the same file in the same run; and a window of 1% of the extents' area
 // (a tenth of each side) through the spatial index, as a front end asks when the user zooms in.
 // Targets: the whole picture at least 50 times faster than ezdxf; the window in at most 50 ms as a canvas shows
@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "big_drawing.h"
+#include "bench_files.h"
 #include "db/dxf/file/dxf_reader.h"
 #include "db/spatial_index.h"
 #include "render/render.h"
@@ -94,22 +94,6 @@ void BM_WindowWithoutTheIndex(benchmark::State& state) {
 }
 BENCHMARK(BM_WindowWithoutTheIndex)->Unit(benchmark::kMillisecond);
 
-std::string run(const std::string& command) {
-    std::string out;
-    if (FILE* p = ::popen(command.c_str(), "r")) {
-        char buf[4096];
-        while (std::size_t n = std::fread(buf, 1, sizeof buf, p)) out.append(buf, n);
-        ::pclose(p);
-    }
-    return out;
-}
-
-double jsonNumber(const std::string& json, const std::string& key) {
-    const std::size_t at = json.find("\"" + key + "\"");
-    if (at == std::string::npos) return -1;
-    return std::atof(json.c_str() + json.find(':', at) + 1);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -127,13 +111,13 @@ int main(int argc, char** argv) {
         benchmark::DoNotOptimize(png(render::renderImage(*d.db, whole(d))));
         ours = std::min(ours, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
     }
-    const std::string peer = run("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' --render '" +
+    const std::string peer = bench::commandOutput("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' --render '" +
                                  d.path + "' /tmp/vela_bench_ezdxf_render.png 2000 60 2>/dev/null");
-    const double projected = jsonNumber(peer, "projected_s");
+    const double projected = bench::jsonNumber(peer, "projected_s");
     std::printf("\nours:  the whole drawing to a 2000x2000 PNG in %.3f s\n", ours);
     if (projected > 0) {
         std::printf("ezdxf: drew %.0f of %.0f entities in %.1f s; all of them would take %.0f s\n",
-                    jsonNumber(peer, "drawn"), jsonNumber(peer, "entities"), jsonNumber(peer, "draw_s"),
+                    bench::jsonNumber(peer, "drawn"), bench::jsonNumber(peer, "entities"), bench::jsonNumber(peer, "draw_s"),
                     projected);
         std::printf("ratio: ours is %.0f x faster (target >= 50)\n", projected / ours);
     } else {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "bench_files.h"
 #include "commands/commands.h"
 #include "db/dxf/file/dxf_writer.h"
 #include "db/entities/arc.h"
@@ -91,11 +92,6 @@ void BM_SelectByColor(benchmark::State& state) {
 }
 BENCHMARK(BM_SelectByColor)->Unit(benchmark::kMillisecond);
 
-double jsonNumber(const std::string& json, const std::string& key) {
-    const std::size_t at = json.find("\"" + key + "\"");
-    return at == std::string::npos ? -1 : std::atof(json.c_str() + json.find(':', at) + 1);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -120,16 +116,10 @@ int main(int argc, char** argv) {
         return best;
     };
     const double layer = time(kLayerQuery), color = time(kColorQuery);
-    std::string peer;
-    if (FILE* p =
-            ::popen(("/usr/bin/python3 '" VELA_SOURCE_DIR "/bench/ezdxf_peer.py' --query '" + file + "' L7 1")
-                        .c_str(),
-                    "r")) {
-        char buf[4096];
-        while (std::size_t n = std::fread(buf, 1, sizeof buf, p)) peer.append(buf, n);
-        ::pclose(p);
-    }
-    const double peerLayer = jsonNumber(peer, "layer_query_s"), peerColor = jsonNumber(peer, "color_query_s");
+    const std::string peer = vela::bench::commandOutput("/usr/bin/python3 '" VELA_SOURCE_DIR
+                                                   "/bench/ezdxf_peer.py' --query '" + file + "' L7 1");
+    const double peerLayer = vela::bench::jsonNumber(peer, "layer_query_s"),
+                 peerColor = vela::bench::jsonNumber(peer, "color_query_s");
     std::printf("\n%d entities\n", kEntities);
     std::printf("ours:  layer query %.1f ms, color query %.1f ms (target <= 50 ms)\n", layer * 1e3,
                 color * 1e3);

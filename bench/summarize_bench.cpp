@@ -8,7 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include "big_drawing.h"
+#include "bench_files.h"
 #include "bridge/velaassistant_communication.h"
 #include "commands/commands.h"
 #include "db/dxf/file/dxf_reader.h"

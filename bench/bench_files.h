@@ -7,6 +7,23 @@
 
 namespace vela::bench {
 
+/// What a command (the ezdxf peer) prints on standard output.
+inline std::string commandOutput(const std::string& command) {
+    std::string out;
+    if (FILE* p = ::popen(command.c_str(), "r")) {
+        char buf[4096];
+        while (std::size_t n = std::fread(buf, 1, sizeof buf, p)) out.append(buf, n);
+        ::pclose(p);
+    }
+    return out;
+}
+
+/// The number under `key` in the peer's one-line JSON answer; -1 when it has none.
+inline double jsonNumber(const std::string& json, const std::string& key) {
+    const std::size_t at = json.find("\"" + key + "\"");
+    return at == std::string::npos ? -1 : std::atof(json.c_str() + json.find(':', at) + 1);
+}
+
 /// The large generated drawing several benchmarks share (about 55 MB: lines, polylines, circles and text on
 /// many layers), made by bench/make_big_dxf.py with ezdxf on first use; VELA_BENCH_DXF names another file.
 /// Empty when it cannot be made.
