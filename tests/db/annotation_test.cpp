@@ -97,30 +97,6 @@ TEST(Dimension, ARecordWithoutMarkersKeepsItsOtherGroupsInTheSectionsReadersLook
     EXPECT_TRUE(common < oblique && oblique < own) << "the oblique angle is a group of the common section";
 }
 
-TEST(Dimension, FieldsAndExtentsComeFromTheRecordAndItsBlock) {
-    auto db = read(dimensionDrawing(32, kRotated));
-    ASSERT_TRUE(db);
-    auto* dim = at<RotatedDimension>(*db, 0xD1);
-    ASSERT_TRUE(dim);
-    EXPECT_EQ(dim->dimensionBlockName(), "*D1");
-    EXPECT_EQ(dim->dimensionStyleName(), "Standard") << "a file that names no style means Standard";
-    EXPECT_EQ(dim->textOverride(), "Span <>");
-    EXPECT_EQ(dim->measurement(), 4.0);
-    EXPECT_NEAR(dim->textRotation(), kPi / 18, 1e-12);
-    EXPECT_TRUE(dim->xLine2Point().isEqualTo({4, 0, 0}));
-    Extents3d box;
-    ASSERT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
-    EXPECT_TRUE(box.isEqualTo(Extents3d({0, 0, 0}, {4, 3, 0})))
-        << "the box of the drawing, not of the points";
-
-    // Without its block there is nothing drawn to measure.
-    {
-        auto ref = openObject<RotatedDimension>(dim->objectId(), OpenMode::ForWrite);
-        ref->setDimensionBlock(ObjectId());
-    }
-    EXPECT_EQ(dim->getGeomExtents(box), ErrorStatus::InvalidInput);
-}
-
 TEST(Dimension, TransformMovesPointsAndDrawingTogetherAndUndoRestoresBoth) {
     auto db = read(dimensionDrawing(32, kRotated));
     ASSERT_TRUE(db);

@@ -89,15 +89,6 @@ Helix helixFromFile() {
     return helix ? *helix : Helix();
 }
 
-TEST(Helices, ReadTheirSplineAndTheirOwnFiguresApart) {
-    const Helix helix = helixFromFile();
-    EXPECT_TRUE(helix.isKindOf(Spline::desc()));
-    EXPECT_EQ(helix.controlPoints().size(), 2u) << "the spline's points are not the helix's";
-    EXPECT_EQ(helix.startPoint(), Point3d(2, 0, 0));
-    EXPECT_EQ(helix.baseRadius(), 2.0);
-    EXPECT_EQ(helix.height(), 3.0);
-}
-
 TEST(Helices, UnevenScalingIsRefusedMirroringSwapsTheHandedness) {
     Helix helix = helixFromFile();
     EXPECT_EQ(helix.transformBy(Matrix3d::scaling({1, 1, 2})), ErrorStatus::CannotScaleNonUniformly);
@@ -160,19 +151,6 @@ Mline mlineFromFile() {
     auto* mline = r.database ? objectCast<Mline>(firstEntity(*r.database)) : nullptr;
     EXPECT_NE(mline, nullptr);
     return mline ? *mline : Mline();
-}
-
-TEST(Multilines, ReadEachVertexWithItsElements) {
-    const Mline mline = mlineFromFile();
-    ASSERT_EQ(mline.numVertices(), 2u);
-    const Mline::Vertex& second = mline.vertices()[1];
-    EXPECT_EQ(second.position, Point3d(4, 0, 0));
-    ASSERT_EQ(second.elements.size(), 2u);
-    EXPECT_EQ(second.elements[1].params, (std::vector<double>{-1, 0.5}));
-    EXPECT_EQ(second.elements[1].fillParams, (std::vector<double>{0.25}));
-    EXPECT_EQ(mline.length(), 4.0);
-    Extents3d box;
-    EXPECT_EQ(mline.getGeomExtents(box), ErrorStatus::InvalidInput) << "its style is not in the drawing";
 }
 
 TEST(Multilines, MirroredLinesAreTheMirrorImagesUnevenScalingIsRefused) {

@@ -293,26 +293,6 @@ TEST(Render, MTextWrapsParagraphsBelowItsTopLeftCorner) {
     EXPECT_NEAR(first.width(), second.width(), 2);
 }
 
-TEST(Render, MTextRightAlignedParagraphWrapsAtItsWidth) {
-    db::Database db;
-    auto m = std::make_unique<db::MText>();
-    m->setLocation(db::Point3d(10, 90));
-    m->setTextHeight(10);
-    m->setWidth(40);
-    m->setAttachment(db::MText::Attachment::TopLeft);
-    // Two words wider than the column together: one line each, both ending at the column's right edge x = 50
-    // (the space after the first word takes no room).
-    m->setContents("\\pxqr;HEN HEN");
-    add(db, std::move(m));
-    const QImage image = renderImage(db, unitOptions(0, 0, 100, 100));
-    const QRect first = inkBounds(image.copy(0, 0, 100, 22)), second = inkBounds(image.copy(0, 24, 100, 20));
-    ASSERT_FALSE(first.isNull());
-    ASSERT_FALSE(second.isNull());
-    EXPECT_NEAR(first.right(), 49, 2);
-    EXPECT_NEAR(second.right(), 49, 2);
-    EXPECT_GT(first.left(), 15);
-}
-
 TEST(Render, MTextUnderlineLiesBelowTheBaseline) {
     auto picture = [](const char* contents) {
         db::Database db;
