@@ -168,28 +168,6 @@ TEST(FrameEntities, OleFrameKeepsItsBinaryDataAndOnlyMovesOrScales) {
     EXPECT_NE(record.find("\n72\n0\n" + data.substr(0, data.size() - 1)), std::string::npos) << record;
 }
 
-TEST(FrameEntities, MeshReadsFacesEdgesAndCreasesAndKeepsOverrides) {
-    const DxfReadResult r = readDxf(
-        entities("0\nMESH\n5\nE1\n100\nAcDbEntity\n8\n0\n100\nAcDbSubDMesh\n71\n2\n72\n0\n91\n1\n92\n4\n"
-                 "10\n0\n20\n0\n30\n0\n10\n1\n20\n0\n30\n0\n10\n0\n20\n1\n30\n0\n10\n0\n20\n0\n30\n1\n"
-                 "93\n8\n90\n3\n90\n0\n90\n1\n90\n2\n90\n3\n90\n0\n90\n1\n90\n3\n"
-                 "94\n2\n90\n0\n90\n1\n90\n1\n90\n2\n95\n2\n140\n0.5\n140\n0\n"
-                 "90\n1\n91\n0\n92\n1\n90\n0\n63\n3\n"));
-    ASSERT_TRUE(r.database) << r.error->text();
-    auto* mesh = entityOf<SubDMesh>(r, 0xE1);
-    ASSERT_TRUE(mesh);
-    ASSERT_EQ(mesh->faces().size(), 2u);
-    EXPECT_EQ(mesh->faces()[1], (std::vector<std::int32_t>{0, 1, 3}));
-    ASSERT_EQ(mesh->edges().size(), 2u);
-    EXPECT_EQ(mesh->edges()[1], (SubDMesh::Edge{1, 2}));
-    EXPECT_EQ(mesh->creases(), (std::vector<double>{0.5, 0.0}));
-    EXPECT_EQ(mesh->smoothLevel(), 1);
-    const std::string saved = savedText(*r.database);
-    EXPECT_NE(recordOf(saved, "E1").find("\n140\n0.0\n90\n1\n91\n0\n92\n1\n90\n0\n63\n3"), std::string::npos)
-        << "the overrides follow the creases as they came: " << recordOf(saved, "E1");
-    EXPECT_EQ(savedText(*readDxf(saved).database), saved);
-}
-
 // Modeller text as older files hold it: one body without a placement, a second line for the attribute.
 std::vector<std::string> satText(const std::string& bodyTail = "$-1 #", const std::string& extra = "") {
     std::vector<std::string> lines = {
