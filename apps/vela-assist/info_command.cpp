@@ -4,19 +4,14 @@
 
 #include "cli.h"
 #include "db/dxf/file/dxf_reader.h"
-#include "db/raw_object.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "drawing_loader.h"
+#include "drawing_summary.h"
 
 namespace vela::cli {
 
 namespace {
-
-std::string typeName(const db::Entity& e) {
-    if (auto* raw = db::objectCast<db::RawEntity>(&e)) return raw->dxfName();
-    return e.isA()->dxfName();
-}
 
 std::string colorText(db::Color c) {
     if (c.isByColor())
@@ -47,7 +42,7 @@ void printEntities(db::Database& db) {
     db.blockTable()->forEachRecord([&](db::SymbolTableRecord* r) {
         auto* btr = static_cast<db::BlockTableRecord*>(r);
         btr->forEachEntity([&](db::Entity* e) {
-            std::string line = "{\"handle\":\"" + e->handle().toText() + "\",\"type\":" + jsonString(typeName(*e)) +
+            std::string line = "{\"handle\":\"" + e->handle().toText() + "\",\"type\":" + jsonString(entityTypeName(*e)) +
                                ",\"block\":" + jsonString(btr->name()) + ",\"layer\":" + jsonString(e->layer()) +
                                ",\"extents\":";
             db::Extents3d box;
@@ -92,21 +87,8 @@ int infoCommand(const std::vector<std::string>& args) {
         return 0;
     }
 
-    std::map<std::string, std::size_t> perType;
-    std::size_t model = 0, paper = 0, inBlocks = 0, blocks = 0;
-    db::Extents3d extents;
-    db.blockTable()->forEachRecord([&](db::SymbolTableRecord* r) {
-        auto* btr = static_cast<db::BlockTableRecord*>(r);
-        const bool isModel = btr->isModelSpace(), isLayout = btr->isLayout();
-        if (!isLayout) ++blocks;
-        btr->forEachEntity([&](db::Entity* e) {
-            ++perType[typeName(*e)];
-            (isModel ? model : isLayout ? paper : inBlocks) += 1;
-            db::Extents3d box;
-            if (isModel && e->getGeomExtents(box) == db::ErrorStatus::Ok) extents.addExtents(box);
-        });
-    });
-
+    const DrawingSummary summary = summarizeDrawing(db);
+    const auto& [perType, modelPerLayer, model, paper, inBlocks, blocks, extents] = summary;
     const std::string version = db.fileData().version.empty() ? "unknown" : db.fileData().version;
     std::printf("Drawing:  %s\n", drawings[0].c_str());
     std::printf("Format:   DXF %s, %s units\n", version.c_str(),

@@ -26,6 +26,10 @@ void usage(std::FILE* to) {
         "                       drawing units or the entities named by handle; --handles writes handles on\n"
         "                       the entities (all of them, or those listed)\n"
         "  shell [DRAWING]      an interactive command line, as in a CAD program\n"
+        "  mcp [DRAWING|--new] [--root DIR] [--http PORT]\n"
+        "                       a Model Context Protocol server: every assistant command as a tool for AI\n"
+        "                       clients, over standard input/output or HTTP on 127.0.0.1 (with a token);\n"
+        "                       files are opened and saved only under DIR (default: the current folder)\n"
         "  catalogue            the assistant's commands with descriptions and JSON Schemas of their "
         "requests\n"
         "  help                 this text\n",
@@ -47,6 +51,7 @@ int main(int argc, char** argv) {
     if (command == "shell") return vela::cli::shellCommand(args);
     if (command == "catalogue") return vela::cli::catalogueCommand(args);
     if (command == "render") return vela::cli::renderCommand(args);
+    if (command == "mcp") return vela::cli::mcpCommand(args);
     if (command == "help" || command == "--help" || command == "-h") {
         usage(stdout);
         return 0;

@@ -9,7 +9,10 @@
 #include <memory>
 #include <vector>
 
+#include <QJsonArray>
+
 #include "db/dxf/file/atomic_save.h"
+#include "properties/handle_text.h"
 
 namespace vela::cli {
 
@@ -102,6 +105,68 @@ std::string writePicture(const db::Database& db, const render::RenderOptions& op
     const std::string failed = db::saveFileAtomically(
         path, std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
     return failed.empty() ? std::string() : "cannot write " + path + ": " + failed;
+}
+
+namespace {
+
+// Live entities named by a JSON array of handle texts; false (with `why`) when one names none.
+bool entitiesNamed(const db::Database& db, const QJsonValue& value, const char* key,
+                   std::vector<db::ObjectId>& ids, QString& why) {
+    if (!value.isArray()) {
+        why = QStringLiteral("\"%1\" takes an array of handles").arg(QLatin1String(key));
+        return false;
+    }
+    for (const QJsonValue& h : value.toArray()) {
+        const db::ObjectId id = properties::ObjectIdFromHandleText(db, h.toString());
+        if (!db::objectCast<db::Entity>(id.peek()) || id.isErased()) {
+            why = QStringLiteral("\"%1\": no entity has the handle '%2'").arg(QLatin1String(key), h.toString());
+            return false;
+        }
+        ids.push_back(id);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request, QString* why) {
+    auto refuse = [&](const QString& reason) -> std::optional<PictureRequest> {
+        if (why) *why = reason;
+        return std::nullopt;
+    };
+    PictureRequest picture;
+    render::RenderOptions& options = picture.options;
+    if (request.contains(QStringLiteral("size"))) {
+        const auto size = parsePictureSize(request.value(QStringLiteral("size")).toString().toStdString());
+        if (!size) return refuse(QStringLiteral("\"size\" takes \"WIDTHxHEIGHT\" in pixels, 1 to 16384 each"));
+        options.size = *size;
+    }
+    if (request.contains(QStringLiteral("window"))) {
+        options.window = parsePictureWindow(request.value(QStringLiteral("window")).toString().toStdString());
+        if (!options.window) return refuse(QStringLiteral("\"window\" takes \"X1,Y1,X2,Y2\", a window with an area"));
+    }
+    QString reason;
+    if (request.contains(QStringLiteral("around")) &&
+        !entitiesNamed(db, request.value(QStringLiteral("around")), "around", options.around, reason))
+        return refuse(reason);
+    if (request.contains(QStringLiteral("handles"))) {
+        options.handleLabels = true;
+        const QJsonValue handles = request.value(QStringLiteral("handles"));
+        if (handles != QJsonValue(QStringLiteral("all")) &&
+            !entitiesNamed(db, handles, "handles", options.labelled, reason))
+            return refuse(reason);
+    }
+    options.dark = request.value(QStringLiteral("dark")).toBool();
+    if (request.contains(QStringLiteral("since"))) {
+        const QJsonValue since = request.value(QStringLiteral("since"));
+        const db::UndoManager& undo = db.undoManager();
+        if (!since.isDouble() || since.toDouble() < 0 || since.toDouble() != std::floor(since.toDouble()) ||
+            since.toDouble() > static_cast<double>(undo.undoCount()))
+            return refuse(QStringLiteral("\"since\" takes an undo step from 0 to %1").arg(undo.undoCount()));
+        picture.changes = undo.changesSince(static_cast<std::size_t>(since.toDouble()));
+        render::showChanges(options, *picture.changes);
+    }
+    return picture;
 }
 
 }  // namespace vela::cli

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QJsonObject>
+#include <QString>
 #include <optional>
 #include <string>
 
@@ -11,6 +13,16 @@ namespace vela::cli {
 std::optional<QSize> parsePictureSize(const std::string& text);
 /// "X1,Y1,X2,Y2" in drawing units, a window with an area; nothing when the text is not one.
 std::optional<db::Extents3d> parsePictureWindow(const std::string& text);
+
+/// A picture asked for in JSON, by the run script and the MCP server alike:
+///   "size": "WxH", "window": "X1,Y1,X2,Y2", "around": [HANDLE, ...], "handles": [HANDLE, ...] | "all",
+///   "dark": BOOL, "since": UNDO_STEP (what the later steps created, changed and erased, in colour).
+struct PictureRequest {
+    render::RenderOptions options;
+    std::optional<db::UndoManager::Changes> changes;  // with "since"
+};
+/// Nothing (with `why`) when a key holds something it does not take.
+std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request, QString* why);
 
 /// Makes the application object that text drawing needs (headless unless the user chose a platform) and loads
 /// the bundled fonts; does nothing when there is one already.

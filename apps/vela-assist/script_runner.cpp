@@ -88,30 +88,35 @@ QString ScriptRunner::answer(const QByteArray& line) {
                                        "capability, open, close, save, undo, redo, render")));
 }
 
-QString ScriptRunner::call(const QJsonObject& request) {
-    const QString name = request.value(QStringLiteral("call")).toString();
-    const QMetaMethod method = slotNamed(session_.bridge(), name);
-    if (!method.isValid()) return text(failure(QStringLiteral("no slot named '%1'").arg(name)));
-    const QString argument = request.value(QStringLiteral("text")).toString();
-    QObject* bridge = &session_.bridge();
+std::optional<QString> callBridgeSlot(QObject& bridge, const QString& name, const QString& argument) {
+    const QMetaMethod method = slotNamed(bridge, name);
+    if (!method.isValid()) return std::nullopt;
     if (method.returnType() == QMetaType::QString) {
         QString result;
         if (method.parameterCount() == 1)
-            method.invoke(bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result), Q_ARG(QString, argument));
+            method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result), Q_ARG(QString, argument));
         else
-            method.invoke(bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result));
+            method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result));
         return result;
     }
     if (method.returnType() == QMetaType::Bool) {
         bool result = false;
-        method.invoke(bridge, Qt::DirectConnection, Q_RETURN_ARG(bool, result), Q_ARG(QString, argument));
+        method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(bool, result), Q_ARG(QString, argument));
         return result ? QStringLiteral("true") : QStringLiteral("false");
     }
     if (method.parameterCount() == 1)
-        method.invoke(bridge, Qt::DirectConnection, Q_ARG(QString, argument));
+        method.invoke(&bridge, Qt::DirectConnection, Q_ARG(QString, argument));
     else
-        method.invoke(bridge, Qt::DirectConnection);
+        method.invoke(&bridge, Qt::DirectConnection);
     return QString();
+}
+
+QString ScriptRunner::call(const QJsonObject& request) {
+    const QString name = request.value(QStringLiteral("call")).toString();
+    const std::optional<QString> answer =
+        callBridgeSlot(session_.bridge(), name, request.value(QStringLiteral("text")).toString());
+    if (!answer) return text(failure(QStringLiteral("no slot named '%1'").arg(name)));
+    return *answer;
 }
 
 QJsonObject ScriptRunner::select(const QJsonObject& request) {
@@ -169,71 +174,22 @@ QJsonObject ScriptRunner::undoRedo(const QJsonObject& request, bool undo) {
     return ok();
 }
 
-namespace {
-
-// Live entities named by a JSON array of handle texts; false (with `why`) when one names none.
-bool entitiesNamed(const db::Database& db, const QJsonValue& value, const char* key,
-                   std::vector<db::ObjectId>& ids, QString& why) {
-    if (!value.isArray()) {
-        why = QStringLiteral("\"%1\" takes an array of handles").arg(QLatin1String(key));
-        return false;
-    }
-    for (const QJsonValue& h : value.toArray()) {
-        const db::ObjectId id = properties::ObjectIdFromHandleText(db, h.toString());
-        if (!db::objectCast<db::Entity>(id.peek()) || id.isErased()) {
-            why = QStringLiteral("\"%1\": no entity has the handle '%2'").arg(QLatin1String(key), h.toString());
-            return false;
-        }
-        ids.push_back(id);
-    }
-    return true;
-}
-
-}  // namespace
-
 QJsonObject ScriptRunner::render(const QJsonObject& request) {
     host::Document* doc = session_.activeDocument();
     if (!doc) return failure(QStringLiteral("no drawing is open"));
     const db::Database& db = *doc->database();
     const QString path = request.value(QStringLiteral("render")).toString();
     if (path.isEmpty()) return failure(QStringLiteral("\"render\" needs a file path"));
-    render::RenderOptions options;
-    if (request.contains(QStringLiteral("size"))) {
-        const auto size = parsePictureSize(request.value(QStringLiteral("size")).toString().toStdString());
-        if (!size) return failure(QStringLiteral("\"size\" takes \"WIDTHxHEIGHT\" in pixels, 1 to 16384 each"));
-        options.size = *size;
-    }
-    if (request.contains(QStringLiteral("window"))) {
-        options.window = parsePictureWindow(request.value(QStringLiteral("window")).toString().toStdString());
-        if (!options.window)
-            return failure(QStringLiteral("\"window\" takes \"X1,Y1,X2,Y2\", a window with an area"));
-    }
     QString why;
-    if (request.contains(QStringLiteral("around")) &&
-        !entitiesNamed(db, request.value(QStringLiteral("around")), "around", options.around, why))
-        return failure(why);
-    if (request.contains(QStringLiteral("handles"))) {
-        options.handleLabels = true;
-        const QJsonValue handles = request.value(QStringLiteral("handles"));
-        if (handles != QJsonValue(QStringLiteral("all")) &&
-            !entitiesNamed(db, handles, "handles", options.labelled, why))
-            return failure(why);
-    }
-    options.dark = request.value(QStringLiteral("dark")).toBool();
+    const std::optional<PictureRequest> picture = readPictureRequest(db, request, &why);
+    if (!picture) return failure(why);
     QJsonObject answer = ok();
-    if (request.contains(QStringLiteral("since"))) {
-        const QJsonValue since = request.value(QStringLiteral("since"));
-        const db::UndoManager& undo = doc->database()->undoManager();
-        if (!since.isDouble() || since.toDouble() < 0 || since.toDouble() != std::floor(since.toDouble()) ||
-            since.toDouble() > static_cast<double>(undo.undoCount()))
-            return failure(QStringLiteral("\"since\" takes an undo step from 0 to %1").arg(undo.undoCount()));
-        const db::UndoManager::Changes changes = undo.changesSince(static_cast<std::size_t>(since.toDouble()));
-        render::showChanges(options, changes);
-        answer.insert(QStringLiteral("created"), static_cast<qint64>(changes.created.size()));
-        answer.insert(QStringLiteral("changed"), static_cast<qint64>(changes.changed.size()));
-        answer.insert(QStringLiteral("erased"), static_cast<qint64>(changes.erased.size()));
+    if (picture->changes) {
+        answer.insert(QStringLiteral("created"), static_cast<qint64>(picture->changes->created.size()));
+        answer.insert(QStringLiteral("changed"), static_cast<qint64>(picture->changes->changed.size()));
+        answer.insert(QStringLiteral("erased"), static_cast<qint64>(picture->changes->erased.size()));
     }
-    const std::string failed = writePicture(db, options, path.toStdString());
+    const std::string failed = writePicture(db, picture->options, path.toStdString());
     if (!failed.empty()) return failure(QString::fromStdString(failed));
     return answer;
 }

@@ -3,10 +3,18 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
+#include <optional>
+
+class QObject;
 
 namespace vela::cli {
 
 class Session;
+
+/// Calls the bridge's public slot of that name with one text (slots that take none are called without it) and
+/// answers what it returned as text: its own text, "true"/"false", or "" for a slot that returns nothing.
+/// Nothing when no public slot has that name.
+std::optional<QString> callBridgeSlot(QObject& bridge, const QString& name, const QString& argument);
 
 /// Answers the lines of a conversation script, one JSON object a line, each with exactly one line:
 ///   {"call": SLOT, "text": TEXT}         the bridge slot's answer text ("true"/"false", or "" for slots

@@ -67,6 +67,17 @@ const std::string& UndoManager::undoName() const {
 }
 
 UndoManager::Changes UndoManager::changesSince(std::size_t step) const {
+    std::vector<const Group*> groups;
+    for (std::size_t g = step; g < undoStack_.size(); ++g) groups.push_back(&undoStack_[g]);
+    return changesOf(groups);
+}
+
+UndoManager::Changes UndoManager::changesInOpenGroup() const {
+    if (depth_ == 0) return {};
+    return changesOf({&current_});
+}
+
+UndoManager::Changes UndoManager::changesOf(const std::vector<const Group*>& groups) {
     // For each entity touched, whether it was there before the first step looked at, and whether anything
     // but its appearance or disappearance changed.
     struct Seen {
@@ -76,8 +87,8 @@ UndoManager::Changes UndoManager::changesSince(std::size_t step) const {
     };
     std::unordered_map<DbObject*, Seen> seen;
     std::size_t order = 0;
-    for (std::size_t g = step; g < undoStack_.size(); ++g)
-        for (const Record& r : undoStack_[g].records) {
+    for (const Group* group : groups)
+        for (const Record& r : group->records) {
             // A part of an entity stands for the entity that owns it.
             DbObject* object = r.object;
             bool part = false;

@@ -54,6 +54,9 @@ public:
         std::vector<ObjectId> created, changed, erased;
     };
     Changes changesSince(std::size_t step) const;
+    /// The same for what the open group has done so far (nothing when no group is open): for work that is
+    /// looked at and then rolled back with abortGroup.
+    Changes changesInOpenGroup() const;
     const std::string& undoName() const;
 
 private:
@@ -77,6 +80,7 @@ private:
     void recordEraseFlag(DbObject* object, bool previous);
 
     void replay(Group& group, bool backwards);
+    static Changes changesOf(const std::vector<const Group*>& groups);
 
     Database& db_;
     int depth_ = 0;

@@ -157,10 +157,7 @@ class Renderer {
     void drawSpace(const db::BlockTableRecord& space);
 
   private:
-    struct Label {
-        QString text;
-        QPointF at;
-    };
+    using Label = RenderReport::Label;
 
     void drawTopLevel(const db::Entity& e, std::optional<QColor> overrideColor, bool ghost);
     void drawEntity(const db::Entity& e, const Matrix3d& m, const Inherited& in, int depth);
@@ -198,6 +195,7 @@ class Renderer {
     Frame frame_;
     db::Extents3d shownTest_;
     std::vector<Label> labels_;
+    std::size_t labelsLeftOut_ = 0;
     std::unordered_set<db::ObjectId> labelled_;
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
@@ -1100,12 +1098,22 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     drawEntity(e, Matrix3d(), top, 0);
     if (options_.handleLabels && !ghost && hasBox && (labelled_.empty() || labelled_.count(e.objectId()))) {
         const Point3d c = box.center();
-        labels_.push_back(
-            {QString::fromStdString(e.handle().toText()), frame_.toPixels.map(QPointF(c.x, c.y))});
+        const QPointF at = frame_.toPixels.map(QPointF(c.x, c.y));
+        // A label off the picture would point at nothing the reader sees.
+        if (QRectF(QPointF(0, 0), QSizeF(frame_.size)).contains(at)) {
+            if (labels_.size() < options_.maxLabels)
+                labels_.push_back({e.objectId(), QString::fromStdString(e.handle().toText()), at});
+            else
+                ++labelsLeftOut_;
+        }
     }
 }
 
 void Renderer::drawLabels() {
+    if (options_.report) {
+        options_.report->labels = labels_;
+        options_.report->labelsLeftOut = labelsLeftOut_;
+    }
     if (labels_.empty() || !canShapeText()) return;
     QFont font(fontFamily());
     font.setPixelSize(11);
@@ -1195,7 +1203,7 @@ QColor backgroundColor(const RenderOptions& options) {
     return options.dark ? QColor(33, 40, 48) : QColor(255, 255, 255);
 }
 
-Frame frameFor(const db::Database& db, const RenderOptions& options) {
+db::Extents3d windowFor(const db::Database& db, const RenderOptions& options) {
     db::Extents3d window;
     if (options.window && finiteBox(*options.window)) {
         window = *options.window;
@@ -1221,6 +1229,11 @@ Frame frameFor(const db::Database& db, const RenderOptions& options) {
         window =
             db::Extents3d(content.minPoint() - Vector3d(mx, my, 0), content.maxPoint() + Vector3d(mx, my, 0));
     }
+    return window;
+}
+
+Frame frameFor(const db::Database& db, const RenderOptions& options) {
+    const db::Extents3d window = windowFor(db, options);
     const QSize size(std::max(1, options.size.width()), std::max(1, options.size.height()));
     double w = window.maxPoint().x - window.minPoint().x, h = window.maxPoint().y - window.minPoint().y;
     if (!(w > 0) && !(h > 0)) w = h = 1.0;

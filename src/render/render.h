@@ -21,6 +21,17 @@ class QPainter;
 
 namespace vela::render {
 
+/// What a picture came to, for a caller that wants to point at what it shows.
+struct RenderReport {
+    struct Label {
+        db::ObjectId entity;
+        QString text;  // the handle
+        QPointF at;    // pixels, the centre of the label
+    };
+    std::vector<Label> labels;        // in drawing order
+    std::size_t labelsLeftOut = 0;    // labels beyond RenderOptions::maxLabels
+};
+
 /// What to draw and how. The picture is a plan view: every entity is drawn in world coordinates, its points
 /// projected onto the XY plane.
 struct RenderOptions {
@@ -33,6 +44,10 @@ struct RenderOptions {
     bool lineweights = true;              // draw lineweights (else every line 1 px)
     bool handleLabels = false;            // write each drawn entity's handle at its position
     std::vector<db::ObjectId> labelled;   // when non-empty and handleLabels: only these get labels
+    /// At most this many labels (the first in drawing order whose entities lie in the picture); a picture
+    /// buried under labels shows nothing.
+    std::size_t maxLabels = static_cast<std::size_t>(-1);
+    RenderReport* report = nullptr;       // filled when given
     /// Overlay colour for a top-level entity (created/changed since some step); none: its own colour.
     std::function<std::optional<QColor>(db::ObjectId)> highlight;
     /// Entities to draw although erased (an overlay of what was deleted), each in its colour.
@@ -57,6 +72,9 @@ double lineweightPixels(int hundredthsOfMillimetre);
 /// The background the options ask for.
 QColor backgroundColor(const RenderOptions& options);
 
+/// The part of the drawing the options ask for, before it is fitted into the picture: the window, else the
+/// framed entities' extents or the space's, widened by the margin.
+db::Extents3d windowFor(const db::Database& db, const RenderOptions& options);
 Frame frameFor(const db::Database& db, const RenderOptions& options);
 
 /// Draws onto any paint device through the painter (which the caller began on the device). The background is

@@ -145,6 +145,30 @@ void CJxV3ChangeTracker::Reset() {
     lastReportTime_ = now();
 }
 
+CJxV3ChangeTracker::State CJxV3ChangeTracker::TakeState() {
+    State state;
+    state.changesByDatabase = std::move(changesByDatabase_);
+    state.names = std::move(names_);  // the snapshots point into its nodes, which move with it
+    state.entitySnapshots = std::move(entitySnapshots_);
+    state.layerSnapshots = std::move(layerSnapshots_);
+    state.lastReportTime = lastReportTime_;
+    changesByDatabase_.clear();
+    names_.clear();
+    entitySnapshots_.clear();
+    layerSnapshots_.clear();
+    lastOwner_ = nullptr;
+    return state;
+}
+
+void CJxV3ChangeTracker::RestoreState(State state) {
+    changesByDatabase_ = std::move(state.changesByDatabase);
+    names_ = std::move(state.names);
+    entitySnapshots_ = std::move(state.entitySnapshots);
+    layerSnapshots_ = std::move(state.layerSnapshots);
+    lastReportTime_ = state.lastReportTime;
+    lastOwner_ = nullptr;
+}
+
 void CJxV3ChangeTracker::documentCreated(host::Document* document) {
     if (!document || !document->database()) return;
     // A closed drawing's unreported changes stay until the next reset, under its address; a new drawing that

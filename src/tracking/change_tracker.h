@@ -65,6 +65,24 @@ QString ObjectDisplayName(const db::DbObject* object);
 /// does not drop them, so a later change is again compared with them. Everything is dropped when no report
 /// was taken for 30 minutes. Runs on the host's main thread only.
 class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentManagerReactor {
+  private:
+    // Small, so that the snapshots of a large selection stay close together: the names are kept once each.
+    struct EntitySnapshot {
+        const std::string* layer = nullptr;
+        const std::string* linetype = nullptr;
+        double opacity = 1.0;
+        db::Color color;
+        db::LineWeight lineweight = db::LineWeight::ByLayer;
+    };
+    struct LayerSnapshot {
+        std::string name;
+        db::Color color;
+        std::string linetype;
+        db::LineWeight lineweight = db::LineWeight::ByLayer;
+        bool isOff = false, isFrozen = false, isLocked = false;
+    };
+
+
   public:
     using Clock = std::function<std::int64_t()>;  // a steady clock in nanoseconds
 
@@ -81,6 +99,20 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
     /// in no list. The drawing's pending changes are gone afterwards; the snapshots stay.
     DatabaseChanges TakeChanges(const db::Database* database);
     void Reset();
+
+    /// Everything the tracker keeps, for work that will be rolled back (a trial run of a command): taken out,
+    /// the tracker starts empty, so that what it records then is that work alone; given back, the tracker is as
+    /// it was before, whatever it recorded meanwhile.
+    class State {
+        friend class CJxV3ChangeTracker;
+        std::map<const db::Database*, DatabaseChanges> changesByDatabase;
+        std::unordered_set<std::string> names;
+        HandleTable<EntitySnapshot> entitySnapshots;
+        HandleTable<LayerSnapshot> layerSnapshots;
+        std::int64_t lastReportTime = 0;
+    };
+    State TakeState();
+    void RestoreState(State state);
 
     /// Replaces the clock, so that tests can let 30 minutes pass at once; null restores the steady clock.
     void setClock(Clock clock);
@@ -102,22 +134,6 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
     static constexpr int kCleanupIntervalMs = 1'800'000;
 
   private:
-    // Small, so that the snapshots of a large selection stay close together: the names are kept once each.
-    struct EntitySnapshot {
-        const std::string* layer = nullptr;
-        const std::string* linetype = nullptr;
-        double opacity = 1.0;
-        db::Color color;
-        db::LineWeight lineweight = db::LineWeight::ByLayer;
-    };
-    struct LayerSnapshot {
-        std::string name;
-        db::Color color;
-        std::string linetype;
-        db::LineWeight lineweight = db::LineWeight::ByLayer;
-        bool isOff = false, isFrozen = false, isLocked = false;
-    };
-
     ChangeCategory classify(const db::DbObject* object);
     const std::string* intern(const std::string& name) { return &*names_.insert(name).first; }
     ChangedObjectRecord recordOf(const db::DbObject* object, ChangeCategory category) const;

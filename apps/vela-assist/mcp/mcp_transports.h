@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QtHttpServer/QAbstractHttpServer>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "local_access.h"
+#include "mcp_server.h"
+
+namespace vela::cli::mcp {
+
+/// Newline-delimited JSON-RPC on standard input and output. A thread reads the lines, so that a cancellation
+/// is seen while earlier requests still run; the host's thread answers them in order, and drops a request
+/// cancelled before its turn. Standard output carries nothing but protocol.
+class StdioTransport : public QObject {
+    Q_OBJECT
+  public:
+    explicit StdioTransport(McpServer& server);
+    ~StdioTransport() override;
+    /// Starts reading; the application quits when standard input ends and every request is answered.
+    void start();
+
+  private:
+    void readLines();
+    void answerWaiting();
+
+    McpServer& server_;
+    std::thread reader_;
+    std::mutex mutex_;
+    std::deque<QByteArray> waiting_;
+    std::set<QByteArray> cancelled_;  // request ids as compact JSON
+    bool ended_ = false;
+};
+
+/// Streamable HTTP: one endpoint, /mcp, taking each JSON-RPC message as a POST and answering it as JSON
+/// (202 for notifications). No sessions: the drawing is the server's one state. Listens on loopback only and
+/// lets in only requests that pass the local access guard.
+class HttpTransport : public QAbstractHttpServer {
+  public:
+    explicit HttpTransport(McpServer& server);
+    /// Listens on 127.0.0.1 (`port` 0: any free port); the port, or 0 when it cannot.
+    quint16 start(quint16 port);
+    const LocalAccessGuard& guard() const { return *guard_; }
+
+  protected:
+    bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
+    void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
+
+  private:
+    McpServer& server_;
+    std::optional<LocalAccessGuard> guard_;
+};
+
+}  // namespace vela::cli::mcp
