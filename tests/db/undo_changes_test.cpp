@@ -56,5 +56,37 @@ TEST(UndoChanges, SaysWhatStepsCreatedChangedAndErasedAsTheDrawingStandsNow) {
     EXPECT_TRUE(c.created.empty() && c.changed.empty() && c.erased.empty());
 }
 
+// A trial run: a group looked at while open, then rolled back without touching the undo or redo steps.
+TEST(UndoChanges, OpenGroupIsLookedAtThenRolledBackLeavingHistoryAlone) {
+    Database db;
+    UndoManager& undo = db.undoManager();
+    ObjectId line, circle;
+    undo.beginGroup();
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Line>(Point3d(0, 0), Point3d(1, 0)), &line);
+    undo.endGroup();
+    undo.beginGroup();
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Circle>(Point3d(5, 5), 1), &circle);
+    undo.endGroup();
+    ASSERT_EQ(undo.undo(), 1u);  // a step to redo, which the trial must not cost
+
+    EXPECT_TRUE(undo.changesInOpenGroup().created.empty()) << "no group open";
+    undo.beginGroup("trial");
+    undo.beginGroup();  // a command inside joins the trial's group
+    openObject<Line>(line, OpenMode::ForWrite)->setEndPoint(Point3d(3, 0));
+    ObjectId added;
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Circle>(Point3d(1, 1), 1), &added);
+    undo.endGroup();
+    const UndoManager::Changes c = undo.changesInOpenGroup();
+    EXPECT_EQ(c.created, std::vector<ObjectId>{added});
+    EXPECT_EQ(c.changed, std::vector<ObjectId>{line});
+    undo.abortGroup();
+
+    EXPECT_EQ(openObject<Line>(line, OpenMode::ForRead)->endPoint(), Point3d(1, 0));
+    EXPECT_TRUE(added.isErased());
+    EXPECT_EQ(undo.undoCount(), 1u);
+    ASSERT_EQ(undo.redo(), 1u) << "the redo step survives the trial";
+    EXPECT_FALSE(circle.isErased());
+}
+
 }  // namespace
 }  // namespace vela::db

@@ -51,6 +51,10 @@ bool isHandshakeRevision(const QString& revision) {
 const char* const kMetaRevision = "io.modelcontextprotocol/protocolVersion";
 const char* const kMetaServerInfo = "io.modelcontextprotocol/serverInfo";
 
+const QStringList kCacheableMethods{QStringLiteral("tools/list"), QStringLiteral("prompts/list"),
+                                    QStringLiteral("resources/list"), QStringLiteral("resources/templates/list"),
+                                    QStringLiteral("resources/read"), QStringLiteral("server/discover")};
+
 const char* const kPromptName = "drawing-conventions";
 
 // What a model must know to use the tools well; the server's instructions and the prompt both say it.
@@ -176,6 +180,13 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
         QJsonObject result = dispatch(call);
         if (call.stateless) {
             result.insert(QStringLiteral("resultType"), QStringLiteral("complete"));
+            // How long a client may keep a result: lists do not change while the server runs; what a resource
+            // reads changes with every edit of the drawing.
+            if (kCacheableMethods.contains(call.method)) {
+                const bool fixed = call.method != QLatin1String("resources/read");
+                result.insert(QStringLiteral("ttlMs"), fixed ? 300000 : 0);
+                result.insert(QStringLiteral("cacheScope"), QStringLiteral("private"));
+            }
             QJsonObject meta = result.value(QStringLiteral("_meta")).toObject();
             meta.insert(QLatin1String(kMetaServerInfo), serverInfo());
             result.insert(QStringLiteral("_meta"), meta);

@@ -94,7 +94,7 @@ quint16 HttpTransport::start(quint16 port) {
 bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
     QHttpServerResponder responder = makeResponder(request, socket);
     const auto headers = request.headers();
-    const QByteArray what = QVariant::fromValue(request.method()).toByteArray() + ' ' + request.url().path().toUtf8();
+    const QByteArray what = QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
     auto answer = [&](int status, const QJsonObject& body, QByteArray extraName = {}, QByteArray extraValue = {}) {
         const QByteArray text = QJsonDocument(body).toJson(QJsonDocument::Compact);
         const auto code = static_cast<QHttpServerResponder::StatusCode>(status);
