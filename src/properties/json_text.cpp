@@ -125,6 +125,12 @@ JsonTextWriter& JsonTextWriter::boolean(bool value) {
     return *this;
 }
 
+JsonTextWriter& JsonTextWriter::raw(QByteArrayView json) {
+    beforeValue();
+    out_ += json;
+    return *this;
+}
+
 JsonTextWriter& JsonTextWriter::sixDigitString(double value) {
     beforeValue();
     out_ += '"';

@@ -34,6 +34,8 @@ class JsonTextWriter {
     JsonTextWriter& number(double value);
     JsonTextWriter& integer(qint64 value);
     JsonTextWriter& boolean(bool value);
+    /// A value that is JSON text already (one complete value, in the same compact form), put in as it is.
+    JsonTextWriter& raw(QByteArrayView json);
     /// A string holding the number in general form with six significant digits ("2.5", "1.23457e+06").
     JsonTextWriter& sixDigitString(double value);
     /// A string "x,y,z", each coordinate in the shortest form that reads back exactly.

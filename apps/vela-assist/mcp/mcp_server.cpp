@@ -21,12 +21,21 @@ struct RpcError {
     int httpStatus = 200;
 };
 
-QJsonObject errorMessage(const QJsonValue& id, const RpcError& e) {
+QByteArray jsonText(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
+
+QByteArray errorMessage(const QJsonValue& id, const RpcError& e) {
     QJsonObject error{{QStringLiteral("code"), e.code}, {QStringLiteral("message"), e.message}};
     if (!e.data.isUndefined()) error.insert(QStringLiteral("data"), e.data);
-    return QJsonObject{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-                       {QStringLiteral("id"), id.isUndefined() ? QJsonValue(QJsonValue::Null) : id},
-                       {QStringLiteral("error"), error}};
+    return jsonText(QJsonObject{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+                                {QStringLiteral("id"), id.isUndefined() ? QJsonValue(QJsonValue::Null) : id},
+                                {QStringLiteral("error"), error}});
+}
+
+// Members put in front of a result written as JSON text.
+QByteArray withMembers(const QJsonObject& members, const QByteArray& result) {
+    const QByteArray head = jsonText(members);
+    if (result.size() <= 2) return head;  // "{}"
+    return head.chopped(1) + ',' + result.mid(1);
 }
 
 QJsonObject serverInfo() {
@@ -124,7 +133,7 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
     const QJsonObject o = message.toObject();
     // A response of the client's: this server sends no requests, so there is nothing to match it with.
     if (!o.contains(QStringLiteral("method")) && (o.contains(QStringLiteral("result")) || o.contains(QStringLiteral("error"))))
-        return {std::nullopt, 202};
+        return {QByteArray(), 202};
 
     Call call;
     call.id = o.value(QStringLiteral("id"));
@@ -176,37 +185,33 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
 
         // Notifications ask for no answer. Requests run one at a time, each to its end, so a cancellation can
         // only reach one still waiting in line: the stdio transport drops those.
-        if (notification) return {std::nullopt, 202};
-        QJsonObject result = dispatch(call);
+        if (notification) return {QByteArray(), 202};
+        QByteArray result = dispatch(call);
         if (call.stateless) {
-            result.insert(QStringLiteral("resultType"), QStringLiteral("complete"));
+            QJsonObject members{{QStringLiteral("resultType"), QStringLiteral("complete")},
+                                {QStringLiteral("_meta"), QJsonObject{{QLatin1String(kMetaServerInfo), serverInfo()}}}};
             // How long a client may keep a result: lists do not change while the server runs; what a resource
             // reads changes with every edit of the drawing.
             if (kCacheableMethods.contains(call.method)) {
                 const bool fixed = call.method != QLatin1String("resources/read");
-                result.insert(QStringLiteral("ttlMs"), fixed ? 300000 : 0);
-                result.insert(QStringLiteral("cacheScope"), QStringLiteral("private"));
+                members.insert(QStringLiteral("ttlMs"), fixed ? 300000 : 0);
+                members.insert(QStringLiteral("cacheScope"), QStringLiteral("private"));
             }
-            QJsonObject meta = result.value(QStringLiteral("_meta")).toObject();
-            meta.insert(QLatin1String(kMetaServerInfo), serverInfo());
-            result.insert(QStringLiteral("_meta"), meta);
+            result = withMembers(members, result);
         }
-        return {QJsonObject{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-                            {QStringLiteral("id"), call.id},
-                            {QStringLiteral("result"), result}},
-                200};
+        // The envelope around a result that is text already, so that a large answer is not copied into
+        // objects again.
+        const QByteArray id = call.id.isString() ? jsonText(QJsonObject{{QStringLiteral("i"), call.id}}).mid(5).chopped(1)
+                                                 : QByteArray::number(static_cast<qint64>(call.id.toDouble()));
+        return {"{\"id\":" + id + ",\"jsonrpc\":\"2.0\",\"result\":" + result + '}', 200};
     } catch (const RpcError& e) {
-        if (notification) return {std::nullopt, e.httpStatus == 200 ? 202 : e.httpStatus};
+        if (notification) return {QByteArray(), e.httpStatus == 200 ? 202 : e.httpStatus};
         return {errorMessage(call.id, e), e.httpStatus};
     }
 }
 
-QJsonObject McpServer::dispatch(Call& call) {
+QByteArray McpServer::dispatch(Call& call) {
     const QString& m = call.method;
-    if (m == QLatin1String("initialize")) return initialize(call);
-    if (m == QLatin1String("ping")) return {};
-    if (m == QLatin1String("server/discover")) return discover();
-    if (m == QLatin1String("tools/list")) return QJsonObject{{QStringLiteral("tools"), tools_->list()}};
     if (m == QLatin1String("tools/call")) {
         const QString name = call.params.value(QStringLiteral("name")).toString();
         if (name.isEmpty()) throw RpcError{errors::kInvalidParams, QStringLiteral("tools/call needs the tool's \"name\"")};
@@ -216,6 +221,15 @@ QJsonObject McpServer::dispatch(Call& call) {
             throw RpcError{errors::kInvalidParams, QStringLiteral("a tool's \"arguments\" must be an object")};
         return tools_->call(name, arguments.toObject());
     }
+    return jsonText(dispatchObject(call));
+}
+
+QJsonObject McpServer::dispatchObject(Call& call) {
+    const QString& m = call.method;
+    if (m == QLatin1String("initialize")) return initialize(call);
+    if (m == QLatin1String("ping")) return {};
+    if (m == QLatin1String("server/discover")) return discover();
+    if (m == QLatin1String("tools/list")) return QJsonObject{{QStringLiteral("tools"), tools_->list()}};
     if (m == QLatin1String("resources/list")) {
         QJsonArray resources;
         for (const ResourceEntry& r : kResources)

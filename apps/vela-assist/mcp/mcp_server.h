@@ -45,8 +45,8 @@ class McpServer {
     McpServer& operator=(const McpServer&) = delete;
 
     struct Reply {
-        std::optional<QJsonObject> message;  // nothing for notifications and the client's responses
-        int httpStatus = 200;                // what the HTTP transport answers with
+        QByteArray message;    // compact JSON; empty for notifications and the client's responses
+        int httpStatus = 200;  // what the HTTP transport answers with
     };
 
     /// One message as received: a line of stdio or the body of a POST (`http` set).
@@ -57,7 +57,8 @@ class McpServer {
 
   private:
     struct Call;
-    QJsonObject dispatch(Call& call);
+    QByteArray dispatch(Call& call);
+    QJsonObject dispatchObject(Call& call);
     QJsonObject initialize(const Call& call);
     QJsonObject discover() const;
     QJsonObject readResource(const Call& call);

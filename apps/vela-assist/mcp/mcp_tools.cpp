@@ -13,6 +13,7 @@
 #include "db/records/layer_table_record.h"
 #include "db/undo_manager.h"
 #include "drawing_summary.h"
+#include "properties/json_text.h"
 #include "host/document.h"
 #include "host/document_manager.h"
 #include "script_runner.h"
@@ -25,6 +26,7 @@ namespace vela::cli::mcp {
 namespace {
 
 QString compact(const QJsonObject& o) { return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact)); }
+QByteArray jsonText(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
 
 QJsonObject textContent(const QString& text) {
     return QJsonObject{{QStringLiteral("type"), QStringLiteral("text")}, {QStringLiteral("text"), text}};
@@ -163,51 +165,57 @@ bool DrawingTools::has(const QString& name) const {
     return (row && row->body) || ownTool(name);
 }
 
-QJsonObject DrawingTools::call(const QString& name, const QJsonObject& arguments) {
-    if (const OwnTool* tool = ownTool(name)) return (this->*tool->run)(arguments);
+QByteArray DrawingTools::call(const QString& name, const QJsonObject& arguments) {
+    if (const OwnTool* tool = ownTool(name)) return jsonText((this->*tool->run)(arguments));
     const catalogue::CommandRow* row = bridge::FindBySlot(name);
-    if (!row || !row->body) return failure(QStringLiteral("no tool is named '%1'").arg(name));
+    if (!row || !row->body) return jsonText(failure(QStringLiteral("no tool is named '%1'").arg(name)));
     return callCommand(*row, arguments);
 }
 
-QJsonObject DrawingTools::callCommand(const catalogue::CommandRow& row, QJsonObject arguments) {
+QByteArray DrawingTools::callCommand(const catalogue::CommandRow& row, QJsonObject arguments) {
     bool dry = false, pictures = false;
     if (row.effect != catalogue::Effect::Reads) {
         for (const auto& [key, flag] : {std::pair{QStringLiteral("dryRun"), &dry},
                                         std::pair{QStringLiteral("dryRunPictures"), &pictures}}) {
             const QJsonValue value = arguments.take(key);
             if (!value.isUndefined() && !value.isBool())
-                return failure(QStringLiteral("\"%1\" takes true or false").arg(key));
+                return jsonText(failure(QStringLiteral("\"%1\" takes true or false").arg(key)));
             *flag = value.toBool();
         }
     }
     const QString request = compact(arguments);
-    if (dry) return dryRun(row, request, pictures);
+    if (dry) return jsonText(dryRun(row, request, pictures));
     const std::optional<QString> answer =
         callBridgeSlot(session_.bridge(), QString::fromLatin1(row.slot), request);
     return commandResult(answer.value_or(QString()));
 }
 
-QJsonObject DrawingTools::commandResult(const QString& answer) const {
+QByteArray DrawingTools::commandResult(const QString& answer) const {
     const QByteArray text = answer.toUtf8();
     if (text.size() > options_.maxAnswerBytes)
-        return failure(QStringLiteral("the answer has %1 MB, more than the %2 MB a tool may answer: ask for fewer "
-                                      "entities at a time")
-                           .arg(double(text.size()) / (1 << 20), 0, 'f', 1)
-                           .arg(options_.maxAnswerBytes >> 20));
-    const QJsonDocument doc = QJsonDocument::fromJson(text);
-    if (!doc.isObject()) return failure(QStringLiteral("the command gave no answer"));
-    // The command's own text, exactly as the page gets it, and the same as structured content.
-    QJsonObject result{{QStringLiteral("content"), QJsonArray{textContent(answer)}},
-                       {QStringLiteral("structuredContent"), doc.object()}};
-    if (doc.object().value(QStringLiteral("success")) == QJsonValue(false))
-        result.insert(QStringLiteral("isError"), true);
-    return result;
+        return jsonText(failure(QStringLiteral("the answer has %1 MB, more than the %2 MB a tool may answer: ask "
+                                               "for fewer entities at a time")
+                                    .arg(double(text.size()) / (1 << 20), 0, 'f', 1)
+                                    .arg(options_.maxAnswerBytes >> 20)));
+    // The command's answer is compact JSON already: it goes out as it is, once as the text a model reads and
+    // once as structured content, without being read into objects and written again.
+    if (!text.startsWith('{') || !text.endsWith('}')) return jsonText(failure(QStringLiteral("the command gave no answer")));
+    bool failed = false;
+    if (text.contains("\"success\":false"))
+        failed = QJsonDocument::fromJson(text).object().value(QStringLiteral("success")) == QJsonValue(false);
+    properties::JsonTextWriter w;
+    w.reserve(text.size() * 2 + 96);
+    w.beginObject().key("content").beginArray().beginObject();
+    w.key("text").string(QStringView(answer)).key("type").string(QStringView(u"text"));
+    w.endObject().endArray();
+    if (failed) w.key("isError").boolean(true);
+    w.key("structuredContent").raw(text).endObject();
+    return w.takeText();
 }
 
 QJsonObject DrawingTools::dryRun(const catalogue::CommandRow& row, const QString& request, bool pictures) {
     host::Document* doc = session_.activeDocument();
-    if (!doc) return commandResult(callBridgeSlot(session_.bridge(), QString::fromLatin1(row.slot), request).value_or(QString()));
+    if (!doc) return failure(QStringLiteral("no drawing is open"));
     db::Database& db = *doc->database();
     db::UndoManager& undo = db.undoManager();
     tracking::CJxV3ChangeTracker* tracker = tracking::GetV3ChangeTracker();

@@ -24,8 +24,9 @@ class DrawingTools {
 
     QJsonArray list() const;
     bool has(const QString& name) const;
-    /// A CallToolResult. A tool's own failure is a result with isError set, never a protocol error.
-    QJsonObject call(const QString& name, const QJsonObject& arguments);
+    /// A CallToolResult as compact JSON text. A tool's own failure is a result with isError set, never a
+    /// protocol error.
+    QByteArray call(const QString& name, const QJsonObject& arguments);
 
     /// What the resources read: the drawing's layers and a summary of what it holds.
     QJsonObject layers();
@@ -47,9 +48,9 @@ class DrawingTools {
     static constexpr std::size_t kMaxLabels = 150;
 
   private:
-    QJsonObject callCommand(const catalogue::CommandRow& row, QJsonObject arguments);
+    QByteArray callCommand(const catalogue::CommandRow& row, QJsonObject arguments);
     QJsonObject dryRun(const catalogue::CommandRow& row, const QString& request, bool pictures);
-    QJsonObject commandResult(const QString& answer) const;
+    QByteArray commandResult(const QString& answer) const;
 
     // The drawing's own tools.
     QJsonObject openDrawing(const QJsonObject& arguments);

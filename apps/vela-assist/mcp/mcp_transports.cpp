@@ -6,9 +6,10 @@
 #include <QJsonDocument>
 #include <QtHttpServer/QHttpServerRequest>
 #include <QtHttpServer/QHttpServerResponder>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <cstdio>
-#include <iostream>
-#include <string>
 
 namespace vela::cli::mcp {
 
@@ -18,8 +19,7 @@ QByteArray idKey(const QJsonValue& id) {
     return QJsonDocument(QJsonArray{id}).toJson(QJsonDocument::Compact);
 }
 
-void writeLine(const QJsonObject& message) {
-    const QByteArray text = QJsonDocument(message).toJson(QJsonDocument::Compact);
+void writeLine(const QByteArray& text) {
     std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
     std::fputc('\n', stdout);
     std::fflush(stdout);
@@ -29,58 +29,47 @@ void writeLine(const QJsonObject& message) {
 
 StdioTransport::StdioTransport(McpServer& server) : server_(server) {}
 
-StdioTransport::~StdioTransport() {
-    // The reader blocks in a read of standard input, which ended before the application quit.
-    if (reader_.joinable()) reader_.join();
+StdioTransport::~StdioTransport() = default;
+
+void StdioTransport::start() {
+    notifier_ = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
+    connect(notifier_, &QSocketNotifier::activated, this, &StdioTransport::readAvailable);
 }
 
-void StdioTransport::start() { reader_ = std::thread([this] { readLines(); }); }
-
-void StdioTransport::readLines() {
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.empty()) continue;
-        QByteArray text = QByteArray::fromStdString(line);
-        std::lock_guard lock(mutex_);
-        // Looked at here, not in turn: by its turn the request it cancels would have run.
-        if (text.contains("notifications/cancelled")) {
-            const QJsonObject o = QJsonDocument::fromJson(text).object();
+void StdioTransport::readAvailable() {
+    // As much as the pipe holds now, read without waiting: the notifier said something is there.
+    int available = 0;
+    if (::ioctl(STDIN_FILENO, FIONREAD, &available) != 0 || available <= 0) available = 1 << 16;
+    QByteArray chunk(available, Qt::Uninitialized);
+    const ssize_t got = ::read(STDIN_FILENO, chunk.data(), static_cast<std::size_t>(available));
+    const bool ended = got <= 0;
+    if (!ended) partial_.append(chunk.constData(), got);
+    QList<QByteArray> lines = partial_.split('\n');
+    partial_ = ended ? QByteArray() : lines.takeLast();
+    if (ended) notifier_->setEnabled(false);
+    // Cancellations first: by its turn, the request a later line cancels would already have run.
+    for (const QByteArray& line : lines)
+        if (line.contains("notifications/cancelled")) {
+            const QJsonObject o = QJsonDocument::fromJson(line).object();
             if (o.value(QStringLiteral("method")) == QJsonValue(QStringLiteral("notifications/cancelled")))
                 cancelled_.insert(idKey(o.value(QStringLiteral("params")).toObject().value(QStringLiteral("requestId"))));
         }
-        waiting_.push_back(std::move(text));
-        QMetaObject::invokeMethod(this, &StdioTransport::answerWaiting, Qt::QueuedConnection);
-    }
-    std::lock_guard lock(mutex_);
-    ended_ = true;
-    QMetaObject::invokeMethod(this, &StdioTransport::answerWaiting, Qt::QueuedConnection);
+    for (const QByteArray& line : lines) answer(line.endsWith('\r') ? line.chopped(1) : line);
+    if (ended) QCoreApplication::quit();
 }
 
-void StdioTransport::answerWaiting() {
-    for (;;) {
-        QByteArray text;
-        {
-            std::lock_guard lock(mutex_);
-            if (waiting_.empty()) {
-                if (ended_) QCoreApplication::quit();
-                return;
-            }
-            text = std::move(waiting_.front());
-            waiting_.pop_front();
-        }
-        QJsonParseError error;
-        const QJsonDocument doc = QJsonDocument::fromJson(text, &error);
-        if (doc.isObject() && doc.object().contains(QStringLiteral("method"))) {
-            const QJsonValue id = doc.object().value(QStringLiteral("id"));
-            std::lock_guard lock(mutex_);
-            if (!id.isUndefined() && cancelled_.erase(idKey(id))) continue;  // cancelled: no answer at all
-        }
-        const McpServer::Reply reply = error.error == QJsonParseError::NoError
-                                           ? server_.handle(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object()))
-                                           : server_.handleText(text);
-        if (reply.message) writeLine(*reply.message);
+void StdioTransport::answer(const QByteArray& line) {
+    if (line.trimmed().isEmpty()) return;
+    QJsonParseError error;
+    const QJsonDocument doc = QJsonDocument::fromJson(line, &error);
+    if (doc.isObject() && doc.object().contains(QStringLiteral("method"))) {
+        const QJsonValue id = doc.object().value(QStringLiteral("id"));
+        if (!id.isUndefined() && cancelled_.erase(idKey(id))) return;  // cancelled: no answer at all
     }
+    const McpServer::Reply reply = error.error == QJsonParseError::NoError
+                                       ? server_.handle(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object()))
+                                       : server_.handleText(line);
+    if (!reply.message.isEmpty()) writeLine(reply.message);
 }
 
 HttpTransport::HttpTransport(McpServer& server) : server_(server) {}
@@ -95,8 +84,7 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     QHttpServerResponder responder = makeResponder(request, socket);
     const auto headers = request.headers();
     const QByteArray what = QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
-    auto answer = [&](int status, const QJsonObject& body, QByteArray extraName = {}, QByteArray extraValue = {}) {
-        const QByteArray text = QJsonDocument(body).toJson(QJsonDocument::Compact);
+    auto answer = [&](int status, const QByteArray& text, QByteArray extraName = {}, QByteArray extraValue = {}) {
         const auto code = static_cast<QHttpServerResponder::StatusCode>(status);
         if (extraName.isEmpty())
             responder.write(text, {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}}, code);
@@ -106,7 +94,8 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     };
     auto refuse = [&](int status, const QByteArray& why, QByteArray extraName = {}, QByteArray extraValue = {}) {
         std::fprintf(stderr, "vela-assist mcp: refused %s (%d): %s\n", what.constData(), status, why.constData());
-        answer(status, QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}}, extraName, extraValue);
+        answer(status, QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}}).toJson(QJsonDocument::Compact),
+               extraName, extraValue);
     };
 
     const AccessVerdict verdict = guard_->check(headers);
@@ -124,11 +113,11 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     const HttpHeaders http{LocalAccessGuard::header(headers, "MCP-Protocol-Version"),
                            LocalAccessGuard::header(headers, "Mcp-Method")};
     const McpServer::Reply reply = server_.handleText(request.body(), &http);
-    if (!reply.message) {
+    if (reply.message.isEmpty()) {
         responder.write(static_cast<QHttpServerResponder::StatusCode>(reply.httpStatus));
         return true;
     }
-    answer(reply.httpStatus, *reply.message);
+    answer(reply.httpStatus, reply.message);
     return true;
 }
 

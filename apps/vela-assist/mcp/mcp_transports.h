@@ -1,19 +1,17 @@
 #pragma once
 
 #include <QtHttpServer/QAbstractHttpServer>
-#include <deque>
-#include <mutex>
+#include <QSocketNotifier>
 #include <set>
-#include <thread>
 
 #include "local_access.h"
 #include "mcp_server.h"
 
 namespace vela::cli::mcp {
 
-/// Newline-delimited JSON-RPC on standard input and output. A thread reads the lines, so that a cancellation
-/// is seen while earlier requests still run; the host's thread answers them in order, and drops a request
-/// cancelled before its turn. Standard output carries nothing but protocol.
+/// Newline-delimited JSON-RPC on standard input and output, read on the host's thread whenever input arrives.
+/// All that has arrived is read before any of it is answered, so that a request cancelled while it waited
+/// behind a long one is dropped. Standard output carries nothing but protocol.
 class StdioTransport : public QObject {
     Q_OBJECT
   public:
@@ -23,15 +21,13 @@ class StdioTransport : public QObject {
     void start();
 
   private:
-    void readLines();
-    void answerWaiting();
+    void readAvailable();
+    void answer(const QByteArray& line);
 
     McpServer& server_;
-    std::thread reader_;
-    std::mutex mutex_;
-    std::deque<QByteArray> waiting_;
-    std::set<QByteArray> cancelled_;  // request ids as compact JSON
-    bool ended_ = false;
+    QSocketNotifier* notifier_ = nullptr;
+    QByteArray partial_;              // the start of a line still arriving
+    std::set<QByteArray> cancelled_;  // ids (as compact JSON) of requests cancelled before their turn
 };
 
 /// Streamable HTTP: one endpoint, /mcp, taking each JSON-RPC message as a POST and answering it as JSON
