@@ -42,9 +42,10 @@ void printEntities(db::Database& db) {
     db.blockTable()->forEachRecord([&](db::SymbolTableRecord* r) {
         auto* btr = static_cast<db::BlockTableRecord*>(r);
         btr->forEachEntity([&](db::Entity* e) {
-            std::string line = "{\"handle\":\"" + e->handle().toText() + "\",\"type\":" + jsonString(entityTypeName(*e)) +
-                               ",\"block\":" + jsonString(btr->name()) + ",\"layer\":" + jsonString(e->layer()) +
-                               ",\"extents\":";
+            std::string line = "{\"handle\":\"" + e->handle().toText() +
+                               "\",\"type\":" + jsonString(entityTypeName(*e)) +
+                               ",\"block\":" + jsonString(btr->name()) +
+                               ",\"layer\":" + jsonString(e->layer()) + ",\"extents\":";
             db::Extents3d box;
             if (e->getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid()) {
                 char numbers[256];

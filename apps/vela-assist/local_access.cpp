@@ -49,8 +49,8 @@ bool LocalAccessGuard::isOwnOrigin(const QByteArray& origin) const {
 AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& queryToken) const {
     const QByteArray host = header(headers, "Host");
     if (!isOwnHost(host))
-        return {403, "the Host header must name this server (127.0.0.1:" + QByteArray::number(port_) + "), not '" +
-                         host.left(200) + "'"};
+        return {403, "the Host header must name this server (127.0.0.1:" + QByteArray::number(port_) +
+                         "), not '" + host.left(200) + "'"};
     // Programs send no Origin; browsers send one with every request a page makes to another site.
     const QByteArray origin = header(headers, "Origin");
     if (!origin.isEmpty() && !isOwnOrigin(origin))
@@ -60,7 +60,8 @@ AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& 
     if (authorization.size() > 7 && authorization.left(7).compare("Bearer ", Qt::CaseInsensitive) == 0)
         given = authorization.mid(7).trimmed();
     if (given.isEmpty())
-        return {401, "a token is required: 'Authorization: Bearer TOKEN' with the token printed at the start"};
+        return {401,
+                "a token is required: 'Authorization: Bearer TOKEN' with the token printed at the start"};
     if (!sameSecret(given, token_)) return {401, "the token is not this server's"};
     return {};
 }

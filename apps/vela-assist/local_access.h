@@ -14,9 +14,9 @@ struct AccessVerdict {
 };
 
 /// The door of a local server: every web page the user visits can send requests to 127.0.0.1, and a page of a
-/// name that its owner points at 127.0.0.1 (DNS rebinding) even reads the answers. So a request must name this
-/// server in its Host header, come from no page or from the server's own pages (Origin), and carry the token
-/// this start of the server made and printed for its user.
+/// name that its owner points at 127.0.0.1 (DNS rebinding) even reads the answers. So a request must name
+/// this server in its Host header, come from no page or from the server's own pages (Origin), and carry the
+/// token this start of the server made and printed for its user.
 class LocalAccessGuard {
   public:
     using Headers = QList<QPair<QByteArray, QByteArray>>;
@@ -29,8 +29,8 @@ class LocalAccessGuard {
     const QByteArray& token() const { return token_; }
     quint16 port() const { return port_; }
 
-    /// Checks the Host and Origin headers and the token: "Authorization: Bearer TOKEN", or `queryToken` (for a
-    /// browser's first page load and its WebSocket, which cannot set headers).
+    /// Checks the Host and Origin headers and the token: "Authorization: Bearer TOKEN", or `queryToken` (for
+    /// a browser's first page load and its WebSocket, which cannot set headers).
     AccessVerdict check(const Headers& headers, const QByteArray& queryToken = {}) const;
 
     /// The value of a header, case-insensitively; empty when it is absent.

@@ -56,7 +56,8 @@ int mcpCommand(const std::vector<std::string>& args) {
     QString error;
     if (fresh) {
         session.createNew();
-    } else if (!session.open(QString::fromStdString(drawing.empty() ? bundledSamplePath() : drawing), &error)) {
+    } else if (!session.open(QString::fromStdString(drawing.empty() ? bundledSamplePath() : drawing),
+                             &error)) {
         std::fprintf(stderr, "vela-assist mcp: %s\n", error.toUtf8().constData());
         return 1;
     }

@@ -3,13 +3,12 @@
 #include <QBuffer>
 #include <QGuiApplication>
 #include <QImage>
+#include <QJsonArray>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <vector>
-
-#include <QJsonArray>
 
 #include "db/dxf/file/atomic_save.h"
 #include "properties/handle_text.h"
@@ -119,7 +118,8 @@ bool entitiesNamed(const db::Database& db, const QJsonValue& value, const char* 
     for (const QJsonValue& h : value.toArray()) {
         const db::ObjectId id = properties::ObjectIdFromHandleText(db, h.toString());
         if (!db::objectCast<db::Entity>(id.peek()) || id.isErased()) {
-            why = QStringLiteral("\"%1\": no entity has the handle '%2'").arg(QLatin1String(key), h.toString());
+            why =
+                QStringLiteral("\"%1\": no entity has the handle '%2'").arg(QLatin1String(key), h.toString());
             return false;
         }
         ids.push_back(id);
@@ -129,7 +129,8 @@ bool entitiesNamed(const db::Database& db, const QJsonValue& value, const char* 
 
 }  // namespace
 
-std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request, QString* why) {
+std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request,
+                                                 QString* why) {
     auto refuse = [&](const QString& reason) -> std::optional<PictureRequest> {
         if (why) *why = reason;
         return std::nullopt;
@@ -138,12 +139,14 @@ std::optional<PictureRequest> readPictureRequest(const db::Database& db, const Q
     render::RenderOptions& options = picture.options;
     if (request.contains(QStringLiteral("size"))) {
         const auto size = parsePictureSize(request.value(QStringLiteral("size")).toString().toStdString());
-        if (!size) return refuse(QStringLiteral("\"size\" takes \"WIDTHxHEIGHT\" in pixels, 1 to 16384 each"));
+        if (!size)
+            return refuse(QStringLiteral("\"size\" takes \"WIDTHxHEIGHT\" in pixels, 1 to 16384 each"));
         options.size = *size;
     }
     if (request.contains(QStringLiteral("window"))) {
         options.window = parsePictureWindow(request.value(QStringLiteral("window")).toString().toStdString());
-        if (!options.window) return refuse(QStringLiteral("\"window\" takes \"X1,Y1,X2,Y2\", a window with an area"));
+        if (!options.window)
+            return refuse(QStringLiteral("\"window\" takes \"X1,Y1,X2,Y2\", a window with an area"));
     }
     QString reason;
     if (request.contains(QStringLiteral("around")) &&

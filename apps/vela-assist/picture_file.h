@@ -22,7 +22,8 @@ struct PictureRequest {
     std::optional<db::UndoManager::Changes> changes;  // with "since"
 };
 /// Nothing (with `why`) when a key holds something it does not take.
-std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request, QString* why);
+std::optional<PictureRequest> readPictureRequest(const db::Database& db, const QJsonObject& request,
+                                                 QString* why);
 
 /// Makes the application object that text drawing needs (headless unless the user chose a platform) and loads
 /// the bundled fonts; does nothing when there is one already.

@@ -94,7 +94,8 @@ std::optional<QString> callBridgeSlot(QObject& bridge, const QString& name, cons
     if (method.returnType() == QMetaType::QString) {
         QString result;
         if (method.parameterCount() == 1)
-            method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result), Q_ARG(QString, argument));
+            method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result),
+                          Q_ARG(QString, argument));
         else
             method.invoke(&bridge, Qt::DirectConnection, Q_RETURN_ARG(QString, result));
         return result;

@@ -28,8 +28,8 @@ struct RenderReport {
         QString text;  // the handle
         QPointF at;    // pixels, the centre of the label
     };
-    std::vector<Label> labels;        // in drawing order
-    std::size_t labelsLeftOut = 0;    // labels beyond RenderOptions::maxLabels
+    std::vector<Label> labels;      // in drawing order
+    std::size_t labelsLeftOut = 0;  // labels beyond RenderOptions::maxLabels
 };
 
 /// What to draw and how. The picture is a plan view: every entity is drawn in world coordinates, its points
@@ -47,7 +47,7 @@ struct RenderOptions {
     /// At most this many labels (the first in drawing order whose entities lie in the picture); a picture
     /// buried under labels shows nothing.
     std::size_t maxLabels = static_cast<std::size_t>(-1);
-    RenderReport* report = nullptr;       // filled when given
+    RenderReport* report = nullptr;  // filled when given
     /// Overlay colour for a top-level entity (created/changed since some step); none: its own colour.
     std::function<std::optional<QColor>(db::ObjectId)> highlight;
     /// Entities to draw although erased (an overlay of what was deleted), each in its colour.

@@ -82,7 +82,6 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
         bool isOff = false, isFrozen = false, isLocked = false;
     };
 
-
   public:
     using Clock = std::function<std::int64_t()>;  // a steady clock in nanoseconds
 
@@ -101,8 +100,8 @@ class CJxV3ChangeTracker : public db::DatabaseReactor, public host::DocumentMana
     void Reset();
 
     /// Everything the tracker keeps, for work that will be rolled back (a trial run of a command): taken out,
-    /// the tracker starts empty, so that what it records then is that work alone; given back, the tracker is as
-    /// it was before, whatever it recorded meanwhile.
+    /// the tracker starts empty, so that what it records then is that work alone; given back, the tracker is
+    /// as it was before, whatever it recorded meanwhile.
     class State {
         friend class CJxV3ChangeTracker;
         std::map<const db::Database*, DatabaseChanges> changesByDatabase;

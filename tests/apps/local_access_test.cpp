@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "local_access.h"
+
+#include <gtest/gtest.h>
 
 namespace vela::cli {
 namespace {
@@ -24,7 +24,8 @@ TEST(LocalAccessGuard, LetsInOnlyItsOwnHostOriginsAndToken) {
 
     for (const char* origin : {"http://127.0.0.1:8123", "http://localhost:8123"})
         EXPECT_TRUE(guard.check(with({{"Host", "127.0.0.1:8123"}, {"Origin", origin}})).allowed()) << origin;
-    for (const char* origin : {"https://evil.example", "null", "http://127.0.0.1:9999", "https://127.0.0.1:8123"})
+    for (const char* origin :
+         {"https://evil.example", "null", "http://127.0.0.1:9999", "https://127.0.0.1:8123"})
         EXPECT_EQ(guard.check(with({{"Host", "127.0.0.1:8123"}, {"origin", origin}})).status, 403) << origin;
 
     const Headers host{{"Host", "127.0.0.1:8123"}};

@@ -21,7 +21,9 @@ struct RpcError {
     int httpStatus = 200;
 };
 
-QByteArray jsonText(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
+QByteArray jsonText(const QJsonObject& o) {
+    return QJsonDocument(o).toJson(QJsonDocument::Compact);
+}
 
 QByteArray errorMessage(const QJsonValue& id, const RpcError& e) {
     QJsonObject error{{QStringLiteral("code"), e.code}, {QStringLiteral("message"), e.message}};
@@ -60,22 +62,27 @@ bool isHandshakeRevision(const QString& revision) {
 const char* const kMetaRevision = "io.modelcontextprotocol/protocolVersion";
 const char* const kMetaServerInfo = "io.modelcontextprotocol/serverInfo";
 
-const QStringList kCacheableMethods{QStringLiteral("tools/list"), QStringLiteral("prompts/list"),
-                                    QStringLiteral("resources/list"), QStringLiteral("resources/templates/list"),
-                                    QStringLiteral("resources/read"), QStringLiteral("server/discover")};
+const QStringList kCacheableMethods{
+    QStringLiteral("tools/list"),     QStringLiteral("prompts/list"),
+    QStringLiteral("resources/list"), QStringLiteral("resources/templates/list"),
+    QStringLiteral("resources/read"), QStringLiteral("server/discover")};
 
 const char* const kPromptName = "drawing-conventions";
 
 // What a model must know to use the tools well; the server's instructions and the prompt both say it.
 const char* const kConventions =
     "You work on one 2D CAD drawing (DXF) through these tools.\n"
-    "- Entities are named by handles: hexadecimal texts such as \"2F\" (\"0x2F\" is read too). Find them with "
+    "- Entities are named by handles: hexadecimal texts such as \"2F\" (\"0x2F\" is read too). Find them "
+    "with "
     "SelectEntities (by class and property) and read them with SummarizeEntities (DXF group codes).\n"
-    "- Coordinates are in drawing units (see the summary resource: metric drawings are usually in millimetres). "
-    "Points are texts \"x,y\" or \"x,y,z\". Arc angles are radians; ellipse rotation and picture angles degrees.\n"
+    "- Coordinates are in drawing units (see the summary resource: metric drawings are usually in "
+    "millimetres). "
+    "Points are texts \"x,y\" or \"x,y,z\". Arc angles are radians; ellipse rotation and picture angles "
+    "degrees.\n"
     "- Colors: an index 1-255 (1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta, 7 black on white), 256 "
     "ByLayer, 0 ByBlock, \"#RRGGBB\" or \"(r,g,b)\". Lineweights in millimetres such as \"0.35\".\n"
-    "- Every changing tool call is one undo step (Undo, Redo). Pass \"dryRun\": true to see what a change would "
+    "- Every changing tool call is one undo step (Undo, Redo). Pass \"dryRun\": true to see what a change "
+    "would "
     "do, and what it would change, before making it.\n"
     "- GetChangesInfo reports what changed since it was last asked, from any source. RenderDrawing shows the "
     "drawing; with \"handles\" it writes handles on what it shows and gives their pixel positions.";
@@ -102,7 +109,9 @@ struct McpServer::Call {
 };
 
 McpServer::McpServer(Session& session, ServerOptions options)
-    : session_(session), options_(std::move(options)), tools_(std::make_unique<DrawingTools>(session, options_)) {}
+    : session_(session),
+      options_(std::move(options)),
+      tools_(std::make_unique<DrawingTools>(session, options_)) {}
 
 McpServer::~McpServer() = default;
 
@@ -117,22 +126,25 @@ McpServer::Reply McpServer::handleText(const QByteArray& text, const HttpHeaders
     QJsonParseError error;
     const QJsonDocument doc = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError)
-        return {errorMessage(QJsonValue::Undefined,
-                             {errors::kParse, QStringLiteral("Parse error: %1 at offset %2")
-                                                  .arg(error.errorString())
-                                                  .arg(error.offset)}),
-                400};
+        return {
+            errorMessage(
+                QJsonValue::Undefined,
+                {errors::kParse,
+                 QStringLiteral("Parse error: %1 at offset %2").arg(error.errorString()).arg(error.offset)}),
+            400};
     return handle(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object()), http);
 }
 
 McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders* http) {
     if (message.isArray())
-        return {errorMessage(QJsonValue::Undefined,
-                             {errors::kInvalidRequest, QStringLiteral("batches are not supported: send one message")}),
+        return {errorMessage(
+                    QJsonValue::Undefined,
+                    {errors::kInvalidRequest, QStringLiteral("batches are not supported: send one message")}),
                 400};
     const QJsonObject o = message.toObject();
     // A response of the client's: this server sends no requests, so there is nothing to match it with.
-    if (!o.contains(QStringLiteral("method")) && (o.contains(QStringLiteral("result")) || o.contains(QStringLiteral("error"))))
+    if (!o.contains(QStringLiteral("method")) &&
+        (o.contains(QStringLiteral("result")) || o.contains(QStringLiteral("error"))))
         return {QByteArray(), 202};
 
     Call call;
@@ -140,9 +152,14 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
     const bool notification = call.id.isUndefined();
     try {
         if (o.value(QStringLiteral("jsonrpc")) != QJsonValue(QStringLiteral("2.0")))
-            throw RpcError{errors::kInvalidRequest, QStringLiteral("not JSON-RPC 2.0: \"jsonrpc\" must be \"2.0\""), {}, 400};
-        if (!notification && !call.id.isString() && !(call.id.isDouble() && call.id.toDouble() == std::floor(call.id.toDouble())))
-            throw RpcError{errors::kInvalidRequest, QStringLiteral("\"id\" must be a text or a whole number"), {}, 400};
+            throw RpcError{errors::kInvalidRequest,
+                           QStringLiteral("not JSON-RPC 2.0: \"jsonrpc\" must be \"2.0\""),
+                           {},
+                           400};
+        if (!notification && !call.id.isString() &&
+            !(call.id.isDouble() && call.id.toDouble() == std::floor(call.id.toDouble())))
+            throw RpcError{
+                errors::kInvalidRequest, QStringLiteral("\"id\" must be a text or a whole number"), {}, 400};
         call.method = o.value(QStringLiteral("method")).toString();
         if (call.method.isEmpty())
             throw RpcError{errors::kInvalidRequest, QStringLiteral("\"method\" must name a method"), {}, 400};
@@ -151,36 +168,47 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
             throw RpcError{errors::kInvalidParams, QStringLiteral("\"params\" must be an object"), {}, 400};
         call.params = params.toObject();
 
-        const QJsonValue revision = call.params.value(QStringLiteral("_meta")).toObject().value(QLatin1String(kMetaRevision));
+        const QJsonValue revision =
+            call.params.value(QStringLiteral("_meta")).toObject().value(QLatin1String(kMetaRevision));
         const QString headerRevision = http ? QString::fromLatin1(http->protocolVersion) : QString();
         if (!revision.isUndefined()) {
             call.stateless = true;
             if (!revision.isString() || revision.toString() != QLatin1String(kStatelessRevision))
-                throw RpcError{errors::kUnsupportedRevision,
-                               QStringLiteral("Unsupported protocol version: %1").arg(revision.toVariant().toString()),
-                               QJsonObject{{QStringLiteral("supported"), QJsonArray{QString::fromLatin1(kStatelessRevision)}},
-                                           {QStringLiteral("requested"), revision}},
-                               400};
+                throw RpcError{
+                    errors::kUnsupportedRevision,
+                    QStringLiteral("Unsupported protocol version: %1").arg(revision.toVariant().toString()),
+                    QJsonObject{
+                        {QStringLiteral("supported"), QJsonArray{QString::fromLatin1(kStatelessRevision)}},
+                        {QStringLiteral("requested"), revision}},
+                    400};
             if (http && !headerRevision.isEmpty() && headerRevision != revision.toString())
-                throw RpcError{errors::kHeaderMismatch,
-                               QStringLiteral("the MCP-Protocol-Version header (%1) differs from the request's (%2)")
-                                   .arg(headerRevision, revision.toString()),
-                               {}, 400};
+                throw RpcError{
+                    errors::kHeaderMismatch,
+                    QStringLiteral("the MCP-Protocol-Version header (%1) differs from the request's (%2)")
+                        .arg(headerRevision, revision.toString()),
+                    {},
+                    400};
             if (http && !http->method.isEmpty() && QString::fromLatin1(http->method) != call.method)
-                throw RpcError{errors::kHeaderMismatch,
-                               QStringLiteral("the Mcp-Method header (%1) differs from the request's method (%2)")
-                                   .arg(QString::fromLatin1(http->method), call.method),
-                               {}, 400};
+                throw RpcError{
+                    errors::kHeaderMismatch,
+                    QStringLiteral("the Mcp-Method header (%1) differs from the request's method (%2)")
+                        .arg(QString::fromLatin1(http->method), call.method),
+                    {},
+                    400};
         } else if (!headerRevision.isEmpty()) {
             if (headerRevision == QLatin1String(kStatelessRevision))
                 throw RpcError{errors::kInvalidParams,
-                               QStringLiteral("a %1 request carries \"%2\" in params._meta").arg(headerRevision, QLatin1String(kMetaRevision)),
-                               {}, 400};
+                               QStringLiteral("a %1 request carries \"%2\" in params._meta")
+                                   .arg(headerRevision, QLatin1String(kMetaRevision)),
+                               {},
+                               400};
             if (!isHandshakeRevision(headerRevision))
-                throw RpcError{errors::kInvalidRequest,
-                               QStringLiteral("Unsupported protocol version: %1 (supported: %2, 2025-11-25, 2025-06-18)")
-                                   .arg(headerRevision, QLatin1String(kStatelessRevision)),
-                               {}, 400};
+                throw RpcError{
+                    errors::kInvalidRequest,
+                    QStringLiteral("Unsupported protocol version: %1 (supported: %2, 2025-11-25, 2025-06-18)")
+                        .arg(headerRevision, QLatin1String(kStatelessRevision)),
+                    {},
+                    400};
         }
 
         // Notifications ask for no answer. Requests run one at a time, each to its end, so a cancellation can
@@ -188,8 +216,9 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
         if (notification) return {QByteArray(), 202};
         QByteArray result = dispatch(call);
         if (call.stateless) {
-            QJsonObject members{{QStringLiteral("resultType"), QStringLiteral("complete")},
-                                {QStringLiteral("_meta"), QJsonObject{{QLatin1String(kMetaServerInfo), serverInfo()}}}};
+            QJsonObject members{
+                {QStringLiteral("resultType"), QStringLiteral("complete")},
+                {QStringLiteral("_meta"), QJsonObject{{QLatin1String(kMetaServerInfo), serverInfo()}}}};
             // How long a client may keep a result: lists do not change while the server runs; what a resource
             // reads changes with every edit of the drawing.
             if (kCacheableMethods.contains(call.method)) {
@@ -201,8 +230,9 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
         }
         // The envelope around a result that is text already, so that a large answer is not copied into
         // objects again.
-        const QByteArray id = call.id.isString() ? jsonText(QJsonObject{{QStringLiteral("i"), call.id}}).mid(5).chopped(1)
-                                                 : QByteArray::number(static_cast<qint64>(call.id.toDouble()));
+        const QByteArray id = call.id.isString()
+                                  ? jsonText(QJsonObject{{QStringLiteral("i"), call.id}}).mid(5).chopped(1)
+                                  : QByteArray::number(static_cast<qint64>(call.id.toDouble()));
         return {"{\"id\":" + id + ",\"jsonrpc\":\"2.0\",\"result\":" + result + '}', 200};
     } catch (const RpcError& e) {
         if (notification) return {QByteArray(), e.httpStatus == 200 ? 202 : e.httpStatus};
@@ -214,11 +244,14 @@ QByteArray McpServer::dispatch(Call& call) {
     const QString& m = call.method;
     if (m == QLatin1String("tools/call")) {
         const QString name = call.params.value(QStringLiteral("name")).toString();
-        if (name.isEmpty()) throw RpcError{errors::kInvalidParams, QStringLiteral("tools/call needs the tool's \"name\"")};
-        if (!tools_->has(name)) throw RpcError{errors::kInvalidParams, QStringLiteral("Unknown tool: %1").arg(name)};
+        if (name.isEmpty())
+            throw RpcError{errors::kInvalidParams, QStringLiteral("tools/call needs the tool's \"name\"")};
+        if (!tools_->has(name))
+            throw RpcError{errors::kInvalidParams, QStringLiteral("Unknown tool: %1").arg(name)};
         const QJsonValue arguments = call.params.value(QStringLiteral("arguments"));
         if (!arguments.isUndefined() && !arguments.isNull() && !arguments.isObject())
-            throw RpcError{errors::kInvalidParams, QStringLiteral("a tool's \"arguments\" must be an object")};
+            throw RpcError{errors::kInvalidParams,
+                           QStringLiteral("a tool's \"arguments\" must be an object")};
         return tools_->call(name, arguments.toObject());
     }
     return jsonText(dispatchObject(call));
@@ -239,15 +272,17 @@ QJsonObject McpServer::dispatchObject(Call& call) {
                                          {QStringLiteral("mimeType"), QStringLiteral("application/json")}});
         return QJsonObject{{QStringLiteral("resources"), resources}};
     }
-    if (m == QLatin1String("resources/templates/list")) return QJsonObject{{QStringLiteral("resourceTemplates"), QJsonArray()}};
+    if (m == QLatin1String("resources/templates/list"))
+        return QJsonObject{{QStringLiteral("resourceTemplates"), QJsonArray()}};
     if (m == QLatin1String("resources/read")) return readResource(call);
     if (m == QLatin1String("prompts/list"))
-        return QJsonObject{{QStringLiteral("prompts"),
-                            QJsonArray{QJsonObject{{QStringLiteral("name"), QString::fromLatin1(kPromptName)},
-                                                   {QStringLiteral("title"), QStringLiteral("Drawing conventions")},
-                                                   {QStringLiteral("description"),
-                                                    QStringLiteral("How handles, units, points, colors, undo and "
-                                                                   "trial runs work, with what the drawing holds")}}}}};
+        return QJsonObject{
+            {QStringLiteral("prompts"),
+             QJsonArray{QJsonObject{{QStringLiteral("name"), QString::fromLatin1(kPromptName)},
+                                    {QStringLiteral("title"), QStringLiteral("Drawing conventions")},
+                                    {QStringLiteral("description"),
+                                     QStringLiteral("How handles, units, points, colors, undo and "
+                                                    "trial runs work, with what the drawing holds")}}}}};
     if (m == QLatin1String("prompts/get")) return getPrompt(call);
     throw RpcError{errors::kMethodNotFound, QStringLiteral("Method not found: %1").arg(m)};
 }
@@ -255,7 +290,8 @@ QJsonObject McpServer::dispatchObject(Call& call) {
 QJsonObject McpServer::initialize(const Call& call) {
     // The client's revision when this server speaks it, else the newest this server has; the client decides.
     const QString asked = call.params.value(QStringLiteral("protocolVersion")).toString();
-    const QString revision = isHandshakeRevision(asked) ? asked : QString::fromLatin1(kLatestHandshakeRevision);
+    const QString revision =
+        isHandshakeRevision(asked) ? asked : QString::fromLatin1(kLatestHandshakeRevision);
     return QJsonObject{{QStringLiteral("protocolVersion"), revision},
                        {QStringLiteral("capabilities"), capabilities()},
                        {QStringLiteral("serverInfo"), serverInfo()},
@@ -270,22 +306,27 @@ QJsonObject McpServer::discover() const {
                        {QStringLiteral("instructions"), instructions()}};
 }
 
-QString McpServer::instructions() const { return QString::fromUtf8(kConventions); }
+QString McpServer::instructions() const {
+    return QString::fromUtf8(kConventions);
+}
 
 QJsonObject McpServer::readResource(const Call& call) {
     const QString uri = call.params.value(QStringLiteral("uri")).toString();
     QJsonObject contents;
-    if (uri == QLatin1String("drawing://layers")) contents = tools_->layers();
-    else if (uri == QLatin1String("drawing://summary")) contents = tools_->summary();
+    if (uri == QLatin1String("drawing://layers"))
+        contents = tools_->layers();
+    else if (uri == QLatin1String("drawing://summary"))
+        contents = tools_->summary();
     else
         throw RpcError{call.stateless ? errors::kInvalidParams : errors::kResourceNotFound,
                        QStringLiteral("Resource not found: %1").arg(uri),
                        QJsonObject{{QStringLiteral("uri"), uri}}};
-    return QJsonObject{
-        {QStringLiteral("contents"),
-         QJsonArray{QJsonObject{{QStringLiteral("uri"), uri},
-                                {QStringLiteral("mimeType"), QStringLiteral("application/json")},
-                                {QStringLiteral("text"), QString::fromUtf8(QJsonDocument(contents).toJson(QJsonDocument::Compact))}}}}};
+    return QJsonObject{{QStringLiteral("contents"),
+                        QJsonArray{QJsonObject{
+                            {QStringLiteral("uri"), uri},
+                            {QStringLiteral("mimeType"), QStringLiteral("application/json")},
+                            {QStringLiteral("text"),
+                             QString::fromUtf8(QJsonDocument(contents).toJson(QJsonDocument::Compact))}}}}};
 }
 
 QJsonObject McpServer::getPrompt(const Call& call) {
@@ -294,13 +335,12 @@ QJsonObject McpServer::getPrompt(const Call& call) {
         throw RpcError{errors::kInvalidParams, QStringLiteral("Unknown prompt: %1").arg(name)};
     const QString text = QString::fromUtf8(kConventions) + QStringLiteral("\n\nThe drawing now: ") +
                          QString::fromUtf8(QJsonDocument(tools_->summary()).toJson(QJsonDocument::Compact));
-    return QJsonObject{
-        {QStringLiteral("description"), QStringLiteral("Drawing conventions")},
-        {QStringLiteral("messages"),
-         QJsonArray{QJsonObject{{QStringLiteral("role"), QStringLiteral("user")},
-                                {QStringLiteral("content"),
-                                 QJsonObject{{QStringLiteral("type"), QStringLiteral("text")},
-                                             {QStringLiteral("text"), text}}}}}}};
+    return QJsonObject{{QStringLiteral("description"), QStringLiteral("Drawing conventions")},
+                       {QStringLiteral("messages"),
+                        QJsonArray{QJsonObject{{QStringLiteral("role"), QStringLiteral("user")},
+                                               {QStringLiteral("content"),
+                                                QJsonObject{{QStringLiteral("type"), QStringLiteral("text")},
+                                                            {QStringLiteral("text"), text}}}}}}};
 }
 
 }  // namespace vela::cli::mcp

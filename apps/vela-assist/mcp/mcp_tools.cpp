@@ -13,9 +13,9 @@
 #include "db/records/layer_table_record.h"
 #include "db/undo_manager.h"
 #include "drawing_summary.h"
-#include "properties/json_text.h"
 #include "host/document.h"
 #include "host/document_manager.h"
+#include "properties/json_text.h"
 #include "script_runner.h"
 #include "session.h"
 #include "tracking/change_tracker.h"
@@ -25,8 +25,12 @@ namespace vela::cli::mcp {
 
 namespace {
 
-QString compact(const QJsonObject& o) { return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact)); }
-QByteArray jsonText(const QJsonObject& o) { return QJsonDocument(o).toJson(QJsonDocument::Compact); }
+QString compact(const QJsonObject& o) {
+    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
+}
+QByteArray jsonText(const QJsonObject& o) {
+    return QJsonDocument(o).toJson(QJsonDocument::Compact);
+}
 
 QJsonObject textContent(const QString& text) {
     return QJsonObject{{QStringLiteral("type"), QStringLiteral("text")}, {QStringLiteral("text"), text}};
@@ -43,7 +47,8 @@ QJsonObject resultOf(const QJsonObject& answer, QJsonArray images = {}) {
     QJsonArray content{textContent(compact(answer))};
     for (const QJsonValue& image : images) content.append(image);
     QJsonObject result{{QStringLiteral("content"), content}, {QStringLiteral("structuredContent"), answer}};
-    if (answer.value(QStringLiteral("success")) == QJsonValue(false)) result.insert(QStringLiteral("isError"), true);
+    if (answer.value(QStringLiteral("success")) == QJsonValue(false))
+        result.insert(QStringLiteral("isError"), true);
     return result;
 }
 
@@ -55,14 +60,17 @@ QJsonObject failure(const QString& why) {
 QString titleOf(const char* name) {
     QString title;
     for (const QChar c : QString::fromLatin1(name)) {
-        if (c.isUpper() && !title.isEmpty()) title += QLatin1Char(' ') + c.toLower();
-        else title += c;
+        if (c.isUpper() && !title.isEmpty())
+            title += QLatin1Char(' ') + c.toLower();
+        else
+            title += c;
     }
     return title;
 }
 
 QJsonObject annotations(const QString& title, bool readOnly, bool destructive) {
-    QJsonObject a{{QStringLiteral("title"), title}, {QStringLiteral("readOnlyHint"), readOnly},
+    QJsonObject a{{QStringLiteral("title"), title},
+                  {QStringLiteral("readOnlyHint"), readOnly},
                   {QStringLiteral("openWorldHint"), false}};
     if (!readOnly) a.insert(QStringLiteral("destructiveHint"), destructive);
     return a;
@@ -73,29 +81,35 @@ const char* const kDryRunSchema =
 const char* const kDryRunPicturesSchema =
     R"({"type": "boolean", "description": "With dryRun: also pictures of the area before and after (created green, changed blue, erased red)."})";
 
-QJsonObject parsed(const char* json) { return QJsonDocument::fromJson(QByteArray(json)).object(); }
+QJsonObject parsed(const char* json) {
+    return QJsonDocument::fromJson(QByteArray(json)).object();
+}
 
 }  // namespace
 
 const DrawingTools::OwnTool DrawingTools::kOwnTools[] = {
     {"OpenDrawing", "Open drawing",
-     "Opens a DXF drawing from the server's folder (path relative to it, or absolute inside it) in place of the "
+     "Opens a DXF drawing from the server's folder (path relative to it, or absolute inside it) in place of "
+     "the "
      "one open now. Refused while the open drawing has unsaved changes, unless discardChanges is true.",
      R"({"type": "object", "properties": {"path": {"type": "string", "description": "a .dxf file"},
          "discardChanges": {"type": "boolean"}}, "required": ["path"]})",
      false, true, &DrawingTools::openDrawing},
     {"NewDrawing", "New drawing",
-     "Starts an empty drawing in place of the one open now. Refused while the open drawing has unsaved changes, "
+     "Starts an empty drawing in place of the one open now. Refused while the open drawing has unsaved "
+     "changes, "
      "unless discardChanges is true.",
      R"({"type": "object", "properties": {"discardChanges": {"type": "boolean"}}})", false, true,
      &DrawingTools::newDrawing},
     {"SaveDrawing", "Save drawing",
-     "Saves the drawing as DXF (R2018) in one step, so a failure leaves the old file whole. Without a path, to "
+     "Saves the drawing as DXF (R2018) in one step, so a failure leaves the old file whole. Without a path, "
+     "to "
      "the file it came from; paths lie in the server's folder and end in .dxf.",
      R"({"type": "object", "properties": {"path": {"type": "string", "description": "a .dxf file"}}})", false,
      false, &DrawingTools::saveDrawing},
     {"Undo", "Undo",
-     "Undoes the last steps: every changing tool call is one step. Answers the steps left to undo and to redo.",
+     "Undoes the last steps: every changing tool call is one step. Answers the steps left to undo and to "
+     "redo.",
      R"({"type": "object", "properties": {"steps": {"type": "integer", "minimum": 1, "default": 1}}})", false,
      false, &DrawingTools::undo},
     {"Redo", "Redo", "Redoes steps undone before, unless something changed the drawing since.",
@@ -103,7 +117,8 @@ const DrawingTools::OwnTool DrawingTools::kOwnTools[] = {
      false, &DrawingTools::redo},
     {"RenderDrawing", "Render drawing",
      "A PNG picture of model space, black on white: its extents, a window, or the entities named in around. "
-     "handles writes handles on the entities (all, or those listed; at most 150). since (an undo step, see Undo) "
+     "handles writes handles on the entities (all, or those listed; at most 150). since (an undo step, see "
+     "Undo) "
      "colours what the later steps created (green), changed (blue) and erased (red). The answer gives the "
      "world-to-pixel transform and each label's pixel position.",
      R"({"type": "object", "properties": {
@@ -116,7 +131,8 @@ const DrawingTools::OwnTool DrawingTools::kOwnTools[] = {
      true, false, &DrawingTools::render},
 };
 
-DrawingTools::DrawingTools(Session& session, const ServerOptions& options) : session_(session), options_(options) {}
+DrawingTools::DrawingTools(Session& session, const ServerOptions& options)
+    : session_(session), options_(options) {}
 
 const DrawingTools::OwnTool* DrawingTools::ownTool(const QString& name) const {
     for (const OwnTool& tool : kOwnTools)
@@ -193,13 +209,15 @@ QByteArray DrawingTools::callCommand(const catalogue::CommandRow& row, QJsonObje
 QByteArray DrawingTools::commandResult(const QString& answer) const {
     const QByteArray text = answer.toUtf8();
     if (text.size() > options_.maxAnswerBytes)
-        return jsonText(failure(QStringLiteral("the answer has %1 MB, more than the %2 MB a tool may answer: ask "
-                                               "for fewer entities at a time")
-                                    .arg(double(text.size()) / (1 << 20), 0, 'f', 1)
-                                    .arg(options_.maxAnswerBytes >> 20)));
+        return jsonText(
+            failure(QStringLiteral("the answer has %1 MB, more than the %2 MB a tool may answer: ask "
+                                   "for fewer entities at a time")
+                        .arg(double(text.size()) / (1 << 20), 0, 'f', 1)
+                        .arg(options_.maxAnswerBytes >> 20)));
     // The command's answer is compact JSON already: it goes out as it is, once as the text a model reads and
     // once as structured content, without being read into objects and written again.
-    if (!text.startsWith('{') || !text.endsWith('}')) return jsonText(failure(QStringLiteral("the command gave no answer")));
+    if (!text.startsWith('{') || !text.endsWith('}'))
+        return jsonText(failure(QStringLiteral("the command gave no answer")));
     bool failed = false;
     if (text.contains("\"success\":false"))
         failed = QJsonDocument::fromJson(text).object().value(QStringLiteral("success")) == QJsonValue(false);
@@ -226,7 +244,8 @@ QJsonObject DrawingTools::dryRun(const catalogue::CommandRow& row, const QString
     const std::vector<db::ObjectId> selection = doc->selection().ids();
 
     undo.beginGroup("dry run");
-    const QString answer = callBridgeSlot(session_.bridge(), QString::fromLatin1(row.slot), request).value_or(QString());
+    const QString answer =
+        callBridgeSlot(session_.bridge(), QString::fromLatin1(row.slot), request).value_or(QString());
     const db::UndoManager::Changes changes = undo.changesInOpenGroup();
     QJsonObject report;
     if (tracking) report = tracking::BuildChangesReport(tracker->TakeChanges(&db));
@@ -249,12 +268,14 @@ QJsonObject DrawingTools::dryRun(const catalogue::CommandRow& row, const QString
     if (window) {
         PictureRequest before;
         before.options.window = window;
-        if (std::optional<Picture> p = picture(std::move(before), &pictureError)) images.prepend(imageContent(p->png));
+        if (std::optional<Picture> p = picture(std::move(before), &pictureError))
+            images.prepend(imageContent(p->png));
     }
     doc->selection().set(selection);
     if (kept) tracker->RestoreState(std::move(*kept));
 
-    QJsonObject result{{QStringLiteral("dryRun"), true}, {QStringLiteral("rolledBack"), true},
+    QJsonObject result{{QStringLiteral("dryRun"), true},
+                       {QStringLiteral("rolledBack"), true},
                        {QStringLiteral("answer"), QJsonDocument::fromJson(answer.toUtf8()).object()}};
     if (tracking) result.insert(QStringLiteral("changes"), report);
     if (!pictureError.isEmpty()) result.insert(QStringLiteral("pictureError"), pictureError);
@@ -262,7 +283,8 @@ QJsonObject DrawingTools::dryRun(const catalogue::CommandRow& row, const QString
         result.insert(QStringLiteral("pictures"),
                       QStringLiteral("before, then after with created green, changed blue, erased red"));
     QJsonObject out = resultOf(result, images);
-    if (result.value(QStringLiteral("answer")).toObject().value(QStringLiteral("success")) == QJsonValue(false))
+    if (result.value(QStringLiteral("answer")).toObject().value(QStringLiteral("success")) ==
+        QJsonValue(false))
         out.insert(QStringLiteral("isError"), true);
     return out;
 }
@@ -284,9 +306,11 @@ QString DrawingTools::fileUnderRoot(const QString& path, bool forWriting, QStrin
         real = info.canonicalFilePath();
         if (real.isEmpty()) return refuse(QStringLiteral("there is no file '%1'").arg(path));
     }
-    const QString root = options_.root.endsWith(QLatin1Char('/')) ? options_.root : options_.root + QLatin1Char('/');
+    const QString root =
+        options_.root.endsWith(QLatin1Char('/')) ? options_.root : options_.root + QLatin1Char('/');
     if (!real.startsWith(root))
-        return refuse(QStringLiteral("'%1' lies outside the folder this server may use (%2)").arg(path, options_.root));
+        return refuse(
+            QStringLiteral("'%1' lies outside the folder this server may use (%2)").arg(path, options_.root));
     return real;
 }
 
@@ -297,8 +321,9 @@ bool refusedForUnsaved(Session& session, std::size_t cleanStep, const QJsonObjec
     host::Document* doc = session.activeDocument();
     if (!doc || arguments.value(QStringLiteral("discardChanges")).toBool()) return false;
     if (doc->database()->undoManager().undoCount() == cleanStep) return false;
-    *why = QStringLiteral("the open drawing has changes that are not saved: save it first (SaveDrawing), or pass "
-                          "discardChanges: true");
+    *why = QStringLiteral(
+        "the open drawing has changes that are not saved: save it first (SaveDrawing), or pass "
+        "discardChanges: true");
     return true;
 }
 
@@ -345,8 +370,12 @@ QJsonObject DrawingTools::saveDrawing(const QJsonObject& arguments) {
     return resultOf(QJsonObject{{QStringLiteral("success"), true}, {QStringLiteral("path"), file}});
 }
 
-QJsonObject DrawingTools::undo(const QJsonObject& arguments) { return undoRedo(arguments, true); }
-QJsonObject DrawingTools::redo(const QJsonObject& arguments) { return undoRedo(arguments, false); }
+QJsonObject DrawingTools::undo(const QJsonObject& arguments) {
+    return undoRedo(arguments, true);
+}
+QJsonObject DrawingTools::redo(const QJsonObject& arguments) {
+    return undoRedo(arguments, false);
+}
 
 QJsonObject DrawingTools::undoRedo(const QJsonObject& arguments, bool undo) {
     host::Document* doc = session_.activeDocument();
@@ -358,11 +387,14 @@ QJsonObject DrawingTools::undoRedo(const QJsonObject& arguments, bool undo) {
     db::UndoManager& manager = doc->database()->undoManager();
     const auto wanted = static_cast<std::size_t>(steps);
     const std::size_t done = undo ? manager.undo(wanted) : manager.redo(wanted);
-    QJsonObject answer{{QStringLiteral("success"), done > 0},
-                       {undo ? QStringLiteral("undone") : QStringLiteral("redone"), static_cast<qint64>(done)},
-                       {QStringLiteral("undoSteps"), static_cast<qint64>(manager.undoCount())},
-                       {QStringLiteral("redoSteps"), static_cast<qint64>(manager.redoCount())}};
-    if (done == 0) answer.insert(QStringLiteral("error"), undo ? QStringLiteral("nothing to undo") : QStringLiteral("nothing to redo"));
+    QJsonObject answer{
+        {QStringLiteral("success"), done > 0},
+        {undo ? QStringLiteral("undone") : QStringLiteral("redone"), static_cast<qint64>(done)},
+        {QStringLiteral("undoSteps"), static_cast<qint64>(manager.undoCount())},
+        {QStringLiteral("redoSteps"), static_cast<qint64>(manager.redoCount())}};
+    if (done == 0)
+        answer.insert(QStringLiteral("error"),
+                      undo ? QStringLiteral("nothing to undo") : QStringLiteral("nothing to redo"));
     return resultOf(answer);
 }
 
@@ -386,7 +418,8 @@ QJsonObject DrawingTools::render(const QJsonObject& arguments) {
     return resultOf(answer, QJsonArray{imageContent(p->png)});
 }
 
-std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest request, QString* why, int longEdge) {
+std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest request, QString* why,
+                                                           int longEdge) {
     host::Document* doc = session_.activeDocument();
     if (!doc) {
         if (why) *why = QStringLiteral("no drawing is open");
@@ -399,9 +432,12 @@ std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest reques
     const db::Extents3d window = render::windowFor(db, options);
     options.window = window;
     if (longEdge > 0) {
-        const double w = window.maxPoint().x - window.minPoint().x, h = window.maxPoint().y - window.minPoint().y;
-        const double shortEdge = std::clamp(longEdge * std::min(w, h) / std::max(w, h), 64.0, double(longEdge));
-        options.size = w >= h ? QSize(longEdge, int(std::lround(shortEdge))) : QSize(int(std::lround(shortEdge)), longEdge);
+        const double w = window.maxPoint().x - window.minPoint().x,
+                     h = window.maxPoint().y - window.minPoint().y;
+        const double shortEdge =
+            std::clamp(longEdge * std::min(w, h) / std::max(w, h), 64.0, double(longEdge));
+        options.size = w >= h ? QSize(longEdge, int(std::lround(shortEdge)))
+                              : QSize(int(std::lround(shortEdge)), longEdge);
     }
     options.maxLabels = kMaxLabels;
     render::RenderReport report;
@@ -416,7 +452,8 @@ std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest reques
         }
         if (picture.png.size() <= kMaxPictureBytes || attempt == 8) break;
         picture.png.clear();
-        options.size = QSize(std::max(1, int(options.size.width() * 0.7)), std::max(1, int(options.size.height() * 0.7)));
+        options.size = QSize(std::max(1, int(options.size.width() * 0.7)),
+                             std::max(1, int(options.size.height() * 0.7)));
     }
     const render::Frame frame = render::frameFor(db, options);
     const QTransform& t = frame.toPixels;
@@ -429,20 +466,23 @@ std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest reques
     picture.info = QJsonObject{
         {QStringLiteral("width"), frame.size.width()},
         {QStringLiteral("height"), frame.size.height()},
-        {QStringLiteral("window"), QJsonArray{shown.minPoint().x, shown.minPoint().y, shown.maxPoint().x, shown.maxPoint().y}},
+        {QStringLiteral("window"),
+         QJsonArray{shown.minPoint().x, shown.minPoint().y, shown.maxPoint().x, shown.maxPoint().y}},
         {QStringLiteral("worldToPixel"),
          QJsonObject{{QStringLiteral("scale"), t.m11()},
                      {QStringLiteral("offsetX"), t.dx()},
                      {QStringLiteral("offsetY"), t.dy()},
-                     {QStringLiteral("formula"), QStringLiteral("px = scale * x + offsetX; py = offsetY - scale * y (y down)")}}},
+                     {QStringLiteral("formula"),
+                      QStringLiteral("px = scale * x + offsetX; py = offsetY - scale * y (y down)")}}},
     };
     if (options.handleLabels) {
         picture.info.insert(QStringLiteral("labels"), labels);
         if (report.labelsLeftOut > 0)
             picture.info.insert(
                 QStringLiteral("note"),
-                QStringLiteral("%1 more entities in view got no handle label (at most %2 are written): render a "
-                               "smaller window, or list the handles to label")
+                QStringLiteral(
+                    "%1 more entities in view got no handle label (at most %2 are written): render a "
+                    "smaller window, or list the handles to label")
                     .arg(report.labelsLeftOut)
                     .arg(kMaxLabels));
     }
@@ -450,7 +490,8 @@ std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest reques
 }
 
 QJsonObject DrawingTools::layers() {
-    const std::optional<QString> answer = callBridgeSlot(session_.bridge(), QStringLiteral("GetCurrentLayersInfo"), QStringLiteral("{}"));
+    const std::optional<QString> answer =
+        callBridgeSlot(session_.bridge(), QStringLiteral("GetCurrentLayersInfo"), QStringLiteral("{}"));
     return QJsonDocument::fromJson(answer.value_or(QString()).toUtf8()).object();
 }
 
@@ -460,14 +501,16 @@ QJsonObject DrawingTools::summary() {
     db::Database& db = *doc->database();
     const DrawingSummary s = summarizeDrawing(db);
     QJsonObject perType, perLayer;
-    for (const auto& [type, count] : s.perType) perType.insert(QString::fromStdString(type), static_cast<qint64>(count));
+    for (const auto& [type, count] : s.perType)
+        perType.insert(QString::fromStdString(type), static_cast<qint64>(count));
     for (const auto& [layer, count] : s.modelPerLayer)
         perLayer.insert(QString::fromStdString(layer), static_cast<qint64>(count));
     QJsonObject summary{
         {QStringLiteral("open"), true},
         {QStringLiteral("path"), doc->path()},
-        {QStringLiteral("units"), db.measurement() == db::MeasurementSystem::Metric ? QStringLiteral("metric")
-                                                                                     : QStringLiteral("imperial")},
+        {QStringLiteral("units"), db.measurement() == db::MeasurementSystem::Metric
+                                      ? QStringLiteral("metric")
+                                      : QStringLiteral("imperial")},
         {QStringLiteral("modelSpaceEntities"), static_cast<qint64>(s.model)},
         {QStringLiteral("paperSpaceEntities"), static_cast<qint64>(s.paper)},
         {QStringLiteral("blockDefinitions"), static_cast<qint64>(s.blocks)},
@@ -476,9 +519,8 @@ QJsonObject DrawingTools::summary() {
         {QStringLiteral("undoSteps"), static_cast<qint64>(db.undoManager().undoCount())},
     };
     if (s.extents.isValid())
-        summary.insert(QStringLiteral("extents"),
-                       QJsonArray{s.extents.minPoint().x, s.extents.minPoint().y, s.extents.maxPoint().x,
-                                  s.extents.maxPoint().y});
+        summary.insert(QStringLiteral("extents"), QJsonArray{s.extents.minPoint().x, s.extents.minPoint().y,
+                                                             s.extents.maxPoint().x, s.extents.maxPoint().y});
     return summary;
 }
 

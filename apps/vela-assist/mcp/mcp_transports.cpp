@@ -1,14 +1,14 @@
 #include "mcp_transports.h"
 
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QHostAddress>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QtHttpServer/QHttpServerRequest>
 #include <QtHttpServer/QHttpServerResponder>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdio>
 
 namespace vela::cli::mcp {
@@ -52,7 +52,8 @@ void StdioTransport::readAvailable() {
         if (line.contains("notifications/cancelled")) {
             const QJsonObject o = QJsonDocument::fromJson(line).object();
             if (o.value(QStringLiteral("method")) == QJsonValue(QStringLiteral("notifications/cancelled")))
-                cancelled_.insert(idKey(o.value(QStringLiteral("params")).toObject().value(QStringLiteral("requestId"))));
+                cancelled_.insert(
+                    idKey(o.value(QStringLiteral("params")).toObject().value(QStringLiteral("requestId"))));
         }
     for (const QByteArray& line : lines) answer(line.endsWith('\r') ? line.chopped(1) : line);
     if (ended) QCoreApplication::quit();
@@ -66,9 +67,10 @@ void StdioTransport::answer(const QByteArray& line) {
         const QJsonValue id = doc.object().value(QStringLiteral("id"));
         if (!id.isUndefined() && cancelled_.erase(idKey(id))) return;  // cancelled: no answer at all
     }
-    const McpServer::Reply reply = error.error == QJsonParseError::NoError
-                                       ? server_.handle(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object()))
-                                       : server_.handleText(line);
+    const McpServer::Reply reply =
+        error.error == QJsonParseError::NoError
+            ? server_.handle(doc.isArray() ? QJsonValue(doc.array()) : QJsonValue(doc.object()))
+            : server_.handleText(line);
     if (!reply.message.isEmpty()) writeLine(reply.message);
 }
 
@@ -83,29 +85,42 @@ quint16 HttpTransport::start(quint16 port) {
 bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
     QHttpServerResponder responder = makeResponder(request, socket);
     const auto headers = request.headers();
-    const QByteArray what = QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
-    auto answer = [&](int status, const QByteArray& text, QByteArray extraName = {}, QByteArray extraValue = {}) {
+    const QByteArray what =
+        QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
+    auto answer = [&](int status, const QByteArray& text, QByteArray extraName = {},
+                      QByteArray extraValue = {}) {
         const auto code = static_cast<QHttpServerResponder::StatusCode>(status);
         if (extraName.isEmpty())
-            responder.write(text, {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}}, code);
+            responder.write(text, {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
+                            code);
         else
-            responder.write(text, {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}, {extraName, extraValue}},
+            responder.write(text,
+                            {{"Content-Type", "application/json"},
+                             {"Cache-Control", "no-store"},
+                             {extraName, extraValue}},
                             code);
     };
-    auto refuse = [&](int status, const QByteArray& why, QByteArray extraName = {}, QByteArray extraValue = {}) {
-        std::fprintf(stderr, "vela-assist mcp: refused %s (%d): %s\n", what.constData(), status, why.constData());
-        answer(status, QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}}).toJson(QJsonDocument::Compact),
+    auto refuse = [&](int status, const QByteArray& why, QByteArray extraName = {},
+                      QByteArray extraValue = {}) {
+        std::fprintf(stderr, "vela-assist mcp: refused %s (%d): %s\n", what.constData(), status,
+                     why.constData());
+        answer(status,
+               QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}})
+                   .toJson(QJsonDocument::Compact),
                extraName, extraValue);
     };
 
     const AccessVerdict verdict = guard_->check(headers);
     if (!verdict.allowed())
-        return refuse(verdict.status, verdict.reason, verdict.status == 401 ? "WWW-Authenticate" : QByteArray(),
+        return refuse(verdict.status, verdict.reason,
+                      verdict.status == 401 ? "WWW-Authenticate" : QByteArray(),
                       verdict.status == 401 ? "Bearer" : QByteArray()),
                true;
     if (request.url().path() != QLatin1String("/mcp")) return refuse(404, "the MCP endpoint is /mcp"), true;
     if (request.method() != QHttpServerRequest::Method::Post)
-        return refuse(405, "the endpoint takes each message as a POST; it offers no event stream", "Allow", "POST"), true;
+        return refuse(405, "the endpoint takes each message as a POST; it offers no event stream", "Allow",
+                      "POST"),
+               true;
     const QByteArray type = LocalAccessGuard::header(headers, "Content-Type");
     if (!type.isEmpty() && !type.startsWith("application/json"))
         return refuse(415, "messages are JSON: Content-Type: application/json"), true;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QtHttpServer/QAbstractHttpServer>
 #include <QSocketNotifier>
+#include <QtHttpServer/QAbstractHttpServer>
 #include <set>
 
 #include "local_access.h"
