@@ -8,10 +8,15 @@
 
 namespace vela::cli {
 
-std::unique_ptr<db::Database> loadDrawing(const std::string& path, std::string* why, bool strict) {
+std::unique_ptr<db::Database> loadDrawing(const std::string& path, std::string* why, bool strict,
+                                          const db::LoadProgress& progress) {
     ProgressBar bar("loading");
-    db::DxfReadResult read = db::readDxfFile(
-        path, [&](std::size_t done, std::size_t total) { bar.update(done, total); }, {.strict = strict});
+    db::DxfReadResult read = db::readDxfFile(path,
+                                             [&](std::size_t done, std::size_t total) {
+                                                 bar.update(done, total);
+                                                 if (progress) progress(done, total);
+                                             },
+                                             {.strict = strict});
     bar.finish();
     if (!read.database) {
         std::fprintf(stderr, "vela-assist: %s: %s\n", path.c_str(), read.error->text().c_str());

@@ -18,9 +18,9 @@ Session::~Session() {
 
 bool Session::loadModule(QString* error) { return host_->modules().load(QString::fromLatin1(kModuleName), error); }
 
-bool Session::open(const QString& path, QString* error) {
+bool Session::open(const QString& path, QString* error, const db::LoadProgress& progress) {
     std::string why;
-    std::unique_ptr<db::Database> db = loadDrawing(path.toStdString(), &why);
+    std::unique_ptr<db::Database> db = loadDrawing(path.toStdString(), &why, false, progress);
     if (!db) {
         if (error) *error = QStringLiteral("cannot read %1: %2").arg(path, QString::fromStdString(why));
         return false;

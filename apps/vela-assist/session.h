@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "bridge/velaassistant_communication.h"
+#include "db/dxf/file/dxf_reader.h"
 #include "host/host.h"
 
 namespace vela::cli {
@@ -19,7 +20,7 @@ public:
     /// Loads the assistant module; false with the reason in `error` when it cannot be loaded.
     bool loadModule(QString* error);
     /// Opens a drawing and makes it the active document.
-    bool open(const QString& path, QString* error);
+    bool open(const QString& path, QString* error, const db::LoadProgress& progress = {});
     void createNew();
     /// Closes the active document; afterwards none may be open.
     bool closeActive();

@@ -164,7 +164,10 @@ test('stdio with the 2025 handshake: tools from the catalogue, valid schemas, ev
 test('pictures as a model needs them: bounded size, labels with their pixels, the transform', async t => {
   const client = await stdioClient(freshRoot());
   t.after(() => client.close());
-  const whole = await client.callTool({ name: 'RenderDrawing', arguments: { handles: 'all' } });
+  const heard = [];
+  const whole = await client.callTool({ name: 'RenderDrawing', arguments: { handles: 'all' } }, undefined,
+                                      { onprogress: progress => heard.push(progress) });
+  assert.ok(heard.length >= 1 && heard.at(-1).progress === heard.at(-1).total, 'progress reported to the end');
   const info = whole.structuredContent;
   const image = whole.content.find(c => c.type === 'image');
   assert.equal(image.mimeType, 'image/png');

@@ -1,5 +1,6 @@
 #include "mcp_server.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <cmath>
@@ -252,7 +253,29 @@ QByteArray McpServer::dispatch(Call& call) {
         if (!arguments.isUndefined() && !arguments.isNull() && !arguments.isObject())
             throw RpcError{errors::kInvalidParams,
                            QStringLiteral("a tool's \"arguments\" must be an object")};
-        return tools_->call(name, arguments.toObject());
+        const QJsonValue token =
+            call.params.value(QStringLiteral("_meta")).toObject().value(QStringLiteral("progressToken"));
+        if (!notify_ || !(token.isString() || token.isDouble()))
+            return tools_->call(name, arguments.toObject());
+        // A few notifications a second at most, each further on than the last.
+        QElapsedTimer clock;
+        clock.start();
+        double last = -1;
+        tools_->setProgress([&](double done, double total, const QString& message) {
+            if (done <= last || (clock.elapsed() < 100 && done < total)) return;
+            last = done;
+            clock.restart();
+            notify_(jsonText(
+                QJsonObject{{QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+                            {QStringLiteral("method"), QStringLiteral("notifications/progress")},
+                            {QStringLiteral("params"), QJsonObject{{QStringLiteral("progressToken"), token},
+                                                                   {QStringLiteral("progress"), done},
+                                                                   {QStringLiteral("total"), total},
+                                                                   {QStringLiteral("message"), message}}}}));
+        });
+        const QByteArray result = tools_->call(name, arguments.toObject());
+        tools_->setProgress({});
+        return result;
     }
     return jsonText(dispatchObject(call));
 }

@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -53,6 +54,10 @@ class McpServer {
     Reply handleText(const QByteArray& text, const HttpHeaders* http = nullptr);
     Reply handle(const QJsonValue& message, const HttpHeaders* http = nullptr);
 
+    /// Where notifications go while a request runs (progress of long work, for a client that asked with a
+    /// progress token); unset over HTTP, where each answer is one JSON body.
+    void setNotifier(std::function<void(const QByteArray&)> send) { notify_ = std::move(send); }
+
     DrawingTools& tools() { return *tools_; }
 
   private:
@@ -68,6 +73,7 @@ class McpServer {
     Session& session_;
     ServerOptions options_;
     std::unique_ptr<DrawingTools> tools_;
+    std::function<void(const QByteArray&)> notify_;
 };
 
 /// JSON-RPC and MCP error codes.

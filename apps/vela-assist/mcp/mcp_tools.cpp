@@ -335,7 +335,12 @@ QJsonObject DrawingTools::openDrawing(const QJsonObject& arguments) {
     const QString file = fileUnderRoot(arguments.value(QStringLiteral("path")).toString(), false, &why);
     if (file.isEmpty()) return failure(why);
     host::Document* previous = session_.activeDocument();
-    if (!session_.open(file, &why)) return failure(why);
+    db::LoadProgress loading;
+    if (progress_)
+        loading = [&](std::size_t done, std::size_t total) {
+            progress_(double(done), double(total), QStringLiteral("reading the drawing"));
+        };
+    if (!session_.open(file, &why, loading)) return failure(why);
     if (previous) session_.host().documents().close(previous);
     cleanStep_ = 0;
     const DrawingSummary s = summarizeDrawing(*session_.activeDocument()->database());
@@ -440,6 +445,10 @@ std::optional<DrawingTools::Picture> DrawingTools::picture(PictureRequest reques
                               : QSize(int(std::lround(shortEdge)), longEdge);
     }
     options.maxLabels = kMaxLabels;
+    if (progress_)
+        options.progress = [this](std::size_t done, std::size_t total) {
+            progress_(double(done), double(total), QStringLiteral("drawing the picture"));
+        };
     render::RenderReport report;
     options.report = &report;
     Picture picture;

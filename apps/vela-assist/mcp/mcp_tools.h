@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
+#include <functional>
 #include <optional>
 
 #include "mcp_server.h"
@@ -27,6 +28,11 @@ class DrawingTools {
     /// A CallToolResult as compact JSON text. A tool's own failure is a result with isError set, never a
     /// protocol error.
     QByteArray call(const QString& name, const QJsonObject& arguments);
+
+    /// Told how far long work (loading a drawing, drawing a picture) has come, during the next calls; none:
+    /// nobody asked.
+    using Progress = std::function<void(double done, double total, const QString& message)>;
+    void setProgress(Progress progress) { progress_ = std::move(progress); }
 
     /// What the resources read: the drawing's layers and a summary of what it holds.
     QJsonObject layers();
@@ -75,7 +81,8 @@ class DrawingTools {
 
     Session& session_;
     const ServerOptions& options_;
-    std::size_t cleanStep_ = 0;  // the undo steps the drawing had when it was opened or last saved
+    std::size_t cleanStep_ = 0;
+    Progress progress_;  // the undo steps the drawing had when it was opened or last saved
 };
 
 }  // namespace vela::cli::mcp

@@ -32,6 +32,7 @@ StdioTransport::StdioTransport(McpServer& server) : server_(server) {}
 StdioTransport::~StdioTransport() = default;
 
 void StdioTransport::start() {
+    server_.setNotifier(writeLine);
     notifier_ = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &StdioTransport::readAvailable);
 }
