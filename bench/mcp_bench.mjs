@@ -5,7 +5,7 @@
 // Target: the MCP call costs at most 1.5 times the run call.
 // Usage: node bench/mcp_bench.mjs build/release/apps/vela-assist/vela-assist [calls]
 // (needs the JavaScript test tools: npm ci in tests/js, which scripts/install-deps.sh does)
-import { spawn } from 'node:child_process';
+import { spawn, spawnSync } from 'node:child_process';
 import { dirname, join } from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 
@@ -64,6 +64,13 @@ console.log(`${tool}, ${n} calls each over stdio`);
 for (const [k, [name]] of drivers.entries()) console.log(`  ${name.padEnd(38)} ${us[k].toFixed(1)} us a call`);
 console.log(`  through the SDK client: ${(us[0] / us[2]).toFixed(2)}x run (target <= 1.5x)`);
 console.log(`  the server alone:       ${(us[1] / us[2]).toFixed(2)}x run; the SDK client's own work ${(us[0] - us[1]).toFixed(1)} us a call`);
+// What a client without a server does: one "vela-assist run" for each call, the drawing loaded each time.
+const spawned = 20;
+let t = process.hrtime.bigint();
+for (let i = 0; i < spawned; i++)
+  spawnSync(bin, ['run'], { input: JSON.stringify({ call: tool, text: '{}' }) + '\n', stdio: ['pipe', 'ignore', 'ignore'] });
+const perSpawn = Number(process.hrtime.bigint() - t) / spawned / 1000;
+console.log(`  one vela-assist run started per call:   ${perSpawn.toFixed(0)} us a call (${(us[0] / perSpawn).toFixed(3)}x of it through the SDK client)`);
 await client.close();
 run.child.stdin.end();
 raw.child.stdin.end();
