@@ -156,19 +156,28 @@ QJsonObject ScriptRunner::capability(const QJsonObject& request) {
     return ok();
 }
 
-constexpr int kMaxUndoSteps = 1'000'000;
+std::optional<std::size_t> readUndoSteps(const QJsonValue& value, QString* why) {
+    constexpr int kMaxUndoSteps = 1'000'000;
+    if (!value.isDouble() || value.toDouble() < 1 || value.toDouble() != std::floor(value.toDouble())) {
+        *why = QStringLiteral("the number of steps must be a whole number from 1");
+        return std::nullopt;
+    }
+    if (value.toDouble() > kMaxUndoSteps) {
+        *why = QStringLiteral("at most %1 steps can be undone or redone at once").arg(kMaxUndoSteps);
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(value.toDouble());
+}
 
 QJsonObject ScriptRunner::undoRedo(const QJsonObject& request, bool undo) {
     host::Document* doc = session_.activeDocument();
     if (!doc) return failure(QStringLiteral("no drawing is open"));
-    const QJsonValue steps = request.value(undo ? QStringLiteral("undo") : QStringLiteral("redo"));
-    if (!steps.isDouble() || steps.toDouble() < 1 || steps.toDouble() != std::floor(steps.toDouble()))
-        return failure(QStringLiteral("the number of steps must be a whole number from 1"));
-    // A count beyond any drawing's history is a mistake, and beyond the size type it could not even be counted.
-    if (steps.toDouble() > kMaxUndoSteps)
-        return failure(QStringLiteral("at most %1 steps can be undone or redone at once").arg(kMaxUndoSteps));
+    QString why;
+    const std::optional<std::size_t> steps =
+        readUndoSteps(request.value(undo ? QStringLiteral("undo") : QStringLiteral("redo")), &why);
+    if (!steps) return failure(why);
     db::UndoManager& manager = doc->database()->undoManager();
-    const auto wanted = static_cast<std::size_t>(steps.toDouble());
+    const std::size_t wanted = *steps;
     const std::size_t done = undo ? manager.undo(wanted) : manager.redo(wanted);
     if (done < wanted)
         return failure(QStringLiteral("only %1 of %2 steps could be %3").arg(done).arg(wanted).arg(undo ? "undone" : "redone"));

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QJsonValue>
 #include <QString>
 #include <optional>
 
@@ -28,6 +29,11 @@ std::optional<QString> callBridgeSlot(QObject& bridge, const QString& name, cons
 ///                                        a picture of the drawing; with "since", what the undo steps after
 ///                                        the first STEP created, changed and erased is drawn in green, blue
 ///                                        and red: {"ok": true, "created": N, "changed": N, "erased": N}
+/// The number of undo or redo steps asked for: a whole number from 1 to a million (a count beyond any
+/// drawing's history is a mistake, and beyond the size type it could not even be counted). Nothing, with why,
+/// when the value is not one.
+std::optional<std::size_t> readUndoSteps(const QJsonValue& value, QString* why);
+
 class ScriptRunner {
 public:
     explicit ScriptRunner(Session& session) : session_(session) {}

@@ -22,10 +22,6 @@ struct RpcError {
     int httpStatus = 200;
 };
 
-QByteArray jsonText(const QJsonObject& o) {
-    return QJsonDocument(o).toJson(QJsonDocument::Compact);
-}
-
 QByteArray errorMessage(const QJsonValue& id, const RpcError& e) {
     QJsonObject error{{QStringLiteral("code"), e.code}, {QStringLiteral("message"), e.message}};
     if (!e.data.isUndefined()) error.insert(QStringLiteral("data"), e.data);
@@ -73,20 +69,17 @@ const char* const kPromptName = "drawing-conventions";
 // What a model must know to use the tools well; the server's instructions and the prompt both say it.
 const char* const kConventions =
     "You work on one 2D CAD drawing (DXF) through these tools.\n"
-    "- Entities are named by handles: hexadecimal texts such as \"2F\" (\"0x2F\" is read too). Find them "
-    "with "
-    "SelectEntities (by class and property) and read them with SummarizeEntities (DXF group codes).\n"
-    "- Coordinates are in drawing units (see the summary resource: metric drawings are usually in "
-    "millimetres). "
-    "Points are texts \"x,y\" or \"x,y,z\". Arc angles are radians; ellipse rotation and picture angles "
+    "- Entities are named by handles: hexadecimal texts such as \"2F\" (\"0x2F\" is read too). Find them\n"
+    "  with SelectEntities (by class and property) and read them with SummarizeEntities (DXF group codes).\n"
+    "- Coordinates are in drawing units (see the summary resource: metric drawings are usually in\n"
+    "  millimetres). Points are texts \"x,y\" or \"x,y,z\". Arc angles are radians; ellipse rotation "
     "degrees.\n"
-    "- Colors: an index 1-255 (1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta, 7 black on white), 256 "
-    "ByLayer, 0 ByBlock, \"#RRGGBB\" or \"(r,g,b)\". Lineweights in millimetres such as \"0.35\".\n"
-    "- Every changing tool call is one undo step (Undo, Redo). Pass \"dryRun\": true to see what a change "
-    "would "
-    "do, and what it would change, before making it.\n"
-    "- GetChangesInfo reports what changed since it was last asked, from any source. RenderDrawing shows the "
-    "drawing; with \"handles\" it writes handles on what it shows and gives their pixel positions.";
+    "- Colors: an index 1-255 (1 red, 2 yellow, 3 green, 4 cyan, 5 blue, 6 magenta, 7 black on white),\n"
+    "  256 ByLayer, 0 ByBlock, \"#RRGGBB\" or \"(r,g,b)\". Lineweights in millimetres such as \"0.35\".\n"
+    "- Every changing tool call is one undo step (Undo, Redo). Pass \"dryRun\": true to see what a change\n"
+    "  would answer and change before making it.\n"
+    "- GetChangesInfo reports what changed since it was last asked, from any source. RenderDrawing shows\n"
+    "  the drawing; with \"handles\" it writes handles on what it shows and gives their pixel positions.";
 
 struct ResourceEntry {
     const char* uri;
@@ -101,6 +94,15 @@ const ResourceEntry kResources[] = {
 };
 
 }  // namespace
+
+QByteArray jsonText(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+QByteArray jsonText(const QJsonValue& value) {
+    const QByteArray inArray = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return inArray.mid(1, inArray.size() - 2);
+}
 
 struct McpServer::Call {
     QJsonValue id;
@@ -231,9 +233,7 @@ McpServer::Reply McpServer::handle(const QJsonValue& message, const HttpHeaders*
         }
         // The envelope around a result that is text already, so that a large answer is not copied into
         // objects again.
-        const QByteArray id = call.id.isString()
-                                  ? jsonText(QJsonObject{{QStringLiteral("i"), call.id}}).mid(5).chopped(1)
-                                  : QByteArray::number(static_cast<qint64>(call.id.toDouble()));
+        const QByteArray id = jsonText(call.id);
         return {"{\"id\":" + id + ",\"jsonrpc\":\"2.0\",\"result\":" + result + '}', 200};
     } catch (const RpcError& e) {
         if (notification) return {QByteArray(), e.httpStatus == 200 ? 202 : e.httpStatus};

@@ -76,13 +76,16 @@ class McpServer {
     std::function<void(const QByteArray&)> notify_;
 };
 
+/// Compact JSON text of an object, and of any one value (a request id: a number or a string).
+QByteArray jsonText(const QJsonObject& object);
+QByteArray jsonText(const QJsonValue& value);
+
 /// JSON-RPC and MCP error codes.
 namespace errors {
 inline constexpr int kParse = -32700;
 inline constexpr int kInvalidRequest = -32600;
 inline constexpr int kMethodNotFound = -32601;
 inline constexpr int kInvalidParams = -32602;
-inline constexpr int kInternal = -32603;
 inline constexpr int kResourceNotFound = -32002;  // before 2026; then invalid params
 inline constexpr int kHeaderMismatch = -32020;
 inline constexpr int kUnsupportedRevision = -32022;

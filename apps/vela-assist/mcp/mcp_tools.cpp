@@ -10,7 +10,6 @@
 
 #include "bridge/command_catalogue.h"
 #include "db/database.h"
-#include "db/records/layer_table_record.h"
 #include "db/undo_manager.h"
 #include "drawing_summary.h"
 #include "host/document.h"
@@ -25,13 +24,6 @@ namespace vela::cli::mcp {
 
 namespace {
 
-QString compact(const QJsonObject& o) {
-    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
-}
-QByteArray jsonText(const QJsonObject& o) {
-    return QJsonDocument(o).toJson(QJsonDocument::Compact);
-}
-
 QJsonObject textContent(const QString& text) {
     return QJsonObject{{QStringLiteral("type"), QStringLiteral("text")}, {QStringLiteral("text"), text}};
 }
@@ -44,7 +36,7 @@ QJsonObject imageContent(const QByteArray& png) {
 
 // A tool's answer: the JSON as text (what every client shows a model) and as structured content.
 QJsonObject resultOf(const QJsonObject& answer, QJsonArray images = {}) {
-    QJsonArray content{textContent(compact(answer))};
+    QJsonArray content{textContent(QString::fromUtf8(jsonText(answer)))};
     for (const QJsonValue& image : images) content.append(image);
     QJsonObject result{{QStringLiteral("content"), content}, {QStringLiteral("structuredContent"), answer}};
     if (answer.value(QStringLiteral("success")) == QJsonValue(false))
@@ -90,21 +82,18 @@ QJsonObject parsed(const char* json) {
 const DrawingTools::OwnTool DrawingTools::kOwnTools[] = {
     {"OpenDrawing", "Open drawing",
      "Opens a DXF drawing from the server's folder (path relative to it, or absolute inside it) in place of "
-     "the "
-     "one open now. Refused while the open drawing has unsaved changes, unless discardChanges is true.",
+     "the one open now. Refused while the open drawing has unsaved changes, unless discardChanges is true.",
      R"({"type": "object", "properties": {"path": {"type": "string", "description": "a .dxf file"},
          "discardChanges": {"type": "boolean"}}, "required": ["path"]})",
      false, true, &DrawingTools::openDrawing},
     {"NewDrawing", "New drawing",
      "Starts an empty drawing in place of the one open now. Refused while the open drawing has unsaved "
-     "changes, "
-     "unless discardChanges is true.",
+     "changes, unless discardChanges is true.",
      R"({"type": "object", "properties": {"discardChanges": {"type": "boolean"}}})", false, true,
      &DrawingTools::newDrawing},
     {"SaveDrawing", "Save drawing",
      "Saves the drawing as DXF (R2018) in one step, so a failure leaves the old file whole. Without a path, "
-     "to "
-     "the file it came from; paths lie in the server's folder and end in .dxf.",
+     "to the file it came from; paths lie in the server's folder and end in .dxf.",
      R"({"type": "object", "properties": {"path": {"type": "string", "description": "a .dxf file"}}})", false,
      false, &DrawingTools::saveDrawing},
     {"Undo", "Undo",
@@ -118,9 +107,8 @@ const DrawingTools::OwnTool DrawingTools::kOwnTools[] = {
     {"RenderDrawing", "Render drawing",
      "A PNG picture of model space, black on white: its extents, a window, or the entities named in around. "
      "handles writes handles on the entities (all, or those listed; at most 150). since (an undo step, see "
-     "Undo) "
-     "colours what the later steps created (green), changed (blue) and erased (red). The answer gives the "
-     "world-to-pixel transform and each label's pixel position.",
+     "Undo) colours what the later steps created (green), changed (blue) and erased (red). The answer gives "
+     "the world-to-pixel transform and each label's pixel position.",
      R"({"type": "object", "properties": {
          "window": {"type": "string", "description": "x1,y1,x2,y2 in drawing units"},
          "around": {"type": "array", "items": {"type": "string"}, "description": "handles of entities to frame"},
@@ -199,7 +187,7 @@ QByteArray DrawingTools::callCommand(const catalogue::CommandRow& row, QJsonObje
             *flag = value.toBool();
         }
     }
-    const QString request = compact(arguments);
+    const QString request = QString::fromUtf8(jsonText(arguments));
     if (dry) return jsonText(dryRun(row, request, pictures));
     const std::optional<QString> answer =
         callBridgeSlot(session_.bridge(), QString::fromLatin1(row.slot), request);
@@ -385,12 +373,12 @@ QJsonObject DrawingTools::redo(const QJsonObject& arguments) {
 QJsonObject DrawingTools::undoRedo(const QJsonObject& arguments, bool undo) {
     host::Document* doc = session_.activeDocument();
     if (!doc) return failure(QStringLiteral("no drawing is open"));
-    const QJsonValue stepsValue = arguments.value(QStringLiteral("steps"));
-    const double steps = stepsValue.isUndefined() ? 1.0 : stepsValue.toDouble(-1);
-    if (!(steps >= 1) || steps != std::floor(steps) || steps > 1e6)
-        return failure(QStringLiteral("\"steps\" takes a whole number from 1"));
+    const QJsonValue given = arguments.value(QStringLiteral("steps"));
+    QString why;
+    const std::optional<std::size_t> steps = readUndoSteps(given.isUndefined() ? QJsonValue(1) : given, &why);
+    if (!steps) return failure(why);
     db::UndoManager& manager = doc->database()->undoManager();
-    const auto wanted = static_cast<std::size_t>(steps);
+    const std::size_t wanted = *steps;
     const std::size_t done = undo ? manager.undo(wanted) : manager.redo(wanted);
     QJsonObject answer{
         {QStringLiteral("success"), done > 0},

@@ -9,15 +9,12 @@
 #include <QJsonDocument>
 #include <QtHttpServer/QHttpServerRequest>
 #include <QtHttpServer/QHttpServerResponder>
+#include <QtHttpServer/QHttpServerResponse>
 #include <cstdio>
 
 namespace vela::cli::mcp {
 
 namespace {
-
-QByteArray idKey(const QJsonValue& id) {
-    return QJsonDocument(QJsonArray{id}).toJson(QJsonDocument::Compact);
-}
 
 void writeLine(const QByteArray& text) {
     std::fwrite(text.constData(), 1, static_cast<std::size_t>(text.size()), stdout);
@@ -53,8 +50,8 @@ void StdioTransport::readAvailable() {
         if (line.contains("notifications/cancelled")) {
             const QJsonObject o = QJsonDocument::fromJson(line).object();
             if (o.value(QStringLiteral("method")) == QJsonValue(QStringLiteral("notifications/cancelled")))
-                cancelled_.insert(
-                    idKey(o.value(QStringLiteral("params")).toObject().value(QStringLiteral("requestId"))));
+                cancelled_.insert(jsonText(
+                    o.value(QStringLiteral("params")).toObject().value(QStringLiteral("requestId"))));
         }
     for (const QByteArray& line : lines) answer(line.endsWith('\r') ? line.chopped(1) : line);
     if (ended) QCoreApplication::quit();
@@ -66,7 +63,7 @@ void StdioTransport::answer(const QByteArray& line) {
     const QJsonDocument doc = QJsonDocument::fromJson(line, &error);
     if (doc.isObject() && doc.object().contains(QStringLiteral("method"))) {
         const QJsonValue id = doc.object().value(QStringLiteral("id"));
-        if (!id.isUndefined() && cancelled_.erase(idKey(id))) return;  // cancelled: no answer at all
+        if (!id.isUndefined() && cancelled_.erase(jsonText(id))) return;  // cancelled: no answer at all
     }
     const McpServer::Reply reply =
         error.error == QJsonParseError::NoError
@@ -88,27 +85,20 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     const auto headers = request.headers();
     const QByteArray what =
         QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
-    auto answer = [&](int status, const QByteArray& text, QByteArray extraName = {},
-                      QByteArray extraValue = {}) {
-        const auto code = static_cast<QHttpServerResponder::StatusCode>(status);
-        if (extraName.isEmpty())
-            responder.write(text, {{"Content-Type", "application/json"}, {"Cache-Control", "no-store"}},
-                            code);
-        else
-            responder.write(text,
-                            {{"Content-Type", "application/json"},
-                             {"Cache-Control", "no-store"},
-                             {extraName, extraValue}},
-                            code);
+    auto answer = [&](int status, const QByteArray& text, const QByteArray& extraName = {},
+                      const QByteArray& extraValue = {}) {
+        QHttpServerResponse response("application/json", text,
+                                     static_cast<QHttpServerResponse::StatusCode>(status));
+        response.addHeader("Cache-Control", "no-store");
+        if (!extraName.isEmpty()) response.addHeader(extraName, extraValue);
+        response.write(std::move(responder));
     };
     auto refuse = [&](int status, const QByteArray& why, QByteArray extraName = {},
                       QByteArray extraValue = {}) {
         std::fprintf(stderr, "vela-assist mcp: refused %s (%d): %s\n", what.constData(), status,
                      why.constData());
-        answer(status,
-               QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}})
-                   .toJson(QJsonDocument::Compact),
-               extraName, extraValue);
+        answer(status, jsonText(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}}), extraName,
+               extraValue);
     };
 
     const AccessVerdict verdict = guard_->check(headers);
