@@ -105,7 +105,7 @@ def check_roundtrip(vela: str, original: pathlib.Path, work: pathlib.Path) -> pa
     if second.read_bytes() != third.read_bytes():
         raise CaseFailure("writing what we read is not stable: the second and third conversions differ")
     doc_a, doc_b = ezdxf.readfile(original), ezdxf.readfile(first)
-    diff, _ = compare.compare_documents(doc_a, doc_b, 1e-9, core_only=False)
+    diff, _ = compare.compare_documents(doc_a, doc_b, 1e-9)
     report(diff, "the conversion lost or changed")
     auditor = doc_b.audit()
     if auditor.has_errors:
@@ -224,7 +224,7 @@ def check_transforms(vela: str, original: pathlib.Path, work: pathlib.Path, name
             reference = (unchanged if handle in refused else expected_doc).entitydb[handle]
             mine = ours.entitydb[handle]
             diff = compare.Differences(1e-6)
-            compare.compare_entity(diff, reference, mine, core_only=False)
+            compare.compare_entity(diff, reference, mine)
             if not diff.items:
                 continue
             # The same curve may be held in another form (angles a turn apart, a mirrored plane's normal kept
@@ -296,7 +296,7 @@ def check_delete(vela: str, original: pathlib.Path, work: pathlib.Path) -> None:
         raise CaseFailure(f"after delete the model space still holds {left}")
     if after.audit().has_errors:
         raise CaseFailure("ezdxf's audit after delete found errors")
-    diff, _ = compare.compare_documents(ezdxf.readfile(original), ezdxf.readfile(restored), 1e-9, core_only=False)
+    diff, _ = compare.compare_documents(ezdxf.readfile(original), ezdxf.readfile(restored), 1e-9)
     report(diff, "undo of the delete did not bring everything back")
 
 

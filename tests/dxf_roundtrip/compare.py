@@ -2,9 +2,7 @@
 """Check a DXF round trip with ezdxf, independently of our own reader/writer.
 
 Usage:
-    /usr/bin/python3 compare.py ORIGINAL.dxf ROUNDTRIPPED.dxf [--tol 1e-9] [--max-report 60] [--core-only]
-    /usr/bin/python3 compare.py --audit-only FILE.dxf
-    /usr/bin/python3 compare.py --self-test
+    /usr/bin/python3 compare.py ORIGINAL.dxf ROUNDTRIPPED.dxf [--tol 1e-9] [--max-report 60]
 
 Both files are loaded with ezdxf. Every entity of the original (model space, every paper space layout, every
 block definition, plus ATTRIBs and VERTEXes owned by those) must exist in the round-tripped file under the
@@ -13,11 +11,8 @@ geometry. Tables (layers, linetypes, text styles, dimension styles, application 
 layouts, groups, XDATA and extension dictionaries are compared as well, then the round-tripped file must pass
 ezdxf's audit.
 
-By default all DXF attributes ezdxf knows for an entity are compared (absent attributes count as their DXF
-default value), so content we do not model must also survive. --core-only restricts entities to the common
-properties and the key geometry of each type.
-
---self-test damages freshly generated drawings on purpose and checks that every kind of damage is reported.
+All DXF attributes ezdxf knows for an entity are compared (absent attributes count as their DXF default
+value), so content we do not model must also survive.
 
 Exit status: 0 all equal and audit clean; 1 differences, audit errors, or a file ezdxf cannot read; 2 usage
 error or missing file.
@@ -45,48 +40,6 @@ SKIP_ATTRIBS = {"handle", "owner"}
 # Names that refer to table entries. DXF table names are case-insensitive, so a writer that resolves the
 # reference to the table record and writes the record's spelling ("BYLAYER" vs "ByLayer") loses nothing.
 NAME_REFERENCES = {"layer", "linetype", "style", "name", "dimstyle", "text_style", "geometry"}
-
-COMMON_ATTRIBS = ("layer", "color", "true_color", "linetype", "lineweight", "transparency", "ltscale")
-
-# Key geometry per type, used with --core-only (the full mode compares every DXF attribute anyway).
-CORE_ATTRIBS = {
-    "LINE": ("start", "end", "extrusion", "thickness"),
-    "CIRCLE": ("center", "radius", "extrusion"),
-    "ARC": ("center", "radius", "start_angle", "end_angle", "extrusion"),
-    "ELLIPSE": ("center", "major_axis", "ratio", "start_param", "end_param", "extrusion"),
-    "POINT": ("location",),
-    "LWPOLYLINE": ("flags", "const_width", "elevation", "extrusion"),
-    "TEXT": ("text", "insert", "align_point", "height", "rotation", "halign", "valign", "style", "extrusion"),
-    "ATTRIB": ("tag", "text", "insert", "height", "rotation", "flags"),
-    "ATTDEF": ("tag", "text", "prompt", "insert", "height", "rotation", "flags"),
-    "MTEXT": ("insert", "char_height", "width", "attachment_point", "rotation", "text_direction", "style"),
-    "SPLINE": ("degree", "flags", "start_tangent", "end_tangent"),
-    "INSERT": (
-        "name",
-        "insert",
-        "xscale",
-        "yscale",
-        "zscale",
-        "rotation",
-        "extrusion",
-        "row_count",
-        "column_count",
-        "row_spacing",
-        "column_spacing",
-    ),
-    "HATCH": (
-        "pattern_name",
-        "solid_fill",
-        "hatch_style",
-        "pattern_angle",
-        "pattern_scale",
-        "elevation",
-        "extrusion",
-    ),
-    "DIMENSION": ("geometry", "dimtype", "defpoint", "defpoint2", "defpoint3", "text_midpoint", "dimstyle"),
-    "VERTEX": ("location", "bulge", "start_width", "end_width", "flags"),
-    "POLYLINE": ("flags", "elevation", "extrusion"),
-}
 
 # Header variables that change how a drawing is read or shown; compared when the original has them.
 HEADER_VARS = (
@@ -270,13 +223,10 @@ def containers(doc) -> dict[str, list[DXFEntity]]:
     return result
 
 
-def entity_fields(e: DXFEntity, core_only: bool) -> dict[str, Any]:
+def entity_fields(e: DXFEntity) -> dict[str, Any]:
     """DXF attributes to compare, with absent ones replaced by their DXF default."""
     dxf = e.dxf
-    if core_only:
-        names = [n for n in COMMON_ATTRIBS + CORE_ATTRIBS.get(e.dxftype(), ()) if dxf.is_supported(n)]
-    else:
-        names = [n for n in dxf.all_existing_dxf_attribs() if n not in SKIP_ATTRIBS]
+    names = [n for n in dxf.all_existing_dxf_attribs() if n not in SKIP_ATTRIBS]
     fields = {n: dxf.get_default(n) for n in names}
     if e.dxftype() in ("TEXT", "ATTRIB", "ATTDEF") and not fields.get("halign") and not fields.get("valign"):
         # Left/baseline text is placed by its insert point alone; whether a second point is written is noise.
@@ -360,12 +310,12 @@ def compare_object_tree(diff: Differences, where: str, a: DXFEntity, b: DXFEntit
         if not diff.equal(list(a.tags), list(b.tags)):
             diff.add(where, f"XRECORD differs at tag {diff.locate(list(a.tags), list(b.tags))}")
     else:
-        compare_attribs(diff, where, a, b, core_only=False)
+        compare_attribs(diff, where, a, b)
     compare_xdata(diff, where, a, b)
 
 
-def compare_attribs(diff: Differences, where: str, a: DXFEntity, b: DXFEntity, core_only: bool) -> None:
-    fa, fb = entity_fields(a, core_only), entity_fields(b, core_only)
+def compare_attribs(diff: Differences, where: str, a: DXFEntity, b: DXFEntity) -> None:
+    fa, fb = entity_fields(a), entity_fields(b)
     for name in sorted(set(fa) | set(fb)):
         va = fa.get(name, a.dxf.get_default(name) if a.dxf.is_supported(name) else None)
         vb = fb.get(name, b.dxf.get_default(name) if b.dxf.is_supported(name) else None)
@@ -373,12 +323,12 @@ def compare_attribs(diff: Differences, where: str, a: DXFEntity, b: DXFEntity, c
             diff.add(where, f"{name} {show(va)} became {show(vb)}")
 
 
-def compare_entity(diff: Differences, a: DXFEntity, b: DXFEntity, core_only: bool) -> None:
+def compare_entity(diff: Differences, a: DXFEntity, b: DXFEntity) -> None:
     where = f"{a.dxftype()} #{a.dxf.handle}"
     if a.dxftype() != b.dxftype():
         diff.add(where, f"type became {b.dxftype()}")
         return
-    compare_attribs(diff, where, a, b, core_only)
+    compare_attribs(diff, where, a, b)
     sa, sb = structured_fields(a), structured_fields(b)
     for key, va in sa.items():
         if not diff.equal(va, sb.get(key)):
@@ -403,7 +353,7 @@ def compare_entity(diff: Differences, a: DXFEntity, b: DXFEntity, core_only: boo
         diff.add(where, "extension dictionary appeared")
 
 
-def compare_entities(diff: Differences, doc_a, doc_b, core_only: bool) -> int:
+def compare_entities(diff: Differences, doc_a, doc_b) -> int:
     ca, cb = containers(doc_a), containers(doc_b)
     where_b = {e.dxf.handle: key for key, items in cb.items() for e in items}
     count = 0
@@ -417,7 +367,7 @@ def compare_entities(diff: Differences, doc_a, doc_b, core_only: bool) -> int:
                 continue
             if where_b[handle] != key:
                 diff.add(f"{e.dxftype()} #{handle}", f"moved from {key} to {where_b[handle]}")
-            compare_entity(diff, e, other, core_only)
+            compare_entity(diff, e, other)
         # Draw order without a SORTENTSTABLE is the order in the file.
         order_a = [e.dxf.handle for e in items]
         known = set(order_a)
@@ -512,7 +462,7 @@ def compare_dimstyles(diff: Differences, doc_a, doc_b) -> None:
     names_b = [r.dxf.name for r in doc_b.dimstyles]
     for name in compare_names(diff, "dimension styles", names_a, names_b):
         ra, rb = doc_a.dimstyles.get(name), doc_b.dimstyles.get(name)
-        compare_attribs(diff, f"dimension style '{name}'", ra, rb, core_only=False)
+        compare_attribs(diff, f"dimension style '{name}'", ra, rb)
         compare_xdata(diff, f"dimension style '{name}'", ra, rb)
 
 
@@ -579,7 +529,7 @@ def compare_header(diff: Differences, doc_a, doc_b) -> None:
                 diff.add("header", f"{var} {show(va)} became {show(vb)}")
 
 
-def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differences, int]:
+def compare_documents(doc_a, doc_b, tol: float) -> tuple[Differences, int]:
     diff = Differences(tol)
     compare_header(diff, doc_a, doc_b)
     compare_table(diff, "layer", doc_a.layers, doc_b.layers, LAYER_CHECKS, used_layer_names(doc_a))
@@ -593,7 +543,7 @@ def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differ
     if doc_a.dxfversion > "AC1009":  # R12 has no layouts or groups
         compare_layouts(diff, doc_a, doc_b)
         compare_groups(diff, doc_a, doc_b)
-    count = compare_entities(diff, doc_a, doc_b, core_only)
+    count = compare_entities(diff, doc_a, doc_b)
     return diff, count
 
 
@@ -603,12 +553,12 @@ def compare_documents(doc_a, doc_b, tol: float, core_only: bool) -> tuple[Differ
 
 
 def check_roundtrip(
-    original: str, roundtripped: str, tol: float, core_only: bool, stream=sys.stderr, max_report: int = 60
+    original: str, roundtripped: str, tol: float, stream=sys.stderr, max_report: int = 60
 ) -> tuple[bool, list[str], int, bool]:
     """Compare, then audit the round-tripped file.
     Returns (ok, differences, number of entities compared, audit clean)."""
     doc_a, doc_b = load(original), load(roundtripped)
-    diff, count = compare_documents(doc_a, doc_b, tol, core_only)
+    diff, count = compare_documents(doc_a, doc_b, tol)
 
     # Audit after comparing: the audit repairs what it can and that must not hide differences.
     clean, fixes_b = audit(doc_b, roundtripped, stream)
@@ -628,371 +578,20 @@ def check_roundtrip(
 
 def main(argv: list[str]) -> int:
     parser = argparse.ArgumentParser(description="Compare a DXF round trip with ezdxf.")
-    parser.add_argument("--audit-only", action="store_true", help="only load FILE and run ezdxf's audit")
-    parser.add_argument(
-        "--self-test",
-        action="store_true",
-        help="check that this comparison catches deliberate damage to generated drawings",
-    )
-    parser.add_argument(
-        "--tol", type=float, default=1e-9, help="absolute tolerance for numbers (default 1e-9)"
-    )
+    parser.add_argument("--tol", type=float, default=1e-9, help="absolute tolerance for numbers (default 1e-9)")
     parser.add_argument("--max-report", type=int, default=60, help="differences to print (default 60)")
-    parser.add_argument(
-        "--core-only",
-        action="store_true",
-        help="entities: common properties and key geometry only, not every DXF attribute",
-    )
-    parser.add_argument("files", nargs="*", metavar="FILE")
+    parser.add_argument("files", nargs=2, metavar="FILE")
     try:
         args = parser.parse_args(argv[1:])
     except SystemExit as exc:
         return 2 if exc.code else 0
-
-    if args.self_test:
-        return self_test()
-
-    if args.audit_only:
-        if len(args.files) != 1:
-            return _usage_error("--audit-only takes exactly one FILE")
-        doc = load(args.files[0])
-        clean, fixes = audit(doc, args.files[0])
-        print(
-            f"{args.files[0]}: {doc.acad_release} ({doc.dxfversion}), {len(doc.entitydb)} database objects, "
-            f"audit {'clean' if clean else 'FAILED'}" + (f", {fixes} fix(es)" if fixes else "")
-        )
-        return 0 if clean else 1
-
-    if len(args.files) != 2:
-        return _usage_error("expected ORIGINAL.dxf ROUNDTRIPPED.dxf")
     original, roundtripped = args.files
-    ok, items, count, clean = check_roundtrip(
-        original, roundtripped, args.tol, args.core_only, max_report=args.max_report
-    )
+    ok, items, count, clean = check_roundtrip(original, roundtripped, args.tol, max_report=args.max_report)
     print(
         f"{count} entities compared, {len(items)} difference(s), "
         f"audit of {roundtripped}: {'clean' if clean else 'FAILED'} -> {'OK' if ok else 'FAIL'}"
     )
     return 0 if ok else 1
-
-
-# ------------------------------------------------------------------------------------------------------------
-# Self-test: damage generated drawings on purpose and make sure each kind of damage is reported
-# ------------------------------------------------------------------------------------------------------------
-
-
-class RawDxf:
-    """A DXF file as (code, value) line pairs, edited as bytes so any code page survives untouched."""
-
-    def __init__(self, path: str):
-        with open(path, "rb") as f:
-            lines = f.read().splitlines()
-        self.pairs = [[lines[i].strip(), lines[i + 1]] for i in range(0, len(lines) - 1, 2)]
-
-    def save(self, path: str) -> None:
-        with open(path, "wb") as f:
-            for code, value in self.pairs:
-                f.write(code + b"\n" + value + b"\n")
-
-    def span(self, handle: str) -> tuple[int, int]:
-        """Index range of the entity with this handle: from its 0-tag up to the next 0-tag."""
-        for i, (code, value) in enumerate(self.pairs):
-            if code == b"0" and i + 1 < len(self.pairs) and self.pairs[i + 1] == [b"5", handle.encode()]:
-                end = i + 1
-                while self.pairs[end][0] != b"0":
-                    end += 1
-                return i, end
-        raise KeyError(handle)
-
-    def set_tag(self, handle: str, code: int, value: str | bytes) -> None:
-        start, end = self.span(handle)
-        for pair in self.pairs[start:end]:
-            if pair[0] == str(code).encode():
-                pair[1] = value if isinstance(value, bytes) else value.encode()
-                return
-        raise KeyError(f"#{handle} has no group code {code}")
-
-    def drop(self, handle: str) -> None:
-        start, end = self.span(handle)
-        del self.pairs[start:end]
-
-    def swap(self, handle_a: str, handle_b: str) -> None:
-        (a0, a1), (b0, b1) = sorted([self.span(handle_a), self.span(handle_b)])
-        self.pairs[a0:b1] = self.pairs[b0:b1] + self.pairs[a1:b0] + self.pairs[a0:a1]
-
-
-def self_test() -> int:
-    import tempfile
-
-    sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-    import make_drawings  # noqa: E402 (lives beside this script)
-
-    tmp = tempfile.mkdtemp(prefix="dxf_compare_selftest_")
-    names = {}
-    for make in make_drawings.MAKERS:
-        path = make(tmp)
-        names[os.path.basename(path)] = path
-
-    def first(path: str, dxftype: str, where=lambda e: True) -> DXFEntity:
-        doc = ezdxf.readfile(path)
-        return next(e for e in doc.entitydb.values() if e.dxftype() == dxftype and where(e))
-
-    def raw(name: str, edit) -> str:
-        d = RawDxf(names[name])
-        edit(d)
-        out = os.path.join(tmp, f"damaged_{len(os.listdir(tmp))}_{name}")
-        d.save(out)
-        return out
-
-    def with_ezdxf(name: str, edit) -> str:
-        doc = ezdxf.readfile(names[name])
-        edit(doc)
-        out = os.path.join(tmp, f"damaged_{len(os.listdir(tmp))}_{name}")
-        doc.saveas(out)
-        return out
-
-    ent = names["entities.dxf"]
-    line = first(ent, "LINE", lambda e: e.dxf.layer == "Geometry").dxf.handle
-    circle = first(ent, "CIRCLE").dxf.handle
-    arc = first(ent, "ARC").dxf.handle
-    coloured = first(ent, "LINE", lambda e: e.dxf.hasattr("true_color")).dxf.handle
-    mtext = first(ent, "MTEXT").dxf.handle
-    unk = names["unknown.dxf"]
-    xdata_line = first(unk, "LINE", lambda e: e.has_xdata("VELA")).dxf.handle
-    xdict_circle = first(unk, "CIRCLE", lambda e: e.has_extension_dict).dxf.handle
-
-    def msp_entity(doc, handle):
-        return doc.entitydb[handle]
-
-    def set_mtext(doc):
-        doc.entitydb[mtext].text += "!"
-
-    def bump_radius(doc):
-        doc.entitydb[circle].dxf.radius += 1e-7
-
-    def drop_island(doc):
-        h = next(e for e in doc.modelspace().query("HATCH") if len(e.paths.paths) > 1)
-        del h.paths.paths[-1]
-
-    def change_edge(doc):
-        h = next(e for e in doc.modelspace().query("HATCH") if len(e.paths.paths) > 1)
-        h.paths.paths[0].edges[1].radius += 0.5
-
-    def change_weight(doc):
-        s = next(e for e in doc.modelspace().query("SPLINE") if len(e.weights))
-        s.weights = [w * 1.001 for w in s.weights]
-
-    def change_bulge(doc):
-        p = doc.modelspace().query("LWPOLYLINE").first
-        pts = p.get_points("xyseb")
-        pts[1] = pts[1][:4] + (pts[1][4] + 0.1,)
-        p.set_points(pts, "xyseb")
-
-    def freeze(doc):
-        doc.layers.get("Curves").freeze()
-
-    def dashed_pattern(doc):
-        lt = doc.linetypes.get("DASHED")
-        lt.setup_pattern([1.0, 0.5, -0.5])
-
-    def style_width(doc):
-        doc.styles.get("Annotative Sans").dxf.width = 0.9
-
-    def move_to_paper(doc):
-        doc.modelspace().move_to_layout(doc.entitydb[arc], doc.layouts.get("Layout1"))
-
-    def drop_true_color(doc):
-        del doc.entitydb[coloured].dxf.true_color
-
-    def drop_xdata(doc):
-        doc.entitydb[xdata_line].discard_xdata("PARTNER_APP")
-
-    def change_xdata_float(doc):
-        tags = [(t.code, t.value) for t in doc.entitydb[xdata_line].get_xdata("VELA")]
-        tags = [(c, v + 1e-6 if c == 1040 else v) for c, v in tags]
-        doc.entitydb[xdata_line].set_xdata("VELA", tags)
-
-    def change_xrecord(doc):
-        xdict = doc.entitydb[xdict_circle].get_extension_dict()
-        rec = xdict["VELA_PROPS"]
-        rec.reset([(1, "material"), (40, 7.86)])
-
-    def change_attrib(doc):
-        ins = next(e for e in doc.modelspace().query("INSERT") if e.attribs)
-        ins.attribs[0].dxf.text = "changed"
-
-    def add_line(doc):
-        doc.modelspace().add_line((0, 0), (1, 1))
-
-    def rename_group_member(doc):
-        g = doc.groups.get("OUTLINE")
-        with g.edit_data() as data:
-            data.pop()
-
-    def change_block_base(doc):
-        doc.blocks.get("PLATE").block.dxf.base_point = (0, 0, 0)
-
-    leader = first(unk, "LEADER").dxf.handle
-
-    def rename_image_file(doc):
-        doc.entitydb[first(unk, "IMAGE").dxf.handle].image_def.dxf.filename = "images/other.png"
-
-    cp = names["legacy_r2000_cp1252.dxf"]
-    cp_text = first(cp, "TEXT").dxf.handle
-    r12 = names["legacy_r12.dxf"]
-    r12_circle = first(r12, "CIRCLE").dxf.handle
-
-    # (description, damaged file, text the report must contain, original)
-    cases = [
-        (
-            "layer of one LINE changed by hand",
-            raw("entities.dxf", lambda d: d.set_tag(line, 8, "Curves")),
-            "layer 'Geometry' became 'Curves'",
-            ent,
-        ),
-        ("one CIRCLE dropped by hand", raw("entities.dxf", lambda d: d.drop(circle)), "missing", ent),
-        (
-            "two entities swapped by hand",
-            raw("entities.dxf", lambda d: d.swap(line, circle)),
-            "order changed",
-            ent,
-        ),
-        (
-            "invalid layer name, an audit error",
-            raw("entities.dxf", lambda d: d.set_tag(line, 8, "Bad<Name")),
-            "layer 'Geometry' became 'Bad<Name'",
-            ent,
-        ),
-        (
-            "code page text changed by hand",
-            raw(
-                "legacy_r2000_cp1252.dxf",
-                lambda d: d.set_tag(cp_text, 1, "Gr\xf6sse \xb15 \xb0C \xd820".encode("latin-1")),
-            ),
-            "text 'Größe",
-            cp,
-        ),
-        (
-            "R12 circle radius changed by hand",
-            raw("legacy_r12.dxf", lambda d: d.set_tag(r12_circle, 40, "10.00001")),
-            "radius",
-            r12,
-        ),
-        ("CIRCLE radius off by 1e-7", with_ezdxf("entities.dxf", bump_radius), "radius", ent),
-        ("MTEXT text changed", with_ezdxf("entities.dxf", set_mtext), "text: from character 274", ent),
-        ("HATCH island dropped", with_ezdxf("entities.dxf", drop_island), "loop count: 2 became 1", ent),
-        (
-            "HATCH edge arc radius changed",
-            with_ezdxf("entities.dxf", change_edge),
-            "loops[0].edges[1].radius: 20.0 became 20.5",
-            ent,
-        ),
-        (
-            "SPLINE weights changed",
-            with_ezdxf("entities.dxf", change_weight),
-            "weights[0]: 1.0 became 1.001",
-            ent,
-        ),
-        (
-            "LWPOLYLINE bulge changed",
-            with_ezdxf("entities.dxf", change_bulge),
-            "points (x, y, start width, end width, bulge)[1][4]: 0.5 became 0.6",
-            ent,
-        ),
-        ("layer frozen", with_ezdxf("entities.dxf", freeze), "frozen: False became True", ent),
-        (
-            "linetype pattern changed",
-            with_ezdxf("entities.dxf", dashed_pattern),
-            "linetype 'DASHED': pattern[2]",
-            ent,
-        ),
-        ("text style width changed", with_ezdxf("entities.dxf", style_width), "width", ent),
-        (
-            "ARC moved to paper space",
-            with_ezdxf("entities.dxf", move_to_paper),
-            "moved from layout 'Model'",
-            ent,
-        ),
-        ("true color dropped", with_ezdxf("entities.dxf", drop_true_color), "true_color", ent),
-        ("extra LINE appeared", with_ezdxf("entities.dxf", add_line), "appeared", ent),
-        (
-            "LEADER dropped by hand",
-            raw("unknown.dxf", lambda d: d.drop(leader)),
-            f"LEADER #{leader}: missing",
-            unk,
-        ),
-        ("IMAGEDEF file name changed", with_ezdxf("unknown.dxf", rename_image_file), "filename", unk),
-        ("XDATA application dropped", with_ezdxf("unknown.dxf", drop_xdata), "'PARTNER_APP' lost", unk),
-        (
-            "XDATA real changed",
-            with_ezdxf("unknown.dxf", change_xdata_float),
-            "XDATA 'VELA' differs at tag [6]: DXFTag(1040, 3.14159",
-            unk,
-        ),
-        (
-            "XRECORD changed",
-            with_ezdxf("unknown.dxf", change_xrecord),
-            "XRECORD differs at tag [1]: DXFTag(40, 7.85) became DXFTag(40, 7.86)",
-            unk,
-        ),
-        ("group lost a member", with_ezdxf("unknown.dxf", rename_group_member), "group 'OUTLINE'", unk),
-        (
-            "ATTRIB text changed",
-            with_ezdxf("blocks.dxf", change_attrib),
-            "text '1' became 'changed'",
-            names["blocks.dxf"],
-        ),
-        (
-            "block base point moved",
-            with_ezdxf("blocks.dxf", change_block_base),
-            "base_point",
-            names["blocks.dxf"],
-        ),
-    ]
-
-    failures = 0
-    sink = open(os.devnull, "w")
-    # A lossless round trip (ezdxf reading and writing its own files) must pass, or every other check is moot.
-    for name, path in names.items():
-        copy = with_ezdxf(name, lambda doc: None)
-        ok, items, count, _ = check_roundtrip(path, copy, 1e-9, False, stream=sink)
-        print(f"{'ok  ' if ok else 'FAIL'} unchanged {name} passes ({count} entities)")
-        failures += not ok
-        if not ok:
-            print("     " + "\n     ".join(items[:10]))
-    # Below the tolerance is not a difference; just above it is.
-    tiny = with_ezdxf(
-        "entities.dxf",
-        lambda doc: setattr(doc.entitydb[circle].dxf, "radius", doc.entitydb[circle].dxf.radius + 1e-11),
-    )
-    ok, items, _, _ = check_roundtrip(ent, tiny, 1e-9, False, stream=sink)
-    print(f"{'ok  ' if ok else 'FAIL'} radius off by 1e-11 is within tolerance")
-    failures += not ok
-
-    for core_only in (False, True):
-        mode = " (--core-only)" if core_only else ""
-        for description, damaged, expected, original in cases:
-            ok, items, _, clean = check_roundtrip(original, damaged, 1e-9, core_only, stream=sink)
-            found = [item for item in items if expected in item]
-            passed = not ok and bool(found)
-            print(
-                f"{'ok  ' if passed else 'FAIL'} {description} is reported{mode}"
-                + ("" if clean else " (audit fails too)")
-                + (f": {found[0].splitlines()[0]}" if found else "")
-            )
-            if not passed:
-                failures += 1
-                print(f"     expected a difference containing {expected!r}, got:")
-                print("     " + "\n     ".join(items[:10]))
-    total = 2 * len(cases) + len(names) + 1
-    print(f"self-test: {total - failures} passed, {failures} failed")
-    if failures == 0:
-        import shutil
-
-        shutil.rmtree(tmp)
-    else:
-        print(f"drawings kept in {tmp}")
-    return 0 if failures == 0 else 1
 
 
 if __name__ == "__main__":
