@@ -105,35 +105,6 @@ TEST(Helices, UnevenScalingIsRefusedMirroringSwapsTheHandedness) {
     EXPECT_EQ(helix.controlPoints()[1], Point3d(-4, 0, 6));
 }
 
-TEST(Shapes, KeepTheirWidthFactorAndTurnWithTheirPlane) {
-    const std::string text =
-        "0\nSECTION\n2\nENTITIES\n"
-        "0\nSHAPE\n5\nC1\n100\nAcDbEntity\n8\n0\n100\nAcDbShape\n10\n1\n20\n2\n30\n0\n40\n1.5\n2\nBOX\n"
-        "50\n30\n41\n0.8\n"
-        "0\nENDSEC\n0\nEOF\n";
-    DxfReadResult r = readDxf(text);
-    ASSERT_TRUE(r.database);
-    auto* found = objectCast<Shape>(firstEntity(*r.database));
-    ASSERT_NE(found, nullptr);
-    Shape shape = *found;
-    Extents3d box;
-    EXPECT_EQ(shape.getGeomExtents(box), ErrorStatus::InvalidInput) << "its strokes are in a shape file";
-
-    EXPECT_EQ(shape.transformBy(Matrix3d::scaling({2, 1, 1})), ErrorStatus::CannotScaleNonUniformly);
-    EXPECT_EQ(shape.size(), 1.5);
-    ASSERT_EQ(shape.transformBy(Matrix3d::scaling(2.0)), ErrorStatus::Ok);
-    EXPECT_EQ(shape.size(), 3.0);
-    EXPECT_EQ(shape.widthFactor(), 0.8) << "relative to the size";
-    EXPECT_EQ(shape.position(), Point3d(2, 4, 0));
-
-    // Mirrored left to right: the plane turns over, so that seen from its new side the shape reads at the
-    // same angle.
-    ASSERT_EQ(shape.transformBy(Matrix3d::mirroring({0, 0, 0}, {1, 0, 0})), ErrorStatus::Ok);
-    EXPECT_TRUE(shape.normal().isEqualTo({0, 0, -1}));
-    EXPECT_NEAR(shape.rotation(), kPi / 6, 1e-12);
-    EXPECT_EQ(shape.position(), Point3d(-2, 4, 0));
-}
-
 // Two vertices on the X axis; the lines of the two elements lie on the path and one unit to its right.
 Mline mlineFromFile() {
     std::string vertices;

@@ -113,56 +113,6 @@ TEST(VertexPolylines, ReadAsTheKindTheirFlagsNameAndOwnTheirVerticesAndEndMarker
     EXPECT_NE(out.find("SEQEND\n  5\nA5\n", cursor), std::string::npos);
 }
 
-TEST(VertexPolylines, PolyfaceBoxTakesOnlyPointsItsFacesUse) {
-    const std::string text = groups({{0, "POLYLINE"},
-                                     {5, "B0"},
-                                     {100, "AcDbEntity"},
-                                     {8, "0"},
-                                     {100, "AcDbPolyFaceMesh"},
-                                     {66, "1"},
-                                     {10, "0"},
-                                     {20, "0"},
-                                     {30, "0"},
-                                     {70, "64"},
-                                     {71, "4"},
-                                     {72, "1"}}) +
-                             vertex("B1", "AcDbPolyFaceMeshVertex", 0, 0, 0, 192) +
-                             vertex("B2", "AcDbPolyFaceMeshVertex", 2, 0, 1, 192) +
-                             vertex("B3", "AcDbPolyFaceMeshVertex", 0, 2, 0, 192) +
-                             vertex("B4", "AcDbPolyFaceMeshVertex", 50, 50, 50, 192) +  // used by no face
-                             groups({{0, "VERTEX"},
-                                     {5, "B5"},
-                                     {100, "AcDbEntity"},
-                                     {8, "0"},
-                                     {100, "AcDbFaceRecord"},
-                                     {10, "0"},
-                                     {20, "0"},
-                                     {30, "0"},
-                                     {70, "128"},
-                                     {71, "1"},
-                                     {72, "-2"},
-                                     {73, "3"}}) +
-                             groups({{0, "SEQEND"}, {5, "B6"}, {100, "AcDbEntity"}, {8, "0"}});
-    Loaded d = load(text);
-    auto* mesh = objectCast<PolyFaceMesh>(d.polyline.peek());
-    ASSERT_NE(mesh, nullptr);
-    EXPECT_FALSE(mesh->isKindOf(Curve::desc()));
-    EXPECT_EQ(mesh->numPoints(), 4u);
-    EXPECT_EQ(mesh->numFaces(), 1u);
-    EXPECT_EQ(mesh->followers()[4].peek()->isA(), FaceRecord::desc());
-    Extents3d box;
-    ASSERT_EQ(mesh->getGeomExtents(box), ErrorStatus::Ok);
-    EXPECT_TRUE(box.isEqualTo(Extents3d({0, 0, 0}, {2, 2, 1}), 1e-12));
-
-    // Moving the mesh moves its points, not the numbers of its faces.
-    {
-        auto m = openObject<PolyFaceMesh>(d.polyline, OpenMode::ForWrite);
-        ASSERT_EQ(m->transformBy(Matrix3d::scaling({1, 2, 3})), ErrorStatus::Ok);
-    }
-    EXPECT_EQ(positions(d.polyline)[1], Point3d(2, 0, 3));
-    EXPECT_EQ(objectCast<Vertex>(mesh->followers()[4].peek())->faceIndices()[1], -2);
-}
-
 TEST(VertexPolylines, DeepCloneCopiesTheVerticesForTheCopyAlone) {
     Loaded d = load(squareWithArc());
     Database& db = *d.db;

@@ -377,36 +377,6 @@ TEST(Render, IndexSevenFollowsTheBackground) {
     EXPECT_FALSE(isBackground(dark.pixel(50, 10), false));
 }
 
-TEST(Render, BlockReferenceArrayDrawsEveryCopy) {
-    db::Database db;
-    auto block = std::make_unique<db::BlockTableRecord>("Dot");
-    db::ObjectId blockId;
-    ASSERT_EQ(db.addRecord(db.blockTableId(), std::move(block), &blockId), db::ErrorStatus::Ok);
-    // A ring on layer "0", by block: it takes the reference's colour (green).
-    auto ring = std::make_unique<db::Circle>(db::Point3d(0, 0), 4);
-    ring->setColor(db::Color::byBlock());
-    add(db, std::move(ring), blockId);
-    auto ref = std::make_unique<db::BlockReference>(db::Point3d(20, 20), blockId);
-    ref->setColor(db::Color::fromIndex(3));
-    ref->setArray(4, 3, 20, 25);
-    add(db, std::move(ref));
-    const QImage image = renderImage(db, unitOptions(0, 0, 120, 100));
-    auto green = [](QRgb p) { return qGreen(p) > 150 && qRed(p) < 100 && qBlue(p) < 100; };
-    int copies = 0;
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 5; ++c) {
-            const int cx = 20 + 20 * c, cy = 100 - (20 + 25 * r);
-            // A ring of radius 4: ink on its circle, none at its centre.
-            const bool drawn = countPixels(image, QRect(cx - 5, cy - 5, 11, 11), green) > 10;
-            if (drawn) {
-                EXPECT_TRUE(isBackground(image.pixel(cx, cy)));
-            }
-            copies += drawn;
-            EXPECT_EQ(drawn, c < 4 && r < 3) << c << "," << r;
-        }
-    EXPECT_EQ(copies, 12);
-}
-
 TEST(Render, SvgHasAStrokedPathInTheEntitysColour) {
     db::Database db;
     add(db, line(10, 50, 90, 50));
@@ -522,56 +492,6 @@ TEST(Render, HighlightsGhostsLineweightsAndLabels) {
 
 namespace vela::render::test {
 namespace {
-
-// Entities of other kinds, each where its geometry says, in one picture of 100 x 100 units.
-TEST(Render, KindsLandWhereTheirGeometrySays) {
-    db::Database db;
-    // An arc whose plane faces down: its object X axis is the world's -X, so 0..90 degrees runs from the
-    // left of its center (30, 80) to the top, mirrored from what the same angles give facing up.
-    auto arc = std::make_unique<db::Arc>(db::Point3d(30, 80), 10, 0.0, db::kPi / 2);
-    arc->setNormal(db::Vector3d(0, 0, -1));
-    add(db, std::move(arc));
-    // A polyline 6 units wide along y = 50 from x 10 to 90, and one with a half circle of radius 10 below
-    // (20, 25)-(40, 25).
-    auto wide = std::make_unique<db::Polyline>();
-    wide->addVertexAt(0, db::Point2d(60, 50));
-    wide->addVertexAt(1, db::Point2d(90, 50));
-    wide->setConstantWidth(6);
-    add(db, std::move(wide));
-    auto bulged = std::make_unique<db::Polyline>();
-    bulged->addVertexAt(0, db::Point2d(20, 25), 1.0);
-    bulged->addVertexAt(1, db::Point2d(40, 25));
-    add(db, std::move(bulged));
-    // An ellipse at (75, 20), semi-axes 15 along X and 5 along Y.
-    auto ellipse = std::make_unique<db::Ellipse>();
-    ASSERT_EQ(ellipse->set(db::Point3d(75, 20), db::Vector3d(0, 0, 1), db::Vector3d(15, 0, 0), 1.0 / 3),
-              db::ErrorStatus::Ok);
-    add(db, std::move(ellipse));
-    RenderOptions options = unitOptions(0, 0, 100, 100);
-    options.lineweights = false;
-    const QImage image = renderImage(db, options);
-    auto ink = [&](double x, double y) {  // around the drawing point (x, y)
-        return countPixels(image, QRect(static_cast<int>(x) - 1, 100 - static_cast<int>(y) - 1, 3, 3),
-                           [](QRgb p) { return isInk(p); }) > 0;
-    };
-    const double d = 10 / std::sqrt(2.0);
-    EXPECT_TRUE(ink(30 - d, 80 + d));
-    EXPECT_FALSE(ink(30 + d, 80 + d));
-    EXPECT_FALSE(ink(30 - d, 80 - d));
-    EXPECT_TRUE(ink(20, 80));
-    EXPECT_TRUE(ink(30, 90));
-    // The wide polyline fills its band (47..53) and no more.
-    EXPECT_EQ(countPixels(image, QRect(62, 48, 26, 5), [](QRgb p) { return isInk(p); }), 26 * 5);
-    EXPECT_EQ(countPixels(image, QRect(62, 40, 26, 5), [](QRgb p) { return isInk(p); }), 0);
-    // The bulge's lowest point (30, 15); nothing above the chord.
-    EXPECT_TRUE(ink(30, 15));
-    EXPECT_FALSE(ink(30, 30));
-    // The ellipse reaches x 60..90 at y 20 and y 15..25 at x 75, and is hollow.
-    for (const auto& [x, y] : {std::pair{60.0, 20.0}, {90.0, 20.0}, {75.0, 25.0}, {75.0, 15.0}})
-        EXPECT_TRUE(ink(x, y)) << x << "," << y;
-    EXPECT_FALSE(ink(75, 20));
-    EXPECT_FALSE(ink(75, 28));
-}
 
 }  // namespace
 }  // namespace vela::render::test

@@ -140,44 +140,5 @@ TEST(HatchPatternFileTest, StructuralProblemsAreReportedOnTheRightLine) {
     EXPECT_EQ(file.find("TWO_BAD"), nullptr);
 }
 
-TEST(HatchPatternFileTest, SurvivesRandomInputAndOnlyAcceptsDrawablePatterns) {
-    // clang-format off
-    const std::vector<std::string> pieces = {
-        "*", "SOLID", "P", ",", ",", ",", "0", "45", "-1", ".125", "1e308", "-1e308", "nan", "\n", "\n",
-        "\r\n", ";", " ", std::string(1, '\0'), "\xff", "+", "-", "e", "0,0,0,0,1\n", "*Q,x\n",
-        "\n*N,d\n45,0,0,", "0,0\n", "0,1,0,0\n", "1e308,-1e308\n"};
-    // clang-format on
-    std::mt19937 rng(77);
-    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
-    std::uniform_int_distribution<int> count(0, 120);
-    std::size_t accepted = 0;
-    for (int round = 0; round < 3000; ++round) {
-        std::string text;
-        const int n = count(rng);
-        for (int i = 0; i < n; ++i) text += pieces[pick(rng)];
-        const HatchPatternFile file = parseHatchPatternFile(text);
-        const std::size_t lineCount =
-            static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
-        for (const auto& e : file.errors) {
-            EXPECT_GE(e.line, 1u);
-            EXPECT_LE(e.line, lineCount);
-        }
-        for (const auto& d : file.definitions) {
-            ++accepted;
-            EXPECT_EQ(d.isSolid(), d.lines.empty()) << text;
-            for (const auto& l : d.lines) {
-                EXPECT_NE(l.offset.y, 0.0) << text;
-                EXPECT_TRUE(std::isfinite(l.angle) && std::isfinite(l.origin.x) && std::isfinite(l.offset.x));
-                double length = 0.0;
-                for (double dash : l.dashes) length += std::fabs(dash);
-                if (!l.dashes.empty()) {
-                    EXPECT_TRUE(length > 0.0 && std::isfinite(length)) << text;
-                }
-            }
-        }
-    }
-    EXPECT_GT(accepted, 0u);
-}
-
 }  // namespace
 }  // namespace vela::db

@@ -218,45 +218,5 @@ TEST(LinetypeFileTest, ReadReportsUnreadableFilesAndParsesReadableOnes) {
     fs::remove_all(folder);
 }
 
-// Random text built from the format's own punctuation reaches the deep branches of the parser. It
-// must come back, and whatever it accepts must be a usable pattern.
-TEST(LinetypeFileTest, SurvivesRandomInputAndOnlyAcceptsUsablePatterns) {
-    // clang-format off
-    const std::vector<std::string> pieces = {
-        "*", "A", "a", ",", ",", "[", "]", "\"", "=", "S", "R", "U", "X", "Y", "1", "-.5", ".25", "0",
-        "1e308", "-1e308", "\n", "\n", "\r\n", ";", " ", "NAME", "d", "r", "g", std::string(1, '\0'),
-        "\xff", "+", "nan", "e", "shx", "[\"T\",S,", "A,1,-1\n", "*X,y\n", "\n*N,d\nA,", "A,1\n",
-        "A,0,0\n", "A,-1,1\n", "1e308,"};
-    // clang-format on
-    std::mt19937 rng(20240601);
-    std::uniform_int_distribution<std::size_t> pick(0, pieces.size() - 1);
-    std::uniform_int_distribution<int> count(0, 120);
-    std::size_t accepted = 0;
-    for (int round = 0; round < 3000; ++round) {
-        std::string text;
-        const int n = count(rng);
-        for (int i = 0; i < n; ++i) text += pieces[pick(rng)];
-        const LinetypeFile file = parseLinetypeFile(text);
-        const std::size_t lineCount =
-            static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
-        for (const auto& e : file.errors) {
-            EXPECT_GE(e.line, 1u);
-            EXPECT_LE(e.line, lineCount);
-            EXPECT_FALSE(e.message.empty());
-        }
-        for (const auto& d : file.definitions) {
-            ++accepted;
-            EXPECT_FALSE(d.name.empty());
-            if (d.isContinuous()) continue;
-            ASSERT_GE(d.elements.size(), 2u) << text;
-            EXPECT_GE(d.elements[0].length, 0.0) << text;
-            EXPECT_LT(d.elements[1].length, 0.0) << text;
-            EXPECT_TRUE(std::isfinite(d.patternLength())) << text;
-            EXPECT_GT(d.patternLength(), 0.0) << text;
-        }
-    }
-    EXPECT_GT(accepted, 0u);  // the generator does reach the accepting paths
-}
-
 }  // namespace
 }  // namespace vela::db
