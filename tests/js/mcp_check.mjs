@@ -96,6 +96,22 @@ function readPng(base64) {
   return { width, height, bytes: png.length, inkedRows: inked };
 }
 
+test('the catalogue clients get: unique names, descriptions, strict 2020-12 schemas that accept their examples', () => {
+  // A model only ever sees these schemas and examples: a schema ajv has to guess about, or an example its own
+  // schema rejects, is a fault.
+  const unique = names => new Set(names).size === names.length;
+  assert.ok(unique(catalogue.map(r => r.slot)) && unique(catalogue.filter(r => r.command).map(r => r.command)));
+  for (const row of catalogue) {
+    assert.ok(['reads', 'changes', 'deletes'].includes(row.effect), row.slot);
+    assert.ok(row.description.trim().length > 20, row.slot);
+    assert.equal(row.requestSchema.$schema, 'https://json-schema.org/draft/2020-12/schema', row.slot);
+    const ajv = new Ajv2020({ strict: true, allowUnionTypes: true, allErrors: true });
+    assert.ok(ajv.validateSchema(row.requestSchema), `${row.slot}: ${ajv.errorsText(ajv.errors)}`);
+    const validate = ajv.compile(row.requestSchema);
+    assert.ok(validate(row.exampleRequest), `${row.slot}: ${ajv.errorsText(validate.errors)}`);
+  }
+});
+
 test('stdio with the 2025 handshake: tools from the catalogue, valid schemas, every tool on the sample', async t => {
   const root = freshRoot();
   const client = await stdioClient(root);
@@ -119,7 +135,7 @@ test('stdio with the 2025 handshake: tools from the catalogue, valid schemas, ev
     const validate = ajv.compile(tool.inputSchema);
     const row = catalogue.find(r => r.slot === tool.name);
     if (!row) continue;
-    assert.ok(validate(row.exampleRequest), `${tool.name}: its example fits its schema: ${ajv.errorsText(validate.errors)}`);
+    assert.ok(validate(row.exampleRequest), `${tool.name}: ${ajv.errorsText(validate.errors)}`);
     assert.equal(tool.annotations.readOnlyHint, row.effect === 'reads', tool.name);
     assert.equal(tool.annotations.destructiveHint === true, row.effect === 'deletes', tool.name);
     // A change can be tried first; a query has nothing to try.
