@@ -99,27 +99,5 @@ TEST_F(CreateTest, BatchesGoOnPastFailuresAndTheViewWidensForNewGeometryOutsideI
     EXPECT_LT(now.maxPoint().y - now.minPoint().y, 360) << "a small margin, not a wild zoom";
 }
 
-// Undo takes the batch away again; only the handle seed moves on, since handles are never reused.
-TEST_F(CreateTest, UndoRemovesEverythingTheCommandCreated) {
-    line();
-    auto withoutHandseed = [this] {
-        std::string text = db::writeDxf(db);
-        const std::size_t value = text.find('\n', text.find('\n', text.find("$HANDSEED")) + 1);
-        return text.erase(value + 1, text.find('\n', value + 1) - value);
-    };
-    const std::string before = withoutHandseed();
-    db.undoManager().beginGroup("create");
-    const QJsonObject r = create(R"({"entities":[{"className":"AcDbLine","start":"0,0","end":"1,0"},
-        {"className":"AcDbCircle","center":"0,0","radius":1},
-        {"className":"AcDbArc","center":"0,0","radius":1,"startAngle":0,"endAngle":1},
-        {"className":"AcDbPolyline","points":["0,0","1,0","1,1"],"bulges":[0,0.5,0]},
-        {"className":"AcDbEllipse","center":"0,0","majorAxis":2,"minorAxis":1}]})");
-    db.undoManager().endGroup();
-    EXPECT_TRUE(r.value("success").toBool());
-    ASSERT_NE(withoutHandseed(), before);
-    EXPECT_EQ(db.undoManager().undo(1), 1u);
-    EXPECT_EQ(withoutHandseed(), before);
-}
-
 }  // namespace
 }  // namespace vela::commands

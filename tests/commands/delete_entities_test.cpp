@@ -62,17 +62,5 @@ TEST_F(DeleteEntitiesTest, TypesWeDoNotModelAreNamedByTheirRecords) {
                       {hex(bare), "AcDbEntity"}}));
 }
 
-TEST_F(DeleteEntitiesTest, OneUndoStepRestoresTheDrawingExactly) {
-    const db::ObjectId a = line(addLayer("Walls")), b = circle();
-    line();
-    const std::string before = db::writeDxf(db);
-    db.undoManager().beginGroup();
-    EXPECT_EQ(erase(QJsonArray{hex(a), hex(b)}).value("entities").toArray().size(), 2);
-    db.undoManager().endGroup();
-    EXPECT_EQ(db::writeDxf(db).find("\nCIRCLE\n"), std::string::npos);
-    ASSERT_EQ(db.undoManager().undo(), 1u);
-    EXPECT_EQ(db::writeDxf(db), before);
-}
-
 }  // namespace
 }  // namespace vela::commands

@@ -130,34 +130,5 @@ TEST_F(ModifyPropertiesTest, GeometryOfLinesCirclesArcsEllipsesAndBlockReference
     EXPECT_EQ(ref.scaleFactors(), db::Vector3d(2, 3, 4));
 }
 
-TEST_F(ModifyPropertiesTest, OneUndoStepRestoresTheDrawing) {
-    const db::ObjectId l = line(), c = circle();
-    addLayer("Walls");
-    const auto undone = [&](const QJsonObject& descriptor) {
-        const std::string before = db::writeDxf(db);
-        db.undoManager().beginGroup();
-        EXPECT_EQ(modify(QJsonArray{hex(l), hex(c)}, QJsonArray{descriptor}).value("success"), true);
-        db.undoManager().endGroup();
-        EXPECT_NE(db::writeDxf(db), before);
-        EXPECT_EQ(db.undoManager().undo(), 1u);
-        return std::pair(before, db::writeDxf(db));
-    };
-    const auto [before, after] = undone({{"Layer", "Walls"},
-                                         {"LineColor", "(10,20,30)"},
-                                         {"Radius", "7"},
-                                         {"EndPoint", "9,9"},
-                                         {"Transparency", "10"},
-                                         {"LineWeight", "2.11"}});
-    EXPECT_EQ(after, before);
-    // Loading a linetype takes a handle, and handles are never reused: only the handle seed remembers it.
-    const auto withoutHandseed = [](std::string dxf) {
-        const std::size_t seed = dxf.find('\n', dxf.find("$HANDSEED\n") + 10);  // the break before the value
-        return dxf.erase(seed, dxf.find('\n', seed + 1) - seed);
-    };
-    const auto [beforeLoad, afterLoad] = undone({{"LineType", "PHANTOM"}});
-    EXPECT_TRUE(linetype("PHANTOM").isNull());
-    EXPECT_EQ(withoutHandseed(afterLoad), withoutHandseed(beforeLoad));
-}
-
 }  // namespace
 }  // namespace vela::commands

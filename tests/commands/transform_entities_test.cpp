@@ -182,23 +182,5 @@ TEST_F(TransformTest, AnOwnedVertexThatCannotBeKeptPutsBackThePolylineAndAllItsV
     EXPECT_TRUE(At(db::openObject<db::Vertex>(vertices[1], db::OpenMode::ForRead)->position(), 3, 3));
 }
 
-TEST_F(TransformTest, UndoRestoresTheDrawingExactly) {
-    const db::ObjectId locked = addLayer("Locked");
-    const db::ObjectId a = lineFrom({0, 0}, {3, 4}), pinned = lineFrom({5, 5}, {6, 6}, locked);
-    const db::ObjectId round = circle({}, 2),
-                       bow = add(std::make_unique<db::Arc>(db::Point3d(1, 1), 2, 0.5, 2.5));
-    lock(locked);
-    const std::string before = db::writeDxf(db);
-    db.undoManager().beginGroup("transform");
-    EXPECT_FALSE(transform(request({a, pinned, round, bow},
-                                   {matrix({{"a00", 0.5}, {"a11", 0.5}, {"a22", 0.5}}), matrix({{"a01", 1}})},
-                                   "rotateAroundBoundingBoxCenter")))
-        << "the circle and the arc refuse the shear";
-    db.undoManager().endGroup();
-    ASSERT_NE(db::writeDxf(db), before);
-    EXPECT_EQ(db.undoManager().undo(1), 1u);
-    EXPECT_EQ(db::writeDxf(db), before);
-}
-
 }  // namespace
 }  // namespace vela::commands

@@ -189,38 +189,6 @@ TEST(DxfFile, HandlesFreedBeforeSavingAreNotGivenAgainAfterReading) {
     EXPECT_LT(s.database->handseed().value(), 0x1000000u);
 }
 
-TEST(DxfFile, UnknownObjectsAndGroupsTravelUnchanged) {
-    // A dimension of a subtype no class models (7) is kept as it came.
-    const std::string dxf =
-        "0\nSECTION\n2\nENTITIES\n"
-        "0\nDIMENSION\n5\nA1\n100\nAcDbEntity\n8\nDims\n62\n3\n100\nAcDbDimension\n2\n*D1\n10\n1.5\n20\n2.5\n30\n0.0\n"
-        "70\n39\n1\nhello\n1001\nACAD\n1000\nsome xdata\n1040\n3.25\n"
-        "0\nLINE\n5\nA2\n100\nAcDbEntity\n8\n0\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
-        "999\nunknown group in a known type\n1071\n7\n"
-        "0\nENDSEC\n0\nEOF\n";
-    DxfReadResult r = readDxf(dxf);
-    ASSERT_TRUE(r.database) << r.error->text();
-    auto* dim = objectCast<RawEntity>(r.database->getObjectId(Handle(0xA1)).peek());
-    ASSERT_TRUE(dim);
-    EXPECT_EQ(dim->dxfName(), "DIMENSION");
-    EXPECT_EQ(dim->layer(), "Dims") << "unknown entities still have their common properties";
-    EXPECT_EQ(dim->color(), Color::fromIndex(3));
-    Extents3d box;
-    EXPECT_EQ(dim->getGeomExtents(box), ErrorStatus::Ok);
-
-    const std::string saved = writeDxf(*r.database);
-    DxfReadResult again = readDxf(saved);
-    ASSERT_TRUE(again.database);
-    auto* dim2 = objectCast<RawEntity>(again.database->getObjectId(Handle(0xA1)).peek());
-    ASSERT_TRUE(dim2);
-    EXPECT_EQ(dim2->extras()->keptTags, dim->extras()->keptTags);
-    ASSERT_EQ(dim2->extras()->xdata.size(), 3u);
-    EXPECT_EQ(dim2->extras()->xdata[1].value, "some xdata");
-    EXPECT_NE(saved.find("*D1"), std::string::npos);
-    EXPECT_NE(saved.find("unknown group in a known type"), std::string::npos);
-    EXPECT_TRUE(again.database->layerTable()->has("Dims")) << "a layer used but not defined is created";
-}
-
 struct BadInput {
     const char* name;
     std::string text;
