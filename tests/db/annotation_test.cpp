@@ -208,35 +208,6 @@ const std::string kInsertWithAttribute =
     "0\nSEQEND\n5\nA2\n100\nAcDbEntity\n8\n0\n"
     "0\nENDSEC\n0\nEOF\n";
 
-TEST(Attribute, IsReadAsATextOwnedByItsReferenceAndWrittenBack) {
-    auto db = read(kInsertWithAttribute);
-    ASSERT_TRUE(db);
-    auto* insert = at<BlockReference>(*db, 0xA0);
-    auto* attribute = at<Attribute>(*db, 0xA1);
-    ASSERT_TRUE(insert && attribute);
-    EXPECT_TRUE(attribute->isKindOf(Text::desc()));
-    EXPECT_EQ(attribute->tag(), "NAME");
-    EXPECT_EQ(attribute->textString(), "VALUE");
-    EXPECT_EQ(attribute->verticalMode(), Text::VerticalMode::Middle)
-        << "an attribute's alignment is group 74";
-    EXPECT_EQ(attribute->ownerId(), insert->objectId());
-    auto* definition = at<AttributeDefinition>(*db, 0x23);
-    ASSERT_TRUE(definition);
-    EXPECT_EQ(definition->prompt(), "Name?");
-    ASSERT_EQ(insert->attributes().size(), 2u) << "the attribute and the end of the sequence";
-    EXPECT_EQ(insert->attributes()[0], attribute->objectId());
-    const std::string out = writeDxf(*db);
-    EXPECT_NE(out.find("AcDbAttribute\n  2\nNAME\n 70\n0\n 74\n2\n"), std::string::npos) << out;
-
-    // The box of the reference takes in its attribute.
-    Extents3d box, own;
-    ASSERT_EQ(insert->getGeomExtents(box), ErrorStatus::Ok);
-    ASSERT_EQ(attribute->getGeomExtents(own), ErrorStatus::Ok);
-    EXPECT_TRUE(box.contains(own.maxPoint()) && box.contains(own.minPoint()));
-    EXPECT_NEAR(box.maxPoint().y, 2.5, 1e-12)
-        << "the attribute reaches above the circle, its definition is not drawn";
-}
-
 TEST(Attribute, FollowsItsReferenceThroughEraseUndoCloneAndTransform) {
     auto db = read(kInsertWithAttribute);
     ASSERT_TRUE(db);

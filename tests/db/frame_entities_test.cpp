@@ -261,23 +261,6 @@ TEST(FrameEntities, SolidRecordsARigidMotionInItsBodyPlacementAndKeepsEverything
     expectSameMatrix(*reread->bodyTransform(), second * first, 1e-12);
 }
 
-TEST(FrameEntities, AddedPlacementIsCountedAndNumberedAsTheRecordsAre) {
-    std::vector<std::string> text = satText();
-    text[0] = "700 3 1 0 ";
-    for (std::size_t i = 3; i < 6; ++i) text[i] = "-" + std::to_string(i - 3) + " " + text[i];
-    std::vector<DxfTag> groups;
-    for (const std::string& l : text) groups.push_back({1, sat::encode(l)});
-    ASSERT_EQ(sat::composeTransform(groups, Matrix3d::translation(Vector3d(0, 0, 4))), ErrorStatus::Ok);
-    const std::vector<std::string> now = sat::lines(groups);
-    ASSERT_EQ(now.size(), text.size() + 1);
-    EXPECT_EQ(now[0], "700 4 1 0 ");
-    EXPECT_EQ(now[3], "-0 body $1 -1 $-1 $2 $-1 $3 #");
-    EXPECT_EQ(now[6], "-3 transform $-1 -1 1 0 0 0 1 0 0 0 1 0 0 4 1 no_rotate no_reflect no_shear #");
-    const auto placement = sat::bodyPlacement(groups);
-    ASSERT_TRUE(placement);
-    expectSameMatrix(placement->matrix(), Matrix3d::translation(Vector3d(0, 0, 4)));
-}
-
 TEST(FrameEntities, ModellerTextThatCannotBeFollowedSafelyIsRefusedUnchanged) {
     const std::vector<std::vector<std::string>> texts = {
         // history data follows the records
