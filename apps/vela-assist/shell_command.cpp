@@ -5,6 +5,7 @@
 #include <QDir>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #include "cli.h"
 #include "drawing_loader.h"
@@ -16,34 +17,40 @@ namespace vela::cli {
 
 namespace {
 
-/// Asks the person at the terminal, with line editing and history.
+/// Asks the person at the terminal, with line editing and history. As on a CAD command line a blank ends an
+/// answer, so one line may answer several prompts ("LINE 0,0 10,0 10,10"); words not used yet answer the next
+/// prompts, shown with them. Ctrl-D (end of input) cancels, as Escape does in a drawing window. The host
+/// reads and checks what was typed.
 class TerminalInput : public host::UserInputSource {
 public:
-    int getString(const QString& prompt, bool allowSpaces, QString& answer) override {
-        char* line = readline((prompt.isEmpty() ? QStringLiteral("> ") : prompt + QLatin1Char(' ')).toUtf8().constData());
-        if (!line) return host::RTCAN;  // end of input or Ctrl-D
-        answer = QString::fromUtf8(line).trimmed();
-        std::free(line);
-        if (!allowSpaces) answer = answer.section(QLatin1Char(' '), 0, 0);
-        return host::RTNORM;
-    }
-    int getPoint(const QString& prompt, host::InputTracker* tracker, db::Point3d& answer) override {
-        for (;;) {
-            QString text;
-            if (getString(prompt + QStringLiteral(" (x,y[,z])"), true, text) != host::RTNORM || text.isEmpty())
-                return host::RTCAN;
-            const QStringList parts = text.split(QLatin1Char(','));
-            bool good = parts.size() == 2 || parts.size() == 3;
-            double v[3] = {0, 0, 0};
-            for (qsizetype i = 0; good && i < parts.size(); ++i) v[i] = parts[i].trimmed().toDouble(&good);
-            if (good) {
-                answer = db::Point3d(v[0], v[1], v[2]);
-                if (tracker) tracker->track(answer);
-                return host::RTNORM;
-            }
-            std::puts("Point expected: two or three numbers separated by commas.");
-        }
-    }
+  int getInput(const host::InputRequest& request, host::InputAnswer& answer) override {
+      if (!pending_.isEmpty()) {
+          answer.text =
+              request.allowSpaces ? std::exchange(pending_, {}).join(QLatin1Char(' ')) : pending_.takeFirst();
+          std::printf("%s%s\n", request.prompt.toUtf8().constData(), answer.text.toUtf8().constData());
+          return host::RTNORM;
+      }
+      const QString prompt = request.prompt.isEmpty() ? QStringLiteral("> ") : request.prompt;
+      char* line = readline(prompt.toUtf8().constData());
+      if (!line) {
+          std::puts("");
+          return host::RTCAN;
+      }
+      answer.text = QString::fromUtf8(line).trimmed();
+      std::free(line);
+      if (!answer.text.isEmpty()) add_history(answer.text.toUtf8().constData());
+      if (!request.allowSpaces) {
+          pending_ = answer.text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+          answer.text = pending_.isEmpty() ? QString() : pending_.takeFirst();
+      }
+      return host::RTNORM;
+  }
+  /// Words typed ahead that no prompt took; they start the next command.
+  QStringList takePending() { return std::exchange(pending_, {}); }
+  void setPending(QStringList words) { pending_ = std::move(words); }
+
+private:
+  QStringList pending_;
 };
 
 class TerminalLog : public host::MessageSink {
@@ -52,8 +59,10 @@ public:
 };
 
 void help(Session& session) {
-    std::puts("Drawing:  OPEN path | NEW | SAVE path | CLOSE | UNDO [n] | REDO [n] | SELECT handle...");
-    std::puts("Commands of the host (type the name, then answer the prompts):");
+    std::puts("Drawings:  OPEN path | NEW | CLOSE | SELECT handle...");
+    std::puts(
+        "Commands (type the name, then answer the prompts; a blank or Enter ends an answer, Ctrl-D "
+        "cancels):");
     for (const QString& name : session.host().commands().globalNames()) std::printf("  %s\n", name.toUtf8().constData());
     std::puts("QUIT leaves.");
 }
@@ -80,14 +89,18 @@ int shellCommand(const std::vector<std::string>& args) {
     std::puts("VELA AI Assist shell. Type HELP for the commands, QUIT to leave.");
     for (;;) {
         host::Document* doc = session.activeDocument();
-        const QString prompt = QStringLiteral("%1 Command: ").arg(doc ? doc->title() : QStringLiteral("(no drawing)"));
-        char* raw = readline(prompt.toUtf8().constData());
-        if (!raw) break;
-        const QString line = QString::fromUtf8(raw).trimmed();
-        std::free(raw);
-        if (line.isEmpty()) continue;
-        add_history(line.toUtf8().constData());
-        QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        QStringList words = input.takePending();
+        if (words.isEmpty()) {
+            const QString prompt =
+                QStringLiteral("%1 Command: ").arg(doc ? doc->title() : QStringLiteral("(no drawing)"));
+            char* raw = readline(prompt.toUtf8().constData());
+            if (!raw) break;
+            const QString line = QString::fromUtf8(raw).trimmed();
+            std::free(raw);
+            if (line.isEmpty()) continue;
+            add_history(line.toUtf8().constData());
+            words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        }
         const QString word = words.takeFirst().toUpper();
         const QString rest = words.join(QLatin1Char(' '));
         if (word == QLatin1String("QUIT") || word == QLatin1String("EXIT")) break;
@@ -97,26 +110,8 @@ int shellCommand(const std::vector<std::string>& args) {
             if (!session.open(rest, &error)) std::printf("%s\n", error.toUtf8().constData());
         } else if (word == QLatin1String("NEW")) {
             session.createNew();
-        } else if (word == QLatin1String("SAVE")) {
-            const QString path = rest.isEmpty() && doc ? doc->path() : rest;
-            if (path.isEmpty())
-                std::puts("SAVE needs a file path.");
-            else if (!session.save(path, &error))
-                std::printf("%s\n", error.toUtf8().constData());
-            else
-                std::printf("Saved %s\n", path.toUtf8().constData());
         } else if (word == QLatin1String("CLOSE")) {
             if (!session.closeActive()) std::puts("No drawing is open.");
-        } else if (word == QLatin1String("UNDO") || word == QLatin1String("REDO")) {
-            if (!doc) {
-                std::puts("No drawing is open.");
-                continue;
-            }
-            const int steps = rest.isEmpty() ? 1 : rest.toInt();
-            db::UndoManager& undo = doc->database()->undoManager();
-            const std::size_t done = word == QLatin1String("UNDO") ? undo.undo(steps > 0 ? steps : 1)
-                                                                    : undo.redo(steps > 0 ? steps : 1);
-            std::printf("%zu step(s) %s.\n", done, word == QLatin1String("UNDO") ? "undone" : "redone");
         } else if (word == QLatin1String("SELECT")) {
             if (!doc) {
                 std::puts("No drawing is open.");
@@ -136,8 +131,13 @@ int shellCommand(const std::vector<std::string>& args) {
         } else if (!session.host().commands().lookup(word)) {
             std::printf("Unknown command \"%s\". Type HELP for a list.\n", word.toUtf8().constData());
         } else {
-            const int result = session.host().services().runCommand(word, words);
-            if (result == host::RTCAN) std::puts("*Cancel*");
+            // The words after the name answer the command's first prompts, as typed ahead.
+            input.setPending(words);
+            const int result = session.host().services().runCommand(word, {});
+            if (result == host::RTCAN) {
+                std::puts("*Cancel*");
+                input.takePending();
+            }
             if (result == host::RTERROR) std::puts("Command failed.");
         }
     }

@@ -60,8 +60,8 @@ void Database::addMissingFramework() {
            [] { return std::make_unique<BlockTableRecord>(BlockTableRecord::kModelSpace); });
     record(blockTable_, BlockTableRecord::kPaperSpace,
            [] { return std::make_unique<BlockTableRecord>(BlockTableRecord::kPaperSpace); });
-    if (!currentLayer_.isValid()) currentLayer_ = layerZeroId();
-    if (!currentLinetype_.isValid()) currentLinetype_ = linetypeByLayerId();
+    if (!defaults_.layer.isValid()) defaults_.layer = layerZeroId();
+    if (!defaults_.linetype.isValid()) defaults_.linetype = linetypeByLayerId();
 }
 
 Handle Database::allocateHandle() {
@@ -198,25 +198,27 @@ ObjectId Database::linetypeContinuousId() const { return recordIn(linetypeTable(
 
 // ---- Current defaults ---------------------------------------------------------------------------------------
 
-ObjectId Database::currentLayer() const { return currentLayer_.isValid() ? currentLayer_ : layerZeroId(); }
+ObjectId Database::currentLayer() const {
+    return defaults_.layer.isValid() ? defaults_.layer : layerZeroId();
+}
 
 ErrorStatus Database::setCurrentLayer(ObjectId layer) {
     auto* rec = objectCast<LayerTableRecord>(layer.peek());
     if (!rec || rec->database() != this) return ErrorStatus::NotThatKindOfClass;
     if (rec->isErased()) return ErrorStatus::WasErased;
-    currentLayer_ = layer;
+    changeDefaults([&](DrawingDefaults& d) { d.layer = layer; });
     return ErrorStatus::Ok;
 }
 
 ObjectId Database::currentLinetype() const {
-    return currentLinetype_.isValid() ? currentLinetype_ : linetypeByLayerId();
+    return defaults_.linetype.isValid() ? defaults_.linetype : linetypeByLayerId();
 }
 
 ErrorStatus Database::setCurrentLinetype(ObjectId linetype) {
     auto* rec = objectCast<LinetypeTableRecord>(linetype.peek());
     if (!rec || rec->database() != this) return ErrorStatus::NotThatKindOfClass;
     if (rec->isErased()) return ErrorStatus::WasErased;
-    currentLinetype_ = linetype;
+    changeDefaults([&](DrawingDefaults& d) { d.linetype = linetype; });
     return ErrorStatus::Ok;
 }
 

@@ -9,6 +9,7 @@
 
 #include "db/color.h"
 #include "db/database_reactor.h"
+#include "db/drawing_defaults.h"
 #include "db/entity.h"
 #include "db/file_data.h"
 #include "db/handle_map.h"
@@ -23,8 +24,6 @@ namespace vela::db {
 class BlockTableRecord;
 class LayerTableRecord;
 struct LinetypeDefinition;
-
-enum class MeasurementSystem { Imperial = 0, Metric = 1 };
 
 /// Source to clone mapping filled by Database::deepCloneObjects.
 using IdMapping = std::unordered_map<ObjectId, ObjectId>;
@@ -102,23 +101,48 @@ public:
     ErrorStatus setTableId(ObjectId table);
 
     // ---- Current defaults ---------------------------------------------------------------------------------
+    // Every change is recorded for undo while a group is open: a command that sets the current layer is
+    // undone with its other changes.
     ObjectId currentLayer() const;
     ErrorStatus setCurrentLayer(ObjectId layer);
-    Color currentColor() const { return currentColor_; }
-    void setCurrentColor(Color c) { currentColor_ = c; }
+    Color currentColor() const { return defaults_.color; }
+    void setCurrentColor(Color c) {
+        changeDefaults([&](DrawingDefaults& d) { d.color = c; });
+    }
     ObjectId currentLinetype() const;
     ErrorStatus setCurrentLinetype(ObjectId linetype);
-    LineWeight currentLineWeight() const { return currentLineWeight_; }
-    void setCurrentLineWeight(LineWeight w) { currentLineWeight_ = w; }
-    double currentLinetypeScale() const { return currentLinetypeScale_; }
-    void setCurrentLinetypeScale(double s) { currentLinetypeScale_ = s; }
-    Transparency currentTransparency() const { return currentTransparency_; }
-    void setCurrentTransparency(Transparency t) { currentTransparency_ = t; }
+    LineWeight currentLineWeight() const { return defaults_.lineWeight; }
+    void setCurrentLineWeight(LineWeight w) {
+        changeDefaults([&](DrawingDefaults& d) { d.lineWeight = w; });
+    }
+    double currentLinetypeScale() const { return defaults_.linetypeScale; }
+    void setCurrentLinetypeScale(double s) {
+        changeDefaults([&](DrawingDefaults& d) { d.linetypeScale = s; });
+    }
+    Transparency currentTransparency() const { return defaults_.transparency; }
+    void setCurrentTransparency(Transparency t) {
+        changeDefaults([&](DrawingDefaults& d) { d.transparency = t; });
+    }
     /// The global linetype scale ($LTSCALE).
-    double linetypeScale() const { return globalLinetypeScale_; }
-    void setLinetypeScale(double s) { globalLinetypeScale_ = s; }
-    MeasurementSystem measurement() const { return measurement_; }
-    void setMeasurement(MeasurementSystem m) { measurement_ = m; }
+    double linetypeScale() const { return defaults_.globalLinetypeScale; }
+    void setLinetypeScale(double s) {
+        changeDefaults([&](DrawingDefaults& d) { d.globalLinetypeScale = s; });
+    }
+    MeasurementSystem measurement() const { return defaults_.measurement; }
+    void setMeasurement(MeasurementSystem m) {
+        changeDefaults([&](DrawingDefaults& d) { d.measurement = m; });
+    }
+    /// The drawing's units ($INSUNITS, 0 to 24).
+    int insertionUnits() const { return defaults_.insertionUnits; }
+    void setInsertionUnits(int units) {
+        changeDefaults([&](DrawingDefaults& d) { d.insertionUnits = units; });
+    }
+    /// The height new text gets ($TEXTSIZE).
+    double textSize() const { return defaults_.textSize; }
+    void setTextSize(double h) {
+        changeDefaults([&](DrawingDefaults& d) { d.textSize = h; });
+    }
+    const DrawingDefaults& defaults() const { return defaults_; }
 
     // ---- Reactors -----------------------------------------------------------------------------------------
     void addReactor(DatabaseReactor* reactor);
@@ -166,6 +190,14 @@ private:
     void objectClosedAfterChange(DbObject* object);
     void setErasedFlag(DbObject* object, bool erased, bool record);
     void contentsRestored(DbObject* object);
+    template <class F>
+    void changeDefaults(F&& change) {
+        DrawingDefaults next = defaults_;
+        change(next);
+        if (next == defaults_) return;
+        undo_.recordDefaults(defaults_);
+        defaults_ = next;
+    }
 
     void fireAppended(const DbObject* o) const;
     void fireOpenedForModify(const DbObject* o) const;
@@ -179,13 +211,7 @@ private:
 
     ObjectId layerTable_, linetypeTable_, textStyleTable_, dimStyleTable_, blockTable_, viewportTable_,
         viewTable_, ucsTable_, regAppTable_;
-    ObjectId currentLayer_, currentLinetype_;
-    Color currentColor_ = Color::byLayer();
-    LineWeight currentLineWeight_ = LineWeight::ByLayer;
-    double currentLinetypeScale_ = 1.0;
-    double globalLinetypeScale_ = 1.0;
-    Transparency currentTransparency_ = Transparency::byLayer();
-    MeasurementSystem measurement_ = MeasurementSystem::Metric;
+    DrawingDefaults defaults_;
     FileData fileData_;
 };
 

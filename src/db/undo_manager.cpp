@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_map>
+#include <utility>
 
 #include "db/database.h"
 #include "db/entity.h"
@@ -19,7 +20,7 @@ void UndoManager::beginGroup(std::string name) {
 void UndoManager::endGroup() {
     if (depth_ == 0) return;
     if (--depth_ > 0) return;
-    if (current_.records.empty()) return;
+    if (current_.empty()) return;
     undoStack_.push_back(std::move(current_));
     current_ = Group{};
     redoStack_.clear();
@@ -30,6 +31,23 @@ void UndoManager::abortGroup() {
     depth_ = 0;
     replay(current_, true);
     current_ = Group{};
+}
+
+UndoManager::Mark UndoManager::mark() {
+    if (++serial_ == 0) ++serial_;
+    return Mark{current_.records.size(), current_.defaults.has_value()};
+}
+
+void UndoManager::rollbackTo(const Mark& mark) {
+    if (depth_ == 0 || mark.records > current_.records.size()) return;
+    Group tail;
+    tail.records.assign(std::make_move_iterator(current_.records.begin() + mark.records),
+                        std::make_move_iterator(current_.records.end()));
+    current_.records.resize(mark.records);
+    if (!mark.defaults && current_.defaults) tail.defaults = std::exchange(current_.defaults, std::nullopt);
+    replay(tail, true);
+    // Objects copied after the mark may change again in this group and must then be copied again.
+    if (++serial_ == 0) ++serial_;
 }
 
 std::size_t UndoManager::undo(std::size_t steps) {
@@ -137,6 +155,10 @@ void UndoManager::recordEraseFlag(DbObject* object, bool previous) {
     current_.records.push_back(Record{Record::Kind::EraseFlag, previous, object, nullptr});
 }
 
+void UndoManager::recordDefaults(const DrawingDefaults& before) {
+    if (isRecording() && !current_.defaults) current_.defaults = before;
+}
+
 void UndoManager::replay(Group& group, bool backwards) {
     replaying_ = true;
     auto apply = [&](Record& r) {
@@ -163,6 +185,7 @@ void UndoManager::replay(Group& group, bool backwards) {
         for (auto it = group.records.rbegin(); it != group.records.rend(); ++it) apply(*it);
     else
         for (auto& r : group.records) apply(r);
+    if (group.defaults) std::swap(*group.defaults, db_.defaults_);
     replaying_ = false;
 }
 

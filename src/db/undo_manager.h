@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "db/drawing_defaults.h"
 #include "db/object_id.h"
 
 namespace vela::db {
@@ -15,9 +17,10 @@ class DbObject;
 /// Undo for one database, in groups: a command opens a group, every change inside it is recorded, and undo or
 /// redo replays a whole group. A group that recorded nothing is dropped, so read-only commands leave no step.
 ///
-/// What is recorded: the state of an object before its first change in the group (a copy, swapped back and forth
-/// by undo and redo), appends (undone by erasing) and erase-flag changes. Objects appended in the group are not
-/// copied on change: undoing the append hides them, whatever their contents.
+/// What is recorded: the state of an object before its first change in the group (a copy, swapped back and
+/// forth by undo and redo), appends (undone by erasing), erase-flag changes and the drawing's current
+/// settings before their first change. Objects appended in the group are not copied on change: undoing the
+/// append hides them, whatever their contents.
 class UndoManager {
 public:
     explicit UndoManager(Database& db) : db_(db) {}
@@ -32,6 +35,16 @@ public:
     /// Rolls back every change of the outermost open group and drops it (for a command that failed halfway).
     void abortGroup();
     bool isGroupOpen() const { return depth_ > 0; }
+    /// A point in the open group to roll back to: work inside a group that may be taken back alone (a command
+    /// cancelled while an outer group, begun by the user or a caller, stays open).
+    struct Mark {
+        std::size_t records = 0;
+        bool defaults = false;
+    };
+    /// Objects changed after the mark are copied again on their first change, even if copied before it.
+    Mark mark();
+    /// Rolls back what the open group recorded after `mark`; the group stays open.
+    void rollbackTo(const Mark& mark);
     /// True while a group is open and changes are being recorded.
     bool isRecording() const { return depth_ > 0 && !replaying_; }
 
@@ -72,12 +85,15 @@ private:
     struct Group {
         std::string name;
         std::vector<Record> records;
+        std::optional<DrawingDefaults> defaults;  // the other settings, swapped in by undo and redo
+        bool empty() const { return records.empty() && !defaults; }
     };
 
     // Called by the database as changes happen.
     void recordModify(DbObject* object);
     void recordAppend(DbObject* object);
     void recordEraseFlag(DbObject* object, bool previous);
+    void recordDefaults(const DrawingDefaults& before);
 
     void replay(Group& group, bool backwards);
     static Changes changesOf(const std::vector<const Group*>& groups);

@@ -17,6 +17,8 @@ public:
     virtual QString groupName() const { return QStringLiteral("VELA"); }
     /// Runs the command; returns RTNORM, RTERROR or RTCAN.
     virtual int execute(CommandContext& context) = 0;
+    /// False for commands that work on undo itself (UNDO, REDO, U): they run outside any undo group.
+    virtual bool runsInUndoGroup() const { return true; }
 };
 
 }  // namespace vela::host

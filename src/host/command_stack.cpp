@@ -23,11 +23,26 @@ bool CommandStack::removeCommand(Command* command) {
     return true;
 }
 
-Command* CommandStack::lookup(const QString& name) const {
+Command* CommandStack::lookup(const QString& typed) const {
+    QStringView name = QStringView(typed).trimmed();
+    bool global = false;
+    for (int i = 0; i < 2 && !name.isEmpty(); ++i) {
+        if (name.front() == u'.')
+            name = name.sliced(1);
+        else if (name.front() == u'_' && !global)
+            name = name.sliced(1), global = true;
+    }
+    if (name.isEmpty()) return nullptr;
+    auto globalIs = [&](const QString& g) {
+        return g.compare(name, Qt::CaseInsensitive) == 0 ||
+               (g.startsWith(QLatin1Char('_')) &&
+                QStringView(g).sliced(1).compare(name, Qt::CaseInsensitive) == 0);
+    };
+    if (!global)
+        for (Command* c : commands_)
+            if (c->localName().compare(name, Qt::CaseInsensitive) == 0) return c;
     for (Command* c : commands_)
-        if (c->globalName().compare(name, Qt::CaseInsensitive) == 0) return c;
-    for (Command* c : commands_)
-        if (c->localName().compare(name, Qt::CaseInsensitive) == 0) return c;
+        if (globalIs(c->globalName())) return c;
     return nullptr;
 }
 
@@ -43,9 +58,19 @@ int CommandStack::run(const QString& name, const QStringList& args, UserInputSou
     Document* document = documents_.activeDocument();
     db::Database* database = document ? document->database() : nullptr;
     UserIO io(args, input);
+    io.setLog(log_, echo_ && echo_());
+    if (document) io.setLastPoint(&document->lastPoint());
     CommandContext context(document, io);
+    const bool grouped = database && command->runsInUndoGroup();
     ++depth_;
-    if (database) database->undoManager().beginGroup(command->globalName().toStdString());
+    if (grouped) database->undoManager().beginGroup(command->globalName().toStdString());
+    const db::UndoManager::Mark start = grouped ? database->undoManager().mark() : db::UndoManager::Mark{};
+    // Takes back what this run did and closes its group: a group begun outside (UNDO BEgin, a trial run)
+    // keeps what came before.
+    auto rollBack = [&] {
+        database->undoManager().rollbackTo(start);
+        database->undoManager().endGroup();
+    };
     int result = RTERROR;
     try {
         result = command->execute(context);
@@ -54,12 +79,18 @@ int CommandStack::run(const QString& name, const QStringList& args, UserInputSou
         // A command run by another is part of that one's step: the outermost run decides.
         if (depth_ > 0) throw;
         // A command that throws has failed: what it changed is rolled back so the drawing stays consistent.
-        if (database && documents_.documentOf(database)) database->undoManager().abortGroup();
+        if (grouped && documents_.documentOf(database)) rollBack();
         return RTERROR;
     }
     --depth_;
     // The command may have closed its own document.
-    if (database && documents_.documentOf(database)) database->undoManager().endGroup();
+    if (grouped && documents_.documentOf(database)) {
+        // Cancelled: the drawing is left as it was and no step is kept.
+        if (result == RTCAN && depth_ == 0)
+            rollBack();
+        else
+            database->undoManager().endGroup();
+    }
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <memory>
+#include <vector>
 
 #include "db/database.h"
 #include "host/selection_set.h"
@@ -32,11 +33,21 @@ public:
     View& view() { return view_; }
     const View& view() const { return view_; }
 
-private:
+    /// The last point the user gave (LASTPOINT): what "@" on the command line is relative to.
+    db::Point3d& lastPoint() { return lastPoint_; }
+    /// The objects the last object selection of a command chose: "P" (previous) at the next one.
+    std::vector<db::ObjectId>& previousSelection() { return previousSelection_; }
+    /// Undo counts marked with UNDO Mark, newest last, for UNDO Back.
+    std::vector<std::size_t>& undoMarks() { return undoMarks_; }
+
+  private:
     std::unique_ptr<db::Database> database_;
     QString path_;
     SelectionSet selection_;
     View view_;
+    db::Point3d lastPoint_;
+    std::vector<db::ObjectId> previousSelection_;
+    std::vector<std::size_t> undoMarks_;
     db::ObjectId activeSpace_;
 };
 

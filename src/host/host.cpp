@@ -4,6 +4,9 @@
 #include <cassert>
 #include <cstdio>
 
+#include "host/command.h"
+#include "host/commands/command_support.h"
+
 namespace vela::host {
 
 namespace {
@@ -33,6 +36,9 @@ void SystemServices::openUrl(const QString& url) {
 Host::Host() : modules_(std::make_unique<ModuleLoader>()) {
     assert(!g_host && "one host per process");
     g_host = this;
+    commands_.setLog([this](const QString& text) { services_.writeMessage(text); },
+                     [this] { return variables_.commandEcho(); });
+    ownCommands_ = commands::addDrawingCommands(commands_);
 }
 
 Host::~Host() {
@@ -54,6 +60,11 @@ Capabilities* capabilities() { return g_host ? &g_host->capabilities() : nullptr
 DebugSettings& debugSettings() {
     assert(g_host);
     return g_host->debugSettings();
+}
+
+SystemVariables& systemVariables() {
+    assert(g_host);
+    return g_host->variables();
 }
 
 Editor& editor() {

@@ -6,12 +6,14 @@
 #include <memory>
 
 #include "host/capabilities.h"
+#include "host/command.h"
 #include "host/command_stack.h"
 #include "host/debug_settings.h"
 #include "host/document_manager.h"
 #include "host/editor.h"
 #include "host/message_sink.h"
 #include "host/module_loader.h"
+#include "host/system_variables.h"
 #include "host/ui_manager.h"
 #include "host/user_input.h"
 
@@ -67,6 +69,7 @@ public:
     SystemServices& services() { return services_; }
     Editor& editor() { return editor_; }
     ModuleLoader& modules() { return *modules_; }
+    SystemVariables& variables() { return variables_; }
     /// True when the host runs under its automated test framework.
     bool isTestFrameworkMode() const { return testFrameworkMode_; }
     void setTestFrameworkMode(bool on) { testFrameworkMode_ = on; }
@@ -81,6 +84,9 @@ private:
     CommandStack commands_{documents_};
     SystemServices services_{documents_, commands_};
     Editor editor_;
+    SystemVariables variables_;
+    // The host's own drawing commands (LINE, MOVE, UNDO, ...), registered before any module's.
+    std::vector<std::unique_ptr<Command>> ownCommands_;
     std::unique_ptr<ModuleLoader> modules_;
     bool testFrameworkMode_ = false;
 };
@@ -90,6 +96,7 @@ SystemServices& systemServices();
 Capabilities* capabilities();
 DebugSettings& debugSettings();
 Editor& editor();
+SystemVariables& systemVariables();
 /// The active document, or null when no drawing is open.
 Document* activeDocument();
 bool isTestFrameworkMode();

@@ -4,7 +4,8 @@
 
 namespace vela::host {
 
-int NoUserInput::getString(const QString&, bool, QString&) { return RTCAN; }
-int NoUserInput::getPoint(const QString&, InputTracker*, db::Point3d&) { return RTCAN; }
+int NoUserInput::getInput(const InputRequest&, InputAnswer&) {
+    return RTCAN;
+}
 
 }  // namespace vela::host

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "properties/number_text.h"
+#include "host/text/number_text.h"
 
 namespace vela::properties {
 
@@ -134,7 +134,7 @@ JsonTextWriter& JsonTextWriter::raw(QByteArrayView json) {
 JsonTextWriter& JsonTextWriter::sixDigitString(double value) {
     beforeValue();
     out_ += '"';
-    AppendSixDigitNumber(out_, value);
+    host::AppendSixDigitNumber(out_, value);
     out_ += '"';
     return *this;
 }
@@ -142,7 +142,7 @@ JsonTextWriter& JsonTextWriter::sixDigitString(double value) {
 JsonTextWriter& JsonTextWriter::pointString(const db::Point3d& point) {
     beforeValue();
     out_ += '"';
-    AppendPointText(out_, point);
+    host::AppendPointText(out_, point);
     out_ += '"';
     return *this;
 }

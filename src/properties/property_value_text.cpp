@@ -22,9 +22,9 @@ ConvertedValue ConvertPropertyValue(const host::PropertyDescriptor& property, co
                 out.value = db::Color::byBlock();
                 break;
             }
-            const ColorParseResult parsed = ParseColorText(text);
+            const host::ColorParseResult parsed = host::ParseColorText(text);
             out.status = parsed.status;
-            if (parsed.status == ColorParseStatus::Ok) out.value = parsed.color;
+            if (parsed.status == host::ColorParseStatus::Ok) out.value = parsed.color;
             break;
         }
         case PropertyType::LineWeight: {

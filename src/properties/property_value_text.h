@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "host/property_protocol/property_protocol.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 
 namespace vela::db {
 class Database;
@@ -15,7 +15,7 @@ namespace vela::properties {
 /// A query value converted for a property: the value (monostate when it could not be read) and, for colors,
 /// how the color text parsed.
 struct ConvertedValue {
-    ColorParseStatus status = ColorParseStatus::Ok;
+    host::ColorParseStatus status = host::ColorParseStatus::Ok;
     host::PropertyValue value;
 };
 

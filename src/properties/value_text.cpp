@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "properties/number_text.h"
+#include "host/text/number_text.h"
 
 namespace vela::properties {
 
@@ -18,7 +18,7 @@ QString PlainText(const QJsonValue& value) {
             // large whole numbers come out as digits and not as "1e+16".
             if (std::isfinite(d) && std::trunc(d) == d && std::fabs(d) < 9.2e18)
                 return QString::number(static_cast<qint64>(d));
-            return ShortestNumberText(d);
+            return host::ShortestNumberText(d);
         }
         default:
             return QString();

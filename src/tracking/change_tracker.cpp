@@ -14,7 +14,7 @@
 #include "db/records/text_style_table_record.h"
 #include "host/document.h"
 #include "host/host.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 #include "properties/lineweight_text.h"
 
 namespace vela::tracking {
@@ -230,7 +230,7 @@ void CJxV3ChangeTracker::objectOpenedForModify(const db::Database*, const db::Db
 void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::DbObject* object) {
     const ChangeCategory category = classify(object);
     std::vector<PropertyChange> changes;
-    using properties::ColorToText;
+    using host::ColorToText;
     using properties::LineWeightToText;
     if (category == ChangeCategory::Entity) {
         const EntitySnapshot* snapshot = entitySnapshots_.find(object->handle());
@@ -238,7 +238,7 @@ void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::
         const EntitySnapshot& before = *snapshot;
         const auto& e = static_cast<const db::Entity&>(*object);
         if (before.color != e.color())
-            compare(changes, "Color", ColorToText(before.color), ColorToText(e.color()));
+            compare(changes, "Color", host::ColorToText(before.color), host::ColorToText(e.color()));
         if (const std::string& layer = recordName(e.layerId()); *before.layer != layer)
             compare(changes, "Layer", text(*before.layer), text(layer));
         if (const std::string& linetype = recordName(e.linetypeId()); *before.linetype != linetype)
@@ -257,7 +257,7 @@ void CJxV3ChangeTracker::objectModified(const db::Database* database, const db::
         const auto& l = static_cast<const db::LayerTableRecord&>(*object);
         if (before.name != l.name()) compare(changes, "Name", text(before.name), text(l.name()));
         if (before.color != l.color())
-            compare(changes, "Color", ColorToText(before.color), ColorToText(l.color()));
+            compare(changes, "Color", host::ColorToText(before.color), host::ColorToText(l.color()));
         if (const std::string& linetype = linetypeNameOf(l); before.linetype != linetype)
             compare(changes, "Linetype", text(before.linetype), text(linetype));
         if (before.lineweight != l.lineWeight())

@@ -4,7 +4,7 @@
 #include "db/dxf/file/dxf_writer.h"
 #include "db/support/linetype_file.h"
 #include "fixture.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 
 namespace vela::commands {
 namespace {

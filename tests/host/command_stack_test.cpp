@@ -66,7 +66,7 @@ TEST_F(CommandStackTest, QueuedInputComesFirstThenTheFrontEndWhichHereHasNoUser)
             answers << a;
         }
         db::Point3d p;
-        codes << c.userIO().getPoint(QStringLiteral("Point:"), nullptr, p);
+        codes << c.userIO().getPoint(Prompt(QStringLiteral("Point")), p);
         return RTNORM;
     });
     host.commands().addCommand(&ask);
@@ -75,16 +75,17 @@ TEST_F(CommandStackTest, QueuedInputComesFirstThenTheFrontEndWhichHereHasNoUser)
     EXPECT_EQ(codes, (QList<int>{RTNORM, RTNORM, RTCAN, RTCAN})) << "no user: what is not queued is cancelled";
 
     codes.clear();
-    FunctionCommand point(QStringLiteral("POINT"), [&](CommandContext& c) {
+    FunctionCommand point(QStringLiteral("PICK"), [&](CommandContext& c) {
         db::Point3d p;
-        codes << c.userIO().getPoint(QString(), nullptr, p);
+        codes << c.userIO().getPoint(Prompt(), p);
         EXPECT_EQ(p, db::Point3d(1.5, -2, 3));
-        codes << c.userIO().getPoint(QString(), nullptr, p);
+        codes << c.userIO().getPoint(Prompt(), p);
         return RTNORM;
     });
     host.commands().addCommand(&point);
-    host.services().runCommand(QStringLiteral("POINT"), {QStringLiteral("1.5, -2,3"), QStringLiteral("1;2")});
-    EXPECT_EQ(codes, (QList<int>{RTNORM, RTERROR}));
+    host.services().runCommand(QStringLiteral("PICK"), {QStringLiteral("1.5, -2,3"), QStringLiteral("1;2")});
+    EXPECT_EQ(codes, (QList<int>{RTNORM, RTCAN}))
+        << "unreadable input is refused and asked again: of no one here";
 }
 
 TEST_F(CommandStackTest, EachRunIsOneUndoStepAndReadOnlyRunsLeaveNone) {
@@ -93,7 +94,7 @@ TEST_F(CommandStackTest, EachRunIsOneUndoStepAndReadOnlyRunsLeaveNone) {
         auto l = db::openObject<db::Line>(line, db::OpenMode::ForRead);
         return l ? RTNORM : RTERROR;
     });
-    FunctionCommand move(QStringLiteral("MOVE"), [&](CommandContext&) {
+    FunctionCommand move(QStringLiteral("SHIFT"), [&](CommandContext&) {
         auto l = db::openObject<db::Line>(line, db::OpenMode::ForWrite);
         l->setEndPoint(l->endPoint() + db::Vector3d(1, 0, 0));
         addLine(db);
@@ -101,11 +102,11 @@ TEST_F(CommandStackTest, EachRunIsOneUndoStepAndReadOnlyRunsLeaveNone) {
     });
     host.commands().addCommand(&look);
     host.commands().addCommand(&move);
-    host.services().runCommand(QStringLiteral("MOVE"), {});
+    host.services().runCommand(QStringLiteral("SHIFT"), {});
     host.services().runCommand(QStringLiteral("LOOK"), {});
     host.services().runCommand(QStringLiteral("LOOK"), {});
     EXPECT_EQ(db.undoManager().undoCount(), 1u) << "queries do not bury the user's edit";
-    host.services().runCommand(QStringLiteral("MOVE"), {});
+    host.services().runCommand(QStringLiteral("SHIFT"), {});
     EXPECT_EQ(db.undoManager().undoCount(), 2u);
     db.undoManager().undo(1);
     host.services().runCommand(QStringLiteral("LOOK"), {});

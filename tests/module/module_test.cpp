@@ -56,6 +56,7 @@ void destroyPalette(void*) {
 
 TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     Host host;
+    const QStringList own = host.commands().globalNames();  // the host's own drawing commands
     QString error;
     ASSERT_TRUE(host.modules().load(kModule, &error)) << error.toStdString();
     EXPECT_TRUE(host.capabilities().hasCapability(QStringLiteral("veladesk.v3.selectentities")));
@@ -63,7 +64,7 @@ TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     EXPECT_EQ(host.debugSettings().description(QStringLiteral("V3Debugging")),
               QStringLiteral("V3 services debugging"));
     const QStringList names = host.commands().globalNames();
-    EXPECT_EQ(names.mid(0, 3),
+    EXPECT_EQ(names.mid(own.size(), 3),
               (QStringList{QStringLiteral("_VELAAIASSIST"), QStringLiteral("_HIDEVELAAIASSIST"),
                            QStringLiteral("_HIGHLIGHTUI")}));
     Command* show = host.commands().lookup(QStringLiteral("VELAAIASSIST"));
@@ -76,7 +77,7 @@ TEST(Module, LoadsRegistersItsCommandsAndSettingsAndUnloadsCleanly) {
     EXPECT_TRUE(names.contains(QStringLiteral("_V3_GETCHANGESINFO")));
 
     EXPECT_TRUE(host.modules().unload(kModule));
-    EXPECT_TRUE(host.commands().globalNames().isEmpty());
+    EXPECT_EQ(host.commands().globalNames(), own);
     EXPECT_FALSE(tracking::GetV3ChangeTracker()->isStarted());
     EXPECT_FALSE(host.modules().unload(kModule));
     EXPECT_FALSE(host.modules().load(QStringLiteral("NoSuchModule"), &error));
@@ -93,9 +94,10 @@ TEST(Module, RemovingTheCommandsTwiceRemovesThemOnce) {
     auto create = reinterpret_cast<VelaCreateModuleObjectFn>(library.resolve("odrxCreateModuleObject"));
     ASSERT_NE(create, nullptr);
     std::unique_ptr<Module> module(create());
+    const QStringList own = host.commands().globalNames();
     module->initApp();
     const qsizetype registered = host.commands().globalNames().size();
-    EXPECT_GE(registered, 3);
+    EXPECT_GE(registered, own.size() + 3);
     // Another module's command stays when ours go, however often.
     struct Other : Command {
         QString globalName() const override { return QStringLiteral("_OTHER"); }
@@ -105,7 +107,7 @@ TEST(Module, RemovingTheCommandsTwiceRemovesThemOnce) {
     host.commands().addCommand(&other);
     module->uninitApp();
     module->uninitApp();
-    EXPECT_EQ(host.commands().globalNames(), QStringList{QStringLiteral("_OTHER")});
+    EXPECT_EQ(host.commands().globalNames(), own + QStringList{QStringLiteral("_OTHER")});
     host.commands().removeCommand(&other);
 }
 

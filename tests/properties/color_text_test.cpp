@@ -1,11 +1,11 @@
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 
 #include <gtest/gtest.h>
 
 namespace vela::properties {
 namespace {
 
-using S = ColorParseStatus;
+using S = host::ColorParseStatus;
 
 db::Color rgb(int r, int g, int b) {
     return db::Color::fromRgb(std::uint8_t(r), std::uint8_t(g), std::uint8_t(b));
@@ -17,13 +17,13 @@ db::Color aci(int i) {
 // A failed parse must carry the default color, so `color` of a failing row is simply left default.
 struct Row {
     const char* text;
-    ColorParseStatus status;
+    host::ColorParseStatus status;
     db::Color color = {};
 };
 
 void expectRows(std::initializer_list<Row> rows) {
     for (const Row& row : rows) {
-        const ColorParseResult r = ParseColorText(QString::fromUtf8(row.text));
+        const host::ColorParseResult r = host::ParseColorText(QString::fromUtf8(row.text));
         EXPECT_EQ(r.status, row.status) << '"' << row.text << '"';
         EXPECT_EQ(r.color, row.color) << '"' << row.text << "\" gave raw " << std::hex << r.color.raw();
     }
@@ -89,38 +89,39 @@ TEST(ParseColorText, PaletteIndex) {
                 {"ByLayer", S::Unrecognized},
                 {"ByBlock", S::Unrecognized}});
     for (int i = 0; i <= 255; ++i) {
-        EXPECT_EQ(ParseColorText(ColorToText(aci(i))).color, aci(i))
+        EXPECT_EQ(host::ParseColorText(host::ColorToText(aci(i))).color, aci(i))
             << "every formatted index reads back: " << i;
     }
 }
 
 TEST(ColorParseErrorMessage, NamesTheTextAndTheReason) {
-    EXPECT_EQ(ColorParseErrorMessage(S::InvalidRgb, QStringLiteral("(1,2,3,4)")),
+    EXPECT_EQ(host::ColorParseErrorMessage(S::InvalidRgb, QStringLiteral("(1,2,3,4)")),
               QStringLiteral("Error parsing property from (1,2,3,4) because RGB color is invalid. "));
-    EXPECT_EQ(ColorParseErrorMessage(S::InvalidIndex, QStringLiteral("256")),
+    EXPECT_EQ(host::ColorParseErrorMessage(S::InvalidIndex, QStringLiteral("256")),
               QStringLiteral("Error parsing property from 256 because Color index is invalid. "));
-    EXPECT_EQ(ColorParseErrorMessage(S::Unrecognized, QStringLiteral("%2 %1")),
+    EXPECT_EQ(host::ColorParseErrorMessage(S::Unrecognized, QStringLiteral("%2 %1")),
               QStringLiteral("Error parsing property from %2 %1 because Unknown error. "))
         << "placeholders in the text stay as they are";
     // The hexadecimal failure, and any code without a reason, leave the reason empty.
-    EXPECT_EQ(ColorParseErrorMessage(S::InvalidHex, QStringLiteral("#FF00001")),
+    EXPECT_EQ(host::ColorParseErrorMessage(S::InvalidHex, QStringLiteral("#FF00001")),
               QStringLiteral("Error parsing property from #FF00001 because . "));
-    EXPECT_EQ(ColorParseErrorMessage(static_cast<S>(17), QStringLiteral("x")),
+    EXPECT_EQ(host::ColorParseErrorMessage(static_cast<S>(17), QStringLiteral("x")),
               QStringLiteral("Error parsing property from x because . "));
 }
 
 TEST(ColorToText, WritesEachMethod) {
-    EXPECT_EQ(ColorToText(db::Color()), QStringLiteral("ByLayer"));
-    EXPECT_EQ(ColorToText(db::Color::byBlock()), QStringLiteral("ByBlock"));
-    EXPECT_EQ(ColorToText(aci(0)), QStringLiteral("0"));
-    EXPECT_EQ(ColorToText(aci(254)), QStringLiteral("254"));
-    EXPECT_EQ(ColorToText(rgb(12, 200, 7)), QStringLiteral("RGB(12,200,7)"));
-    EXPECT_EQ(ColorToText(rgb(255, 0, 0)), QStringLiteral("RGB(255,0,0)")) << "a stored true red stays RGB";
+    EXPECT_EQ(host::ColorToText(db::Color()), QStringLiteral("ByLayer"));
+    EXPECT_EQ(host::ColorToText(db::Color::byBlock()), QStringLiteral("ByBlock"));
+    EXPECT_EQ(host::ColorToText(aci(0)), QStringLiteral("0"));
+    EXPECT_EQ(host::ColorToText(aci(254)), QStringLiteral("254"));
+    EXPECT_EQ(host::ColorToText(rgb(12, 200, 7)), QStringLiteral("RGB(12,200,7)"));
+    EXPECT_EQ(host::ColorToText(rgb(255, 0, 0)), QStringLiteral("RGB(255,0,0)"))
+        << "a stored true red stays RGB";
     // Methods without an index fall back to the red, green and blue a drawing shows for them.
-    EXPECT_EQ(ColorToText(db::Color::fromRaw(std::uint32_t(db::ColorMethod::Foreground) << 24)),
+    EXPECT_EQ(host::ColorToText(db::Color::fromRaw(std::uint32_t(db::ColorMethod::Foreground) << 24)),
               QStringLiteral("RGB(255,255,255)"));
     // The true-color text is for reading, not for reading back.
-    EXPECT_EQ(ParseColorText(ColorToText(rgb(12, 200, 7))).status, S::InvalidRgb);
+    EXPECT_EQ(host::ParseColorText(host::ColorToText(rgb(12, 200, 7))).status, S::InvalidRgb);
 }
 
 }  // namespace

@@ -8,21 +8,21 @@
 
 #include "db/database.h"
 #include "db/entities/line.h"
+#include "host/text/number_text.h"
+#include "host/text/point_text.h"
 #include "properties/handle_text.h"
 #include "properties/json_text.h"
-#include "properties/number_text.h"
-#include "properties/point_text.h"
 #include "properties/value_text.h"
 
 namespace vela::properties {
 namespace {
 
 TEST(NumberTexts, ShortestTextsReadBackExactlyAndOnlyPlainNumbersAreRead) {
-    EXPECT_EQ(ShortestNumberText(250000), "250000");
-    EXPECT_EQ(ShortestNumberText(1e-6), "1e-06");
-    EXPECT_EQ(ShortestNumberText(-0.0), "0");
-    EXPECT_EQ(PointToText({-1.5, 1e300, 0.00001}), "-1.5,1e+300,0.00001");
-    EXPECT_EQ(SixDigitNumberText(1234567.0), "1.23457e+06");
+    EXPECT_EQ(host::ShortestNumberText(250000), "250000");
+    EXPECT_EQ(host::ShortestNumberText(1e-6), "1e-06");
+    EXPECT_EQ(host::ShortestNumberText(-0.0), "0");
+    EXPECT_EQ(host::PointToText({-1.5, 1e300, 0.00001}), "-1.5,1e+300,0.00001");
+    EXPECT_EQ(host::SixDigitNumberText(1234567.0), "1.23457e+06");
     std::mt19937_64 random(7);
     for (int i = 0; i < 20000; ++i) {
         const std::uint64_t bits = random();
@@ -30,29 +30,30 @@ TEST(NumberTexts, ShortestTextsReadBackExactlyAndOnlyPlainNumbersAreRead) {
         std::memcpy(&v, &bits, sizeof v);
         if (i % 2) v = std::ldexp(static_cast<double>(bits >> 11), -20);  // everyday magnitudes too
         if (!std::isfinite(v)) continue;
-        ASSERT_EQ(NumberFromText(ShortestNumberText(v)), v) << ShortestNumberText(v).toStdString();
+        ASSERT_EQ(host::NumberFromText(host::ShortestNumberText(v)), v)
+            << host::ShortestNumberText(v).toStdString();
     }
-    EXPECT_EQ(NumberFromText(u" +1.5e3 "), 1500);
-    EXPECT_EQ(NumberFromText(u".5"), 0.5);
+    EXPECT_EQ(host::NumberFromText(u" +1.5e3 "), 1500);
+    EXPECT_EQ(host::NumberFromText(u".5"), 0.5);
     for (const char16_t* bad :
          {u"", u"1e", u"+-1", u"1 2", u"0x1", u"1,5", u"inf", u"nan", u"1e999", u"\u0661"})
-        EXPECT_FALSE(NumberFromText(bad)) << QString::fromUtf16(bad).toStdString();
+        EXPECT_FALSE(host::NumberFromText(bad)) << QString::fromUtf16(bad).toStdString();
 }
 
 TEST(PointTexts, KeepPartsAndCoordinatesApartSoEachCommandCanApplyItsRule) {
-    EXPECT_EQ(ReadPointText(u"1,2").point(), db::Point3d(1, 2, 0));
-    EXPECT_EQ(ReadPointText(u" 1.5 , -2e3 ,7,junk").point(), db::Point3d(1.5, -2000, 7))
+    EXPECT_EQ(host::ReadPointText(u"1,2").point(), db::Point3d(1, 2, 0));
+    EXPECT_EQ(host::ReadPointText(u" 1.5 , -2e3 ,7,junk").point(), db::Point3d(1.5, -2000, 7))
         << "a fourth part is ignored";
-    const PointText typo = ReadPointText(u"a,2,");
+    const host::PointText typo = host::ReadPointText(u"a,2,");
     EXPECT_EQ(typo.parts, 3);
     EXPECT_FALSE(typo.x.has_value());
     EXPECT_EQ(typo.y, 2.0);
     EXPECT_FALSE(typo.z.has_value()) << "an empty third part is given but unreadable";
     EXPECT_FALSE(typo.point().has_value());
     for (const char16_t* bad : {u"", u"1", u"1;2", u"1,", u"1,2,z", u"1,inf"})
-        EXPECT_FALSE(ReadPointText(bad).point().has_value()) << QString::fromUtf16(bad).toStdString();
-    EXPECT_EQ(ReadPointText(u"5").parts, 1);
-    EXPECT_EQ(ReadPointText(u"5").x, 5.0);
+        EXPECT_FALSE(host::ReadPointText(bad).point().has_value()) << QString::fromUtf16(bad).toStdString();
+    EXPECT_EQ(host::ReadPointText(u"5").parts, 1);
+    EXPECT_EQ(host::ReadPointText(u"5").x, 5.0);
 }
 
 TEST(ValueTexts, NumbersBooleansAndTextsReadAsTheRequestMeantThem) {

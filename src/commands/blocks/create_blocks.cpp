@@ -10,9 +10,9 @@
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "host/command_context.h"
+#include "host/text/number_text.h"
+#include "host/text/point_text.h"
 #include "properties/handle_text.h"
-#include "properties/number_text.h"
-#include "properties/point_text.h"
 #include "properties/value_text.h"
 
 namespace vela::commands {
@@ -80,7 +80,7 @@ BasePoint basePoint(const QJsonObject& attributes, const std::vector<db::ObjectI
         if (value.isNull() || text.isEmpty()) {
             base.message = QStringLiteral("Invalid base point. Using calculated extents base point. ");
         } else {
-            const properties::PointText given = properties::ReadPointText(text);
+            const host::PointText given = host::ReadPointText(text);
             if (given.parts < 2) {
                 base.message = QStringLiteral(
                     "Base point requires at least X and Y coordinates. Using calculated extents base "
@@ -207,7 +207,7 @@ QJsonObject createBlock(host::CommandContext& context, const QJsonObject& attrib
         result.insert(QStringLiteral("handle"), properties::HandleText(referenceId));
         result.insert(QStringLiteral("blockDefinitionHandle"), properties::HandleText(blockId));
         result.insert(QStringLiteral("entityCount"), static_cast<int>(ids.size()));
-        result.insert(QStringLiteral("basePoint"), properties::PointToText(base.point));
+        result.insert(QStringLiteral("basePoint"), host::PointToText(base.point));
     } catch (const db::DbError& e) {
         // What was done before the failure (a definition added, entities copied) stays: the command is one
         // undo step, which takes it back as a whole.

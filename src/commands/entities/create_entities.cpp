@@ -13,9 +13,9 @@
 #include "db/geometry/plane.h"
 #include "host/command_context.h"
 #include "host/document.h"
+#include "host/text/number_text.h"
+#include "host/text/point_text.h"
 #include "properties/json_text.h"
-#include "properties/number_text.h"
-#include "properties/point_text.h"
 #include "properties/value_text.h"
 
 namespace vela::commands {
@@ -36,12 +36,12 @@ class EntityAttributes {
     /// A point given by `key`; nothing when it is missing or does not read.
     std::optional<db::Point3d> point(QLatin1StringView key) const {
         const std::optional<QString> t = text(key);
-        return t ? properties::ReadPointText(*t).point() : std::nullopt;
+        return t ? host::ReadPointText(*t).point() : std::nullopt;
     }
     /// A number given by `key`; nothing when it is missing or does not read.
     std::optional<double> number(QLatin1StringView key) const {
         const std::optional<QString> t = text(key);
-        return t ? properties::NumberFromText(*t) : std::nullopt;
+        return t ? host::NumberFromText(*t) : std::nullopt;
     }
     /// The array of `key` when its value is one or is a text holding one in JSON; nothing otherwise.
     std::optional<QJsonArray> array(QLatin1StringView key) const {
@@ -170,7 +170,7 @@ std::unique_ptr<db::Entity> makePolyline(const db::Database& database, const Ent
     for (qsizetype i = 0; i < points->size(); ++i) {
         const QJsonValue element = points->at(i);
         const std::optional<db::Point3d> p =
-            element.isString() ? properties::ReadPointText(element.toString()).point() : std::nullopt;
+            element.isString() ? host::ReadPointText(element.toString()).point() : std::nullopt;
         if (!p) return nullptr;
         // A lightweight polyline is flat: Z is checked and reported but the vertex keeps only X and Y. Widths
         // stay 0, which the polyline treats as "no width of its own".

@@ -7,16 +7,16 @@
 
 #include "commands/commands.h"
 #include "db/database.h"
-#include "db/value_checks.h"
 #include "db/support/support_path.h"
+#include "db/value_checks.h"
 #include "host/command_context.h"
 #include "host/document.h"
 #include "host/property_protocol/geometry_edits.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
+#include "host/text/number_text.h"
+#include "host/text/point_text.h"
 #include "properties/linescale_text.h"
 #include "properties/lineweight_text.h"
-#include "properties/number_text.h"
-#include "properties/point_text.h"
 #include "properties/requested_entities.h"
 #include "properties/transparency_text.h"
 #include "properties/value_text.h"
@@ -70,13 +70,13 @@ bool refused(Set&& set) {
 
 /// A finite number, or nothing: geometry that took an infinity or NaN could not be drawn or saved.
 std::optional<double> readNumber(const QString& text) {
-    return properties::NumberFromText(text);
+    return host::NumberFromText(text);
 }
 
 /// "x,y" or "x,y,z". With two parts the current z stays; a part that does not read counts as 0, so a point
 /// with a typo still lands somewhere predictable rather than being refused.
 std::optional<db::Point3d> readPoint(const QString& text, const db::Point3d& current) {
-    const properties::PointText p = properties::ReadPointText(text);
+    const host::PointText p = host::ReadPointText(text);
     if (p.parts < 2) return std::nullopt;
     return db::Point3d(p.x.value_or(0.0), p.y.value_or(0.0), p.parts > 2 ? p.z.value_or(0.0) : current.z);
 }
@@ -97,7 +97,7 @@ void applyGeometry(db::Entity& entity, const QString& name, const QString& value
             break;
         case host::GeometryValue::ScaleFactors: {
             // A part that does not read is 0, which the database refuses.
-            const properties::PointText p = properties::ReadPointText(value);
+            const host::PointText p = host::ReadPointText(value);
             const double x = p.x.value_or(0.0);
             edit->setPoint(entity, db::Point3d(x, p.parts > 1 ? p.y.value_or(0.0) : x,
                                                p.parts > 2 ? p.z.value_or(0.0) : x));
@@ -155,14 +155,13 @@ class PropertyApplier {
     }
 
     static void setColor(db::Entity& entity, const QString& text, ModifyResult& result) {
-        const properties::ColorParseResult parsed = properties::ParseColorText(text);
-        if (parsed.status != properties::ColorParseStatus::Ok) {
-            result.fail(properties::ColorParseErrorMessage(parsed.status, text));
+        const host::ColorParseResult parsed = host::ParseColorText(text);
+        if (parsed.status != host::ColorParseStatus::Ok) {
+            result.fail(host::ColorParseErrorMessage(parsed.status, text));
             return;
         }
         if (refused([&] { entity.setColor(parsed.color); }))
-            result.fail(
-                QStringLiteral("Error setting color to %1. ").arg(properties::ColorToText(parsed.color)));
+            result.fail(QStringLiteral("Error setting color to %1. ").arg(host::ColorToText(parsed.color)));
     }
 
     static bool setLinetypeByName(db::Entity& entity, const std::string& name) {

@@ -10,7 +10,7 @@
 #include "host/command_context.h"
 #include "host/document.h"
 #include "host/property_protocol/selection_engine.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 #include "properties/handle_text.h"
 #include "properties/property_value_text.h"
 #include "properties/value_text.h"
@@ -132,8 +132,8 @@ QJsonObject selectEntities(const QJsonDocument& query, host::CommandContext& con
                                           properties::ConvertPropertyValue(*property, c.value, database))
                                  .first;
                         // A value that does not read is reported once for the condition, not once per class.
-                        if (it->second.status != properties::ColorParseStatus::Ok && !reported) {
-                            errors.append(properties::ColorParseErrorMessage(it->second.status, c.value));
+                        if (it->second.status != host::ColorParseStatus::Ok && !reported) {
+                            errors.append(host::ColorParseErrorMessage(it->second.status, c.value));
                             reported = true;
                         }
                     }
@@ -203,8 +203,8 @@ QJsonObject selectEntities(const QJsonDocument& query, host::CommandContext& con
             }
             const properties::ConvertedValue converted =
                 properties::ConvertPropertyValue(*property, c.value, database);
-            if (converted.status != properties::ColorParseStatus::Ok)
-                errors.append(properties::ColorParseErrorMessage(converted.status, c.value));
+            if (converted.status != host::ColorParseStatus::Ok)
+                errors.append(host::ColorParseErrorMessage(converted.status, c.value));
             if (std::holds_alternative<std::monostate>(converted.value)) continue;
             item.property = property;
             item.op = static_cast<SearchOperator>(c.operatorCode);

@@ -1,12 +1,11 @@
 #include <QJsonArray>
 #include <cmath>
-#include <exception>
 #include <optional>
 
 #include "commands/commands.h"
 #include "db/database.h"
-#include "db/value_checks.h"
 #include "host/command_context.h"
+#include "host/entity_transform.h"
 #include "properties/requested_entities.h"
 
 namespace vela::commands {
@@ -119,40 +118,17 @@ TransformOutcome transformEntities(const QJsonDocument& request, host::CommandCo
 
     TransformOutcome outcome{true, {}};
     for (db::ObjectId id : ids) {
-        if (id.isNull()) continue;
-        // Failing to open covers every silent skip: erased objects, other objects than entities and entities
-        // on locked layers (which refuse to open for write).
-        auto entity = db::openObject<db::Entity>(id, db::OpenMode::ForWrite);
-        if (!entity) continue;
-        const std::unique_ptr<db::DbObject> before = entity->clone();
-        // What the entity owns (a polyline's vertices) moves with it and goes back with it.
-        std::vector<std::pair<db::ObjectId, std::unique_ptr<db::DbObject>>> followersBefore;
-        for (const db::ObjectId& f : entity->followers())
-            if (const db::DbObject* follower = f.peek()) followersBefore.emplace_back(f, follower->clone());
-        for (const db::Matrix3d& m : matrices) {
-            try {
-                if (entity->transformBy(m) != db::ErrorStatus::Ok) outcome.success = false;
-            } catch (const std::exception&) {
-                outcome.success = false;
-            }
-        }
-        std::string problem = db::describeBadValue(*entity);
-        for (const auto& [f, saved] : followersBefore)
-            if (problem.empty() && f.peek()) problem = db::describeBadValue(*f.peek());
-        if (problem.empty()) continue;
-        // Values that cannot be kept (overflowed coordinates, a collapsed axis): the entity goes back to how
-        // it was rather than being saved wrong.
-        entity->restoreContents(*before);
-        for (const auto& [f, saved] : followersBefore) {
-            auto follower = db::openObject<db::DbObject>(f, db::OpenMode::ForWrite,
-                                                         {.openErased = true, .openOnLockedLayer = true});
-            if (follower) follower->restoreContents(*saved);
-        }
+        // Entities that cannot be opened are skipped silently: erased objects, other objects than entities
+        // and entities on locked layers.
+        const host::EntityTransform done = host::transformEntity(id, matrices);
+        if (!done.opened) continue;
+        if (done.refused) outcome.success = false;
+        if (done.badValue.empty()) continue;
         outcome.success = false;
         if (outcome.error.isEmpty())
-            outcome.error =
-                QStringLiteral("Entity %1 would have been left with %2; it was not transformed")
-                    .arg(QString::fromStdString(entity->handle().toText()), QString::fromStdString(problem));
+            outcome.error = QStringLiteral("Entity %1 would have been left with %2; it was not transformed")
+                                .arg(QString::fromStdString(id.peek()->handle().toText()),
+                                     QString::fromStdString(done.badValue));
     }
     return outcome;
 }

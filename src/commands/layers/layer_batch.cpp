@@ -5,7 +5,7 @@
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
 #include "host/command_context.h"
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 #include "properties/lineweight_text.h"
 #include "properties/value_text.h"
 
@@ -70,8 +70,8 @@ QJsonObject RunLayerBatch(const QJsonDocument& request, host::CommandContext& co
 
 QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const QJsonValue& value) {
     const QString text = properties::PlainText(value);
-    const properties::ColorParseResult parsed = properties::ParseColorText(text);
-    if (parsed.status == properties::ColorParseStatus::Ok) {
+    const host::ColorParseResult parsed = host::ParseColorText(text);
+    if (parsed.status == host::ColorParseStatus::Ok) {
         // A layer's color is what ByLayer means: it cannot itself be ByLayer or ByBlock (index 256 or 0).
         const int index = parsed.color.colorIndex();
         if (!parsed.color.isByColor() && (index < 1 || index > 255))
@@ -83,7 +83,7 @@ QString ApplyLayerColor(db::LayerTableRecord& layer, const QString& name, const 
     }
     // The parser's own message already ends in ". "; the page has always received the doubled stop.
     return QStringLiteral("Color parsing for Layer '%1' failed. %2. ")
-        .arg(name, properties::ColorParseErrorMessage(parsed.status, text));
+        .arg(name, host::ColorParseErrorMessage(parsed.status, text));
 }
 
 void ApplyLayerLineWeight(db::LayerTableRecord& layer, const QJsonValue& value) {

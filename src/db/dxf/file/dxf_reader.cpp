@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <set>
 #include <unordered_map>
@@ -975,6 +976,11 @@ void Loader::applyHeader() {
         db_->setCurrentLineWeight(static_cast<LineWeight>(static_cast<int>(d)));
     if (number(value("$CELTSCALE", 40), d) && d > 0) db_->setCurrentLinetypeScale(d);
     if (number(value("$LTSCALE", 40), d) && d > 0) db_->setLinetypeScale(d);
+    if (number(value("$TEXTSIZE", 40), d) && d > 0 && std::isfinite(d))
+        db_->setTextSize(d);
+    else if (db_->measurement() == MeasurementSystem::Imperial)
+        db_->setTextSize(0.2);
+    if (number(value("$INSUNITS", 70), d) && d >= 0 && d <= 24) db_->setInsertionUnits(static_cast<int>(d));
     // Handles once given and since freed (an object created and taken back) are not handed out again. A seed
     // near the end of the handle range would leave no room for new objects: such a seed is not taken.
     if (const std::string* v = value("$HANDSEED", 5))

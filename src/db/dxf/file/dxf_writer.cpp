@@ -84,6 +84,8 @@ private:
             {"$CELWEIGHT", {{370, std::to_string(static_cast<int>(db_.currentLineWeight()))}}},
             {"$CELTSCALE", {{40, number(db_.currentLinetypeScale())}}},
             {"$LTSCALE", {{40, number(db_.linetypeScale())}}},
+            {"$TEXTSIZE", {{40, number(db_.textSize())}}},
+            {"$INSUNITS", {{70, std::to_string(db_.insertionUnits())}}},
         };
         auto write = [&](const std::string& var, const std::vector<DxfTag>& groups) {
             tags_.writeString(9, var);

@@ -7,7 +7,7 @@
 
 #include "db/geometry/vector.h"
 
-namespace vela::properties {
+namespace vela::host {
 
 /// Reads one decimal number the way the assistant writes them: C locale, "." as decimal point, blanks around
 /// it allowed, an optional sign, an optional exponent. Empty text, any other character and values that are
@@ -30,4 +30,4 @@ void AppendShortestNumber(QByteArray& out, double value);
 void AppendSixDigitNumber(QByteArray& out, double value);
 void AppendPointText(QByteArray& out, const db::Point3d& point);
 
-}  // namespace vela::properties
+}  // namespace vela::host

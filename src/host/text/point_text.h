@@ -5,7 +5,7 @@
 
 #include "db/geometry/vector.h"
 
-namespace vela::properties {
+namespace vela::host {
 
 /// A point as requests write it: numbers joined by commas, "x,y" or "x,y,z" (parts after the third are
 /// ignored). Each command decides what a short or unreadable text means for it, so the reader keeps the
@@ -21,4 +21,9 @@ struct PointText {
 
 PointText ReadPointText(QStringView text);
 
-}  // namespace vela::properties
+/// A point as a CAD user types it on the command line: "x,y" or "x,y,z" absolute, "@dx,dy[,dz]" relative to
+/// `last`, "@" alone for `last` itself, "dist<angle" and "@dist<angle" in polar form (angle in degrees,
+/// counter- clockwise from the X axis). Nothing for any other text.
+std::optional<db::Point3d> ReadCommandLinePoint(QStringView text, const db::Point3d& last);
+
+}  // namespace vela::host

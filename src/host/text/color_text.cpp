@@ -1,8 +1,8 @@
-#include "properties/color_text.h"
+#include "host/text/color_text.h"
 
 #include <QRegularExpression>
 
-namespace vela::properties {
+namespace vela::host {
 
 namespace {
 
@@ -114,4 +114,39 @@ QString ColorToText(db::Color color) {
     return QStringLiteral("RGB(%1,%2,%3)").arg(color.red()).arg(color.green()).arg(color.blue());
 }
 
-}  // namespace vela::properties
+}  // namespace vela::host
+
+namespace vela::host {
+
+std::optional<db::Color> ReadCommandLineColor(const QString& typed) {
+    const QString text = typed.trimmed();
+    if (text.compare(QLatin1String("bylayer"), Qt::CaseInsensitive) == 0) return db::Color::byLayer();
+    if (text.compare(QLatin1String("byblock"), Qt::CaseInsensitive) == 0) return db::Color::byBlock();
+    static const char* const names[] = {"red", "yellow", "green", "cyan", "blue", "magenta", "white"};
+    for (int i = 0; i < 7; ++i)
+        if (text.compare(QLatin1String(names[i]), Qt::CaseInsensitive) == 0)
+            return db::Color::fromIndex(static_cast<std::uint8_t>(i + 1));
+    bool isIndex = false;
+    const int index = text.toInt(&isIndex);
+    if (isIndex)
+        return index >= 1 && index <= 255
+                   ? std::optional(db::Color::fromIndex(static_cast<std::uint8_t>(index)))
+                   : std::nullopt;
+    // The page's reader wants the closing parenthesis of a triple; a user types the numbers alone.
+    const QString request = text.startsWith(QLatin1Char('#')) || text.endsWith(QLatin1Char(')'))
+                                ? text
+                                : QLatin1Char('(') + text + QLatin1Char(')');
+    const ColorParseResult parsed = ParseColorText(request);
+    if (parsed.status != ColorParseStatus::Ok) return std::nullopt;
+    return parsed.color;
+}
+
+QString CommandLineColorText(db::Color color) {
+    if (color.isByLayer()) return QStringLiteral("BYLAYER");
+    if (color.isByBlock()) return QStringLiteral("BYBLOCK");
+    if (color.method() == db::ColorMethod::ByAci) return QString::number(color.colorIndex());
+    const std::uint32_t rgb = color.rgb();
+    return QStringLiteral("%1,%2,%3").arg(rgb >> 16 & 0xFF).arg(rgb >> 8 & 0xFF).arg(rgb & 0xFF);
+}
+
+}  // namespace vela::host

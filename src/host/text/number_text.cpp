@@ -1,4 +1,4 @@
-#include "properties/number_text.h"
+#include "host/text/number_text.h"
 
 #include <fast_float/fast_float.h>
 
@@ -6,7 +6,7 @@
 #include <charconv>
 #include <cmath>
 
-namespace vela::properties {
+namespace vela::host {
 namespace {
 
 // Long enough for any shortest double ("-2.2250738585072014e-308") and for a plain notation of up to 16
@@ -94,4 +94,4 @@ QString PointToText(const db::Point3d& point) {
     return QString::fromLatin1(text);
 }
 
-}  // namespace vela::properties
+}  // namespace vela::host

@@ -2,10 +2,11 @@
 
 #include <QString>
 #include <cstdint>
+#include <optional>
 
 #include "db/color.h"
 
-namespace vela::properties {
+namespace vela::host {
 
 /// Why a color text was not understood. The numbers are part of the contract with the assistant page.
 enum class ColorParseStatus : std::int32_t {
@@ -38,4 +39,13 @@ QString ColorParseErrorMessage(ColorParseStatus status, const QString& text);
 /// for reading in reports and is deliberately not accepted back by ParseColorText.
 QString ColorToText(db::Color color);
 
-}  // namespace vela::properties
+/// A color as a CAD user types it on the command line: "ByLayer", "ByBlock", a palette index 1..255, one of
+/// the seven color names ("red", "yellow", "green", "cyan", "blue", "magenta", "white"), a true color "r,g,b"
+/// or
+/// "#RRGGBB". Nothing for any other text.
+std::optional<db::Color> ReadCommandLineColor(const QString& text);
+
+/// The color as the command line shows it: "BYLAYER", "BYBLOCK", the index, or "r,g,b".
+QString CommandLineColorText(db::Color color);
+
+}  // namespace vela::host
