@@ -58,7 +58,7 @@ int changeLayers(CommandContext& context, const QString& question,
                  const std::function<bool(LayerTableRecord&)>& allowed = {}) {
     UserIO& io = context.userIO();
     QString list;
-    if (io.getText(Prompt(question), true, list) != RTNORM) return RTCAN;
+    if (io.getText(Prompt(question), false, list) != RTNORM) return RTCAN;
     const std::vector<db::ObjectId> ids = layersNamed(*context.database(), list);
     if (ids.empty()) io.message(QStringLiteral("No matching layer names found."));
     for (db::ObjectId id : ids) {
@@ -106,7 +106,7 @@ int layerCommand(CommandContext& context) {
                     Prompt(make ? QStringLiteral("Enter name for new layer (becomes the current layer)")
                                 : QStringLiteral("Enter layer name to make current"))
                         .withDefault(nameOf(*current())),
-                    true, name) != RTNORM)
+                    false, name) != RTNORM)
                 return RTCAN;
             name = name.trimmed();
             db::ObjectId id = db.layerTable()->getAt(name.toStdString());
@@ -121,7 +121,7 @@ int layerCommand(CommandContext& context) {
             if (!error.isEmpty()) io.message(error);
         } else if (option == QLatin1String("New")) {
             QString list;
-            if (io.getText(Prompt(QStringLiteral("Enter name list for new layer(s)")), true, list) != RTNORM)
+            if (io.getText(Prompt(QStringLiteral("Enter name list for new layer(s)")), false, list) != RTNORM)
                 return RTCAN;
             for (const QString& part : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
                 const QString name = part.trimmed();
