@@ -18,6 +18,9 @@ namespace {
 
 thread_local PickFirst* g_current = nullptr;
 
+// As for every question: a front end that keeps answering what cannot be read is not asked forever.
+constexpr int kMaxInvalid = 200;
+
 db::LayerTableRecord* layerOf(const db::Entity& e) {
     return db::objectCast<db::LayerTableRecord>(e.layerId().peek());
 }
@@ -170,7 +173,7 @@ int selectObjects(CommandContext& context, std::vector<db::ObjectId>& ids, const
         apply(*first, false);
     } else {
         bool removing = false;
-        for (;;) {
+        for (int invalid = 0;;) {
             QString answer;
             const int r = io.getText(Prompt(removing ? QStringLiteral("Remove objects") : prompt).orNone(),
                                      false, answer);
@@ -222,7 +225,7 @@ int selectObjects(CommandContext& context, std::vector<db::ObjectId>& ids, const
 int pickObject(CommandContext& context, const Prompt& prompt, db::ObjectId& id) {
     if (!haveDrawing(context)) return RTERROR;
     UserIO& io = context.userIO();
-    for (;;) {
+    for (int invalid = 0; invalid < kMaxInvalid; ++invalid) {
         QString answer;
         const int r = io.getText(prompt, false, answer);
         if (r != RTNORM) return r;
@@ -233,6 +236,7 @@ int pickObject(CommandContext& context, const Prompt& prompt, db::ObjectId& id) 
         io.message(QStringLiteral("*Invalid selection*"));
         io.message(QStringLiteral("Expects the handle of an entity of this space, or Last"));
     }
+    return RTCAN;
 }
 
 }  // namespace vela::host::commands
