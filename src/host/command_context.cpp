@@ -59,13 +59,15 @@ int UserIO::next(const Prompt& prompt, bool wantsPoint, bool allowSpaces, InputA
     return RTNORM;
 }
 
-std::optional<int> UserIO::enterAnswer(const Prompt& prompt, InputAnswer& answer) const {
+int UserIO::take(const Prompt& prompt, bool wantsPoint, bool allowSpaces, InputAnswer& answer) {
+    if (next(prompt, wantsPoint, allowSpaces, answer) != RTNORM) return RTCAN;
+    if (answer.point || !answer.text.isEmpty()) return RTNORM;
+    // Enter: the default, read as if typed; RTNONE where allowed; otherwise the question again.
     if (!prompt.defaultText.isEmpty()) {
         answer.text = prompt.defaultText;
-        return std::nullopt;
+        return RTNORM;
     }
-    if (prompt.allowNone) return RTNONE;
-    return RTERROR;  // asked again
+    return prompt.allowNone ? RTNONE : kAskAgain;
 }
 
 bool UserIO::matchKeyword(const Prompt& prompt, const QString& typed) {
@@ -89,22 +91,19 @@ bool UserIO::numberInRange(const Prompt& prompt, double value) const {
     return false;
 }
 
-// Each reader below: take an answer; Enter gives the default (read as if typed), RTNONE or another try; a
-// keyword wins over a value only when the text is not a value; anything else is refused and asked again.
+// Each reader below: take an answer (Enter gives the default, RTNONE or another try); a keyword wins over a
+// value only when the text is not a value; anything else is refused and asked again.
 
 int UserIO::getPoint(const Prompt& prompt, db::Point3d& point) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, true, false, answer) != RTNORM) return RTCAN;
+        if (const int t = take(prompt, true, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
+        }
         if (answer.point) {
             point = *answer.point;
         } else {
-            if (answer.text.isEmpty()) {
-                if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                    if (*r != RTERROR) return *r;
-                    continue;
-                }
-            }
             const std::optional<db::Point3d> p = ReadCommandLinePoint(answer.text, lastPoint());
             if (!p) {
                 if (matchKeyword(prompt, answer.text)) return RTKWORD;
@@ -124,12 +123,9 @@ int UserIO::getPoint(const Prompt& prompt, db::Point3d& point) {
 int UserIO::getDistance(const Prompt& prompt, double& distance) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, true, false, answer) != RTNORM) return RTCAN;
-        if (!answer.point && answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, true, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         std::optional<double> value;
         if (!answer.point) value = NumberFromText(answer.text);
@@ -165,12 +161,9 @@ int UserIO::getDistance(const Prompt& prompt, double& distance) {
 int UserIO::getAngle(const Prompt& prompt, double& radians) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, true, false, answer) != RTNORM) return RTCAN;
-        if (!answer.point && answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, true, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         if (!answer.point) {
             QStringView text = QStringView(answer.text).trimmed();
@@ -204,12 +197,9 @@ int UserIO::getAngle(const Prompt& prompt, double& radians) {
 int UserIO::getReal(const Prompt& prompt, double& value) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, false, false, answer) != RTNORM) return RTCAN;
-        if (answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, false, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         if (const std::optional<double> v = NumberFromText(answer.text)) {
             if (!numberInRange(prompt, *v)) {
@@ -228,12 +218,9 @@ int UserIO::getReal(const Prompt& prompt, double& value) {
 int UserIO::getInteger(const Prompt& prompt, int& value) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, false, false, answer) != RTNORM) return RTCAN;
-        if (answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, false, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         bool ok = false;
         const int v = answer.text.trimmed().toInt(&ok);
@@ -254,12 +241,9 @@ int UserIO::getInteger(const Prompt& prompt, int& value) {
 int UserIO::getKeyword(const Prompt& prompt) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, false, false, answer) != RTNORM) return RTCAN;
-        if (answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, false, false, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         if (matchKeyword(prompt, answer.text)) return RTKWORD;
         ++refusals_;
@@ -270,12 +254,9 @@ int UserIO::getKeyword(const Prompt& prompt) {
 int UserIO::getText(const Prompt& prompt, bool allowSpaces, QString& text) {
     for (;;) {
         InputAnswer answer;
-        if (next(prompt, false, allowSpaces, answer) != RTNORM) return RTCAN;
-        if (answer.text.isEmpty()) {
-            if (const std::optional<int> r = enterAnswer(prompt, answer)) {
-                if (*r != RTERROR) return *r;
-                continue;
-            }
+        if (const int t = take(prompt, false, allowSpaces, answer); t != RTNORM) {
+            if (t == kAskAgain) continue;
+            return t;
         }
         if (!prompt.keywords.isEmpty() && matchKeyword(prompt, answer.text)) return RTKWORD;
         text = answer.text;

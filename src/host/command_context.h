@@ -91,8 +91,10 @@ public:
 private:
   /// The next answer, queued or from the user. RTNORM or RTCAN.
   int next(const Prompt& prompt, bool wantsPoint, bool allowSpaces, InputAnswer& answer);
-  /// Enter: the default (as if typed), RTNONE, or empty when the question is to be asked again.
-  std::optional<int> enterAnswer(const Prompt& prompt, InputAnswer& answer) const;
+  /// The next answer with Enter settled: RTNORM (an answer to read, the default if Enter), RTNONE, RTCAN, or
+  /// kAskAgain.
+  int take(const Prompt& prompt, bool wantsPoint, bool allowSpaces, InputAnswer& answer);
+  static constexpr int kAskAgain = 0;
   bool matchKeyword(const Prompt& prompt, const QString& text);
   bool numberInRange(const Prompt& prompt, double value) const;
   void refuse(const QString& why) const { message(why); }
