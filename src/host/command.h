@@ -19,6 +19,8 @@ public:
     virtual int execute(CommandContext& context) = 0;
     /// False for commands that work on undo itself (UNDO, REDO, U): they run outside any undo group.
     virtual bool runsInUndoGroup() const { return true; }
+    /// True for commands that read or write files (SAVE): a sandboxed program may not run them.
+    virtual bool touchesFiles() const { return false; }
 };
 
 }  // namespace vela::host

@@ -38,7 +38,10 @@ QString Prompt::text() const {
 int UserIO::next(const Prompt& prompt, bool wantsPoint, bool allowSpaces, InputAnswer& answer) {
     if (refusals_ >= kMaxRefusals) return RTCAN;
     answer = InputAnswer{};
-    if (!queued_.isEmpty()) {
+    // A program's pause ("\\" queued) hands this question to the user.
+    if (!queued_.isEmpty() && queued_.front() == QLatin1String("\\"))
+        queued_.removeFirst();
+    else if (!queued_.isEmpty()) {
         // A queued answer is one answer: a program gives "1.5, -2" as one point. Only a text that takes no
         // blanks ends at one, as a typed word does.
         answer.text = queued_.takeFirst();

@@ -52,7 +52,8 @@ QStringList CommandStack::globalNames() const {
     return names;
 }
 
-int CommandStack::run(const QString& name, const QStringList& args, UserInputSource& input) {
+int CommandStack::run(const QString& name, const QStringList& args, UserInputSource& input,
+                      QStringList* unused) {
     Command* command = lookup(name);
     if (!command) return RTERROR;
     Document* document = documents_.activeDocument();
@@ -83,6 +84,7 @@ int CommandStack::run(const QString& name, const QStringList& args, UserInputSou
         return RTERROR;
     }
     --depth_;
+    if (unused) *unused = io.remaining();
     // The command may have closed its own document.
     if (grouped && documents_.documentOf(database)) {
         // Cancelled: the drawing is left as it was and no step is kept.

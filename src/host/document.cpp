@@ -3,11 +3,19 @@
 #include <QFileInfo>
 
 #include "db/records/block_table_record.h"
+#include "host/lisp/interpreter.h"
 
 namespace vela::host {
 
 Document::Document(std::unique_ptr<db::Database> database, QString path)
     : database_(std::move(database)), path_(std::move(path)) {}
+
+Document::~Document() = default;
+
+lisp::Interpreter& Document::lisp() {
+    if (!lisp_) lisp_ = std::make_unique<lisp::Interpreter>(this);
+    return *lisp_;
+}
 
 db::ObjectId Document::activeSpaceId() const {
     return activeSpace_.isValid() ? activeSpace_ : database_->modelSpaceId();

@@ -10,11 +10,16 @@
 
 namespace vela::host {
 
+namespace lisp {
+class Interpreter;
+}
+
 /// An open drawing: its database, the file it came from, what is selected and what is in view. Undo lives in
 /// the database.
 class Document {
 public:
     Document(std::unique_ptr<db::Database> database, QString path);
+    ~Document();
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
 
@@ -39,6 +44,8 @@ public:
     std::vector<db::ObjectId>& previousSelection() { return previousSelection_; }
     /// Undo counts marked with UNDO Mark, newest last, for UNDO Back.
     std::vector<std::size_t>& undoMarks() { return undoMarks_; }
+    /// The document's LISP: the globals its programs set stay for the next evaluation in this drawing.
+    lisp::Interpreter& lisp();
 
   private:
     std::unique_ptr<db::Database> database_;
@@ -49,6 +56,7 @@ public:
     std::vector<db::ObjectId> previousSelection_;
     std::vector<std::size_t> undoMarks_;
     db::ObjectId activeSpace_;
+    std::unique_ptr<lisp::Interpreter> lisp_;  // made when first used
 };
 
 }  // namespace vela::host

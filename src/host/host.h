@@ -11,6 +11,7 @@
 #include "host/debug_settings.h"
 #include "host/document_manager.h"
 #include "host/editor.h"
+#include "host/lisp/limits.h"
 #include "host/message_sink.h"
 #include "host/module_loader.h"
 #include "host/system_variables.h"
@@ -70,6 +71,8 @@ public:
     Editor& editor() { return editor_; }
     ModuleLoader& modules() { return *modules_; }
     SystemVariables& variables() { return variables_; }
+    /// The limits of LISP evaluations, and whether programs may run commands that touch files.
+    lisp::EvaluationSettings& lispSettings() { return lispSettings_; }
     /// True when the host runs under its automated test framework.
     bool isTestFrameworkMode() const { return testFrameworkMode_; }
     void setTestFrameworkMode(bool on) { testFrameworkMode_ = on; }
@@ -85,6 +88,7 @@ private:
     SystemServices services_{documents_, commands_};
     Editor editor_;
     SystemVariables variables_;
+    lisp::EvaluationSettings lispSettings_;
     // The host's own drawing commands (LINE, MOVE, UNDO, ...), registered before any module's.
     std::vector<std::unique_ptr<Command>> ownCommands_;
     std::unique_ptr<ModuleLoader> modules_;

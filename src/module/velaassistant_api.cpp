@@ -77,6 +77,11 @@ void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, ho
     response = run(commands::kSummarizeEntities, request, context);
 }
 
+void CJxVelaAssistantAPIImpl::EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
+                                           QJsonObject& response) {
+    response = run(tracking::kEvaluateLisp, request, context);
+}
+
 void CJxVelaAssistantAPIImpl::GetChangesInfo(host::CommandContext* context, QJsonObject& response) {
     // Without a context there is no drawing to ask about, and nothing is taken from the tracker.
     if (!context) {

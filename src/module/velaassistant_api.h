@@ -42,6 +42,9 @@ class CJxVelaAssistantAPI {
     virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
     virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                                    QJsonObject& response) = 0;
+    /// Evaluates the request's "lispQuery" in the context's drawing: its printed result and what it changed.
+    virtual void EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
+                              QJsonObject& response) = 0;
     /// What changed in the context's drawing since the last report.
     virtual void GetChangesInfo(host::CommandContext* context, QJsonObject& response) = 0;
 };
@@ -85,6 +88,8 @@ class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {
     void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
     void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                            QJsonObject& response) override;
+    void EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
+                      QJsonObject& response) override;
     void GetChangesInfo(host::CommandContext* context, QJsonObject& response) override;
 };
 

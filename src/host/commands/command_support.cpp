@@ -18,20 +18,38 @@ struct Row {
     const char* name;
     HostCommand::Body body;
     bool inUndoGroup = true;
+    bool touchesFiles = false;
 };
 
 // The host's own commands, in the order HELP lists them. UNDO, U and REDO work on undo itself and so run
-// outside any undo group.
+// outside any undo group; SAVE and QSAVE write files, which sandboxed programs may not.
 const Row kRows[] = {
-    {"LINE", lineCommand},        {"CIRCLE", circleCommand},       {"ARC", arcCommand},
-    {"PLINE", plineCommand},      {"ELLIPSE", ellipseCommand},     {"POINT", pointCommand},
-    {"TEXT", textCommand},        {"RECTANG", rectangCommand},     {"ERASE", eraseCommand},
-    {"MOVE", moveCommand},        {"COPY", copyCommand},           {"ROTATE", rotateCommand},
-    {"SCALE", scaleCommand},      {"MIRROR", mirrorCommand},       {"OFFSET", offsetCommand},
-    {"EXPLODE", explodeCommand},  {"MATCHPROP", matchpropCommand}, {"-LAYER", layerCommand},
-    {"ZOOM", zoomCommand},        {"UNDO", undoCommand, false},    {"U", uCommand, false},
-    {"REDO", redoCommand, false}, {"SAVE", saveCommand},           {"QSAVE", qsaveCommand},
-    {"SETVAR", setvarCommand},    {"GETVAR", getvarCommand},
+    {"LINE", lineCommand},
+    {"CIRCLE", circleCommand},
+    {"ARC", arcCommand},
+    {"PLINE", plineCommand},
+    {"ELLIPSE", ellipseCommand},
+    {"POINT", pointCommand},
+    {"TEXT", textCommand},
+    {"RECTANG", rectangCommand},
+    {"ERASE", eraseCommand},
+    {"MOVE", moveCommand},
+    {"COPY", copyCommand},
+    {"ROTATE", rotateCommand},
+    {"SCALE", scaleCommand},
+    {"MIRROR", mirrorCommand},
+    {"OFFSET", offsetCommand},
+    {"EXPLODE", explodeCommand},
+    {"MATCHPROP", matchpropCommand},
+    {"-LAYER", layerCommand},
+    {"ZOOM", zoomCommand},
+    {"UNDO", undoCommand, false},
+    {"U", uCommand, false},
+    {"REDO", redoCommand, false},
+    {"SAVE", saveCommand, true, true},
+    {"QSAVE", qsaveCommand, true, true},
+    {"SETVAR", setvarCommand},
+    {"GETVAR", getvarCommand},
 };
 
 }  // namespace
@@ -50,7 +68,7 @@ int HostCommand::execute(CommandContext& context) {
 std::vector<std::unique_ptr<Command>> addDrawingCommands(CommandStack& stack) {
     std::vector<std::unique_ptr<Command>> made;
     for (const Row& row : kRows) {
-        made.push_back(std::make_unique<HostCommand>(row.name, row.body, row.inUndoGroup));
+        made.push_back(std::make_unique<HostCommand>(row.name, row.body, row.inUndoGroup, row.touchesFiles));
         stack.addCommand(made.back().get());
     }
     return made;

@@ -21,18 +21,20 @@ namespace vela::host::commands {
 class HostCommand : public Command {
   public:
     using Body = int (*)(CommandContext&);
-    HostCommand(const char* name, Body body, bool inUndoGroup = true)
-        : name_(name), body_(body), inUndoGroup_(inUndoGroup) {}
+    HostCommand(const char* name, Body body, bool inUndoGroup = true, bool touchesFiles = false)
+        : name_(name), body_(body), inUndoGroup_(inUndoGroup), touchesFiles_(touchesFiles) {}
     QString globalName() const override { return QString::fromLatin1(name_); }
     QString localName() const override;
     QString groupName() const override { return QStringLiteral("ACAD"); }
     int execute(CommandContext& context) override;
     bool runsInUndoGroup() const override { return inUndoGroup_; }
+    bool touchesFiles() const override { return touchesFiles_; }
 
   private:
     const char* name_;
     Body body_;
     bool inUndoGroup_;
+    bool touchesFiles_;
 };
 
 /// Makes the host's drawing commands and adds them to `stack`; the caller keeps them alive.

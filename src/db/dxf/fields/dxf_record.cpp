@@ -1,9 +1,15 @@
 #include "db/dxf/fields/dxf_record.h"
 
+#include <charconv>
 #include <string_view>
 
+#include "db/database.h"
+#include "db/dxf/fields/dxf_input.h"
+#include "db/dxf/tags/group_code.h"
+#include "db/entity.h"
 #include "db/raw_object.h"
 #include "db/records/layer_table_record.h"
+#include "db/rx_class.h"
 
 namespace vela::db {
 
@@ -42,6 +48,70 @@ void writeDxfRecord(const DbObject& o, DxfOutput& out, bool withType) {
     }
     if (const ObjectExtras* x = o.extras())
         for (const DxfTag& t : x->xdata) out.writeRaw(t.code, t.value);
+}
+
+namespace {
+
+bool groupValueFits(const DxfTag& t) {
+    if (t.code == 100) return true;
+    const dxf::ValueType type = dxf::valueTypeOf(t.code);
+    if (type == dxf::ValueType::Unknown || type == dxf::ValueType::Comment) return false;
+    const char* begin = t.value.data();
+    const char* end = begin + t.value.size();
+    while (begin < end && *begin == ' ') ++begin;
+    if (dxf::isInteger(type)) {
+        std::int64_t v = 0;
+        return std::from_chars(begin, end, v).ptr == end && begin != end;
+    }
+    if (dxf::isFloating(type)) {
+        double v = 0;
+        return std::from_chars(begin, end, v).ptr == end && begin != end;
+    }
+    if (type == dxf::ValueType::Handle) return Handle::fromText(t.value).has_value();
+    return t.value.find_first_of("\r\n") == std::string::npos;
+}
+
+}  // namespace
+
+std::unique_ptr<DbObject> makeDxfRecord(Database* database, std::string_view type,
+                                        const std::vector<DxfTag>& groups, std::vector<std::string>& errors) {
+    const RxClass* cls = RxRegistry::findByDxfName(type);
+    if (!cls) return nullptr;
+    DxfInput in(database);
+    std::size_t xdataFrom = groups.size();
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        if (groups[i].code >= 1000) {
+            xdataFrom = i;
+            break;
+        }
+        in.addGroup(groups[i].code, groups[i].value, i + 1);
+    }
+    std::unique_ptr<DbObject> object = createObject<DbObject>(cls->refine(in));
+    if (!object) return nullptr;
+    object->dxfInFields(in);
+    in.finish();
+    // A group list leaves out what has its default, as files do: no linetype is ByLayer.
+    if (auto* entity = objectCast<Entity>(object.get()); entity && database && entity->linetypeId().isNull())
+        entity->setLinetypeId(database->linetypeByLayerId());
+    errors.insert(errors.end(), in.errors().begin(), in.errors().end());
+    // Groups the class does not model are kept and written back, as from a file, when their values are what
+    // their codes carry; others would make the file unreadable and are left out.
+    std::vector<DxfTag> kept;
+    for (DxfTag& t : in.unusedGroups()) {
+        if (groupValueFits(t)) {
+            kept.push_back(std::move(t));
+        } else {
+            errors.push_back("group " + std::to_string(t.code) + " ('" + t.value.substr(0, 40) +
+                             "') is not a value of its code and is left out");
+        }
+    }
+    std::vector<DxfTag> xdata(groups.begin() + static_cast<std::ptrdiff_t>(xdataFrom), groups.end());
+    if (!kept.empty() || !xdata.empty()) {
+        ObjectExtras& extras = object->editExtras();
+        extras.keptTags = std::move(kept);
+        extras.xdata = std::move(xdata);
+    }
+    return object;
 }
 
 }  // namespace vela::db
