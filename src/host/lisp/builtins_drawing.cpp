@@ -9,6 +9,7 @@
 #include "db/entity.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
+#include "db/records/simple_records.h"
 #include "db/symbol_table.h"
 #include "host/command.h"
 #include "host/command_stack.h"
@@ -378,6 +379,18 @@ Value tblnext(Interpreter& l, Args& a) {
     return recordList(l, *static_cast<db::SymbolTableRecord*>(ids[std::size_t(position++)].peek()), name);
 }
 
+// Registers an application name for extended data: the name, or nil when it is registered already or is
+// no valid name.
+Value regapp(Interpreter& l, Args& a) {
+    db::Database* db = database(l);
+    const std::string name = text(a[0]).toStdString();
+    if (!db || !db::isValidSymbolName(name) || name.find('|') != std::string::npos) return {};
+    if (db->addRecord(db->regAppTableId(), std::make_unique<db::RegAppTableRecord>(name)) !=
+        db::ErrorStatus::Ok)
+        return {};
+    return a[0];
+}
+
 // ---- System variables ----
 
 Value variableValue(const VariableValue& v) {
@@ -513,6 +526,7 @@ void addDrawingBuiltins(Interpreter& l) {
     l.define("TBLSEARCH", tblsearch, 2, 3);
     l.define("TBLNEXT", tblnext, 1, 2);
     l.define("TBLOBJNAME", tblobjname, 2, 2);
+    l.define("REGAPP", regapp, 1, 1);
     l.define("GETVAR", getvar, 1, 1);
     l.define("SETVAR", setvar, 2, 2);
     l.define("COMMAND", command, 0, -1);

@@ -13,6 +13,7 @@
 #include "host/lisp/group_list.h"
 #include "host/lisp/interpreter.h"
 #include "host/lisp/printer.h"
+#include "host/text/wildcard.h"
 
 namespace vela::host::lisp {
 
@@ -20,13 +21,15 @@ namespace {
 
 enum class Shape { Text, Integer, Real, Point };
 
-// A property: the group that holds it, and its value when the entity leaves the group out.
+// A property: the group that holds it, its value when the entity leaves the group out, and the record types
+// that have it (null: every entity).
 struct Property {
     const char* name;
     int code;
     Shape shape;
     double absent;  // for numbers
     const char* absentText;
+    const char* types = nullptr;
 };
 
 constexpr std::array<Property, 15> kProperties = {{
@@ -35,16 +38,16 @@ constexpr std::array<Property, 15> kProperties = {{
     {"Color", 62, Shape::Integer, 256, nullptr},
     {"Lineweight", 370, Shape::Integer, -1, nullptr},
     {"LinetypeScale", 48, Shape::Real, 1, nullptr},
-    {"StartPoint", 10, Shape::Point, 0, nullptr},
-    {"EndPoint", 11, Shape::Point, 0, nullptr},
-    {"Center", 10, Shape::Point, 0, nullptr},
-    {"InsertionPoint", 10, Shape::Point, 0, nullptr},
-    {"Radius", 40, Shape::Real, 0, nullptr},
-    {"Height", 40, Shape::Real, 0, nullptr},
-    {"TextString", 1, Shape::Text, 0, ""},
-    {"Rotation", 50, Shape::Real, 0, nullptr},
-    {"StartAngle", 50, Shape::Real, 0, nullptr},
-    {"EndAngle", 51, Shape::Real, 0, nullptr},
+    {"StartPoint", 10, Shape::Point, 0, nullptr, "LINE"},
+    {"EndPoint", 11, Shape::Point, 0, nullptr, "LINE"},
+    {"Center", 10, Shape::Point, 0, nullptr, "CIRCLE,ARC,ELLIPSE"},
+    {"InsertionPoint", 10, Shape::Point, 0, nullptr, "TEXT,MTEXT,INSERT,ATTRIB,ATTDEF"},
+    {"Radius", 40, Shape::Real, 0, nullptr, "CIRCLE,ARC"},
+    {"Height", 40, Shape::Real, 0, nullptr, "TEXT,MTEXT,ATTRIB,ATTDEF"},
+    {"TextString", 1, Shape::Text, 0, "", "TEXT,MTEXT,ATTRIB,ATTDEF"},
+    {"Rotation", 50, Shape::Real, 0, nullptr, "TEXT,MTEXT,INSERT,ATTRIB,ATTDEF"},
+    {"StartAngle", 50, Shape::Real, 0, nullptr, "ARC"},
+    {"EndAngle", 51, Shape::Real, 0, nullptr, "ARC"},
 }};
 
 [[noreturn]] void unknownName(const QString& name) {
@@ -69,6 +72,10 @@ Value groupValue(const Value& groups, int code) {
         if (pair->car.integer() == code) return pair->cdr;
     }
     return {};
+}
+
+bool hasProperty(const Property& p, const Value& groups) {
+    return !p.types || WildcardMatch(text(groupValue(groups, 0)), QString::fromLatin1(p.types));
 }
 
 QString propertyName(const Value& v) {
@@ -126,10 +133,8 @@ Value getProperty(Interpreter& l, const Value& object, const QString& name) {
     const Property* p = findProperty(name);
     if (!p) return derived(l, *id.peek(), name);
     const Value groups = groupList(l, *id.peek());
-    // A property the entity's type does not have: its group is not there.
+    if (!hasProperty(*p, groups)) unknownName(name);
     Value v = groupValue(groups, p->code);
-    const bool general = p->code == 8 || p->code == 6 || p->code == 62 || p->code == 370 || p->code == 48;
-    if (v.isNil() && !general) unknownName(name);
     if (v.isNil())
         return p->shape == Shape::Text      ? string(QLatin1String(p->absentText))
                : p->shape == Shape::Integer ? Value(static_cast<std::int32_t>(p->absent))
@@ -156,9 +161,7 @@ Value putProperty(Interpreter& l, const Value& object, const QString& name, cons
             point(value);
             break;
     }
-    const Value groups = groupList(l, *id.peek());
-    const bool general = p->code == 8 || p->code == 6 || p->code == 62 || p->code == 370 || p->code == 48;
-    if (!general && groupValue(groups, p->code).isNil()) unknownName(name);
+    if (!hasProperty(*p, groupList(l, *id.peek()))) unknownName(name);
     const Value change = list({cons(Value(-1), Value(new Ename(id))), cons(Value(p->code), v)});
     if (!modifyEntity(l, change))
         throw LispError(QStringLiteral("Automation Error. %1 cannot be set to %2").arg(name, print(value)));

@@ -163,9 +163,9 @@ Value angtos(Interpreter&, Args& a) {
             if (bearing == 90) return string(east ? QStringLiteral("E") : QStringLiteral("W"));
             if (bearing == 0) return string(north ? QStringLiteral("N") : QStringLiteral("S"));
             return string(QStringLiteral("%1 %2 %3")
-                              .arg(north ? u'N' : u'S')
+                              .arg(QChar(north ? u'N' : u'S'))
                               .arg(degreesMinutesSeconds(90 - bearing, precision))
-                              .arg(east ? u'E' : u'W'));
+                              .arg(QChar(east ? u'E' : u'W')));
         }
         default:
             badArgument("angle mode:", a[1]);

@@ -239,7 +239,7 @@ GroupsFromList readGroupList(const Value& list) {
                         const Value& x = g->as<Cons>()->car;
                         if (!x.isCons() || !x.as<Cons>()->car.isInt()) badGroup(x);
                         const int xcode = x.as<Cons>()->car.integer();
-                        if (xcode <= 1001 || xcode > db::dxf::kMaxGroupCode) badGroup(x);
+                        if (xcode < 1000 || xcode == 1001 || xcode > db::dxf::kMaxGroupCode) badGroup(x);
                         addGroup(xcode, x.as<Cons>()->cdr, x, result.xdata);
                     }
                 }

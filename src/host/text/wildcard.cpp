@@ -65,6 +65,7 @@ bool matchOne(QStringView t, QStringView p, Qt::CaseSensitivity cs) {
                     ok = !c.isLetterOrNumber();
                     break;
                 case '[':
+                    next = pi;
                     ok = matchClass(c, p, next, cs);
                     break;
                 case '`':
