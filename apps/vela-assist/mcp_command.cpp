@@ -65,6 +65,11 @@ int mcpCommand(const std::vector<std::string>& args) {
         std::fprintf(stderr, "vela-assist mcp: %s\n", error.toUtf8().constData());
         return 1;
     }
+    // A root given by the user is where LISP's commands may save too; without one they may not save at all.
+    if (!root.empty()) {
+        session.host().setFileRoot(rootPath);
+        session.host().lispSettings().allowFileCommands = true;
+    }
     mcp::ServerOptions options;
     options.root = rootPath;
     mcp::McpServer server(session, options);

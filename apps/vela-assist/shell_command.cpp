@@ -10,6 +10,7 @@
 #include "cli.h"
 #include "drawing_loader.h"
 #include "host/document.h"
+#include "host/lisp/evaluation.h"
 #include "host/result_codes.h"
 #include "session.h"
 
@@ -58,12 +59,38 @@ public:
     void writeMessage(const QString& text) override { std::printf("%s\n", text.toUtf8().constData()); }
 };
 
+// How many parentheses of a LISP text are still open (strings and comments left out).
+int openParentheses(const QString& text) {
+    int depth = 0;
+    bool inString = false;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (inString) {
+            if (c == QLatin1Char('\\'))
+                ++i;
+            else if (c == QLatin1Char('"'))
+                inString = false;
+        } else if (c == QLatin1Char('"')) {
+            inString = true;
+        } else if (c == QLatin1Char(';')) {
+            while (i < text.size() && text[i] != QLatin1Char('\n')) ++i;
+        } else if (c == QLatin1Char('(')) {
+            ++depth;
+        } else if (c == QLatin1Char(')')) {
+            --depth;
+        }
+    }
+    return inString ? 1 : depth;
+}
+
 void help(Session& session) {
     std::puts("Drawings:  OPEN path | NEW | CLOSE | SELECT handle...");
     std::puts(
         "Commands (type the name, then answer the prompts; a blank or Enter ends an answer, Ctrl-D "
         "cancels):");
     for (const QString& name : session.host().commands().globalNames()) std::printf("  %s\n", name.toUtf8().constData());
+    std::puts(
+        "A line that starts with ( is LISP: (entget (entlast)), (command \"LINE\" '(0 0) '(5 5) \"\").");
     std::puts("QUIT leaves.");
 }
 
@@ -98,6 +125,20 @@ int shellCommand(const std::vector<std::string>& args) {
             const QString line = QString::fromUtf8(raw).trimmed();
             std::free(raw);
             if (line.isEmpty()) continue;
+            // A LISP expression, as at a CAD program's command line; one that is not closed yet goes on over
+            // the next lines.
+            if (line.startsWith(QLatin1Char('('))) {
+                QString expression = line;
+                while (openParentheses(expression) > 0) {
+                    char* more = readline("(_> ");
+                    if (!more) break;
+                    expression += QLatin1Char('\n') + QString::fromUtf8(more);
+                    std::free(more);
+                }
+                add_history(expression.toUtf8().constData());
+                std::printf("%s\n", host::lisp::evaluateLisp(expression).text.toUtf8().constData());
+                continue;
+            }
             add_history(line.toUtf8().constData());
             words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
         }

@@ -1,5 +1,7 @@
 #include "host/host.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QTextStream>
 #include <cassert>
 #include <cstdio>
@@ -23,6 +25,15 @@ void SystemServices::writeMessage(const QString& text) {
 
 int SystemServices::runCommand(const QString& name, const QStringList& args) {
     return commands_.run(name, args, userInput());
+}
+
+bool Host::mayWriteFile(const QString& path) const {
+    if (fileRoot_.isEmpty()) return true;
+    // The folder the file would go to, with links resolved, must be the root or lie inside it.
+    const QString folder = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
+    const QString root = QFileInfo(fileRoot_).canonicalFilePath();
+    if (folder.isEmpty() || root.isEmpty()) return false;
+    return folder == root || folder.startsWith(root.endsWith(u'/') ? root : root + u'/');
 }
 
 void SystemServices::openUrl(const QString& url) {

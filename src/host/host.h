@@ -73,6 +73,11 @@ public:
     SystemVariables& variables() { return variables_; }
     /// The limits of LISP evaluations, and whether programs may run commands that touch files.
     lisp::EvaluationSettings& lispSettings() { return lispSettings_; }
+    /// The folder outside which commands may not write files (a server's root); empty: anywhere.
+    const QString& fileRoot() const { return fileRoot_; }
+    void setFileRoot(QString folder) { fileRoot_ = std::move(folder); }
+    /// Whether a command may write `path` (inside the file root, when there is one).
+    bool mayWriteFile(const QString& path) const;
     /// True when the host runs under its automated test framework.
     bool isTestFrameworkMode() const { return testFrameworkMode_; }
     void setTestFrameworkMode(bool on) { testFrameworkMode_ = on; }
@@ -89,6 +94,7 @@ private:
     Editor editor_;
     SystemVariables variables_;
     lisp::EvaluationSettings lispSettings_;
+    QString fileRoot_;
     // The host's own drawing commands (LINE, MOVE, UNDO, ...), registered before any module's.
     std::vector<std::unique_ptr<Command>> ownCommands_;
     std::unique_ptr<ModuleLoader> modules_;

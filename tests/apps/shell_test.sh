@@ -43,12 +43,17 @@ U
 REDO
 EXPLODE W 4999,-1 6600,1001
 
+(setq n 0)
+(foreach e (list 1 2 3)
+  (setq n (+ n e)))
+(entmake (list '(0 . "CIRCLE") (cons 8 "Sketch") '(10 9000 0 0) (cons 40 (* n 50.0))))
+(command "LINE" '(9000 1000) '(9500 1000) "")
 SETVAR CECOLOR red
 ZOOM E
 SAVE $work/annex.dxf
 QUIT
 SESSION
-for expected in 'Specify next point or \[Close/Undo\]: C' '1 found, 1 total' 'Saved ' 'ERASE'; do
+for expected in 'Specify next point or \[Close/Undo\]: C' '1 found, 1 total' 'Saved ' 'ERASE' '^6$' '^((0 . "CIRCLE")'; do
     if ! grep -q "$expected" "$work/out"; then
         echo "the session did not show: $expected"; cat "$work/out"; exit 1
     fi
@@ -67,7 +72,9 @@ before = len(ezdxf.readfile(sys.argv[2]).modelspace())
 assert doc.layers.get('Sketch').color == 4
 # The triangle (3 lines), circle, the polyline exploded into 3 lines and an arc, the rectangle and its offset,
 # text, arc, ellipse, the point and its copy (the mirrored copy was erased): all on the layer made first.
-assert sorted(sketch) == sorted(['LINE'] * 6 + ['ARC'] * 2 + ['LWPOLYLINE'] * 2 + ['CIRCLE', 'TEXT', 'ELLIPSE', 'POINT', 'POINT']), sorted(sketch)
+# Then LISP: a circle by entmake (radius from a loop) and a line by command.
+assert sorted(sketch) == sorted(['LINE'] * 7 + ['ARC'] * 2 + ['LWPOLYLINE'] * 2 + ['CIRCLE'] * 2 + ['TEXT', 'ELLIPSE', 'POINT', 'POINT']), sorted(sketch)
+assert [c.dxf.radius for c in doc.modelspace().query('CIRCLE') if c.dxf.center.x == 9000] == [300.0]
 assert len(doc.modelspace()) == before + len(sketch), (len(doc.modelspace()), before, len(sketch))
 assert doc.header['$CECOLOR'] == 1
 PY

@@ -1,5 +1,8 @@
 // The host's LISP: reading and printing, the language, the built-in families, the drawing through group
 // lists and filters, commands, user input and the sandbox's limits.
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QStringList>
 
 #include "../commands/fixture.h"
@@ -370,6 +373,18 @@ TEST_F(Lisp, CommandsRunTheHostsCommandsEachCancelledOneTakenBackAlone) {
     EXPECT_TRUE(log.contains(QStringLiteral("Unknown command \"NOSUCH\".")));
     EXPECT_EQ(eval("(command \"_.QSAVE\")"),
               "; error: command QSAVE is not available to LISP here: it reads or writes files");
+    // A host that gives programs a folder lets them save there, and nowhere else.
+    const QString root =
+        QDir::temp().filePath(QStringLiteral("lisp_root_%1").arg(QCoreApplication::applicationPid()));
+    QDir().mkpath(root + QStringLiteral("/sub"));
+    host.setFileRoot(root);
+    host.lispSettings().allowFileCommands = true;
+    const std::string inside = (root + QStringLiteral("/sub/plan.dxf")).toStdString();
+    const std::string outside = (root + QStringLiteral("/../plan.dxf")).toStdString();
+    EXPECT_EQ(eval(("(command \"SAVE\" \"" + inside + "\" \"SAVE\" \"" + outside + "\")").c_str()), "nil");
+    EXPECT_TRUE(QFileInfo::exists(QString::fromStdString(inside)));
+    EXPECT_FALSE(QFileInfo::exists(QString::fromStdString(outside)));
+    QDir(root).removeRecursively();
     // The user answers where a program pauses.
     user.answers = {QStringLiteral("4")};
     EXPECT_EQ(eval("(command \"CIRCLE\" '(0 0) pause) (cdr (assoc 40 (entget (entlast))))"), "4.0");

@@ -55,6 +55,13 @@ void undoSteps(CommandContext& context, std::size_t steps) {
 }
 
 int saveTo(CommandContext& context, const QString& path) {
+    if (Host* host = Host::instance(); host && !host->mayWriteFile(path)) {
+        context.userIO().message(
+            QStringLiteral(
+                "The drawing could not be saved: %1 is outside the folder files may be written to (%2)")
+                .arg(path, host->fileRoot()));
+        return RTERROR;
+    }
     const db::SaveResult saved = db::saveDxfFile(*context.database(), path.toStdString());
     if (!saved.ok) {
         context.userIO().message(
