@@ -111,7 +111,7 @@ Value sslength(Interpreter&, Args& a) {
 Value ssname(Interpreter&, Args& a) {
     const Pickset* s = pickset(a[0]);
     const double index = number(a[1]);
-    if (index < 0 || index >= double(s->ids.size())) return {};
+    if (!(index >= 0 && index < double(s->ids.size()))) return {};
     return Value(new Ename(s->ids[std::size_t(index)]));
 }
 

@@ -129,6 +129,8 @@ Value rtos(Interpreter&, Args& a) {
     const int mode = a.size() > 1 ? integer(a[1]) : 2;
     const int precision = a.size() > 2 ? integer(a[2]) : 4;
     if (mode < 1 || mode > 5) badArgument("units mode:", a[1]);
+    if (!std::isfinite(v) || std::fabs(v) > 1e15)
+        return string(printReal(v));  // no feet and fractions of those
     return string(unitsText(v, mode, precision));
 }
 

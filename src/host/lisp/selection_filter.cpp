@@ -54,7 +54,11 @@ bool compareNumbers(double x, const QString& op, double y) {
     if (op == QLatin1String("<=")) return x <= y;
     if (op == u'>') return x > y;
     if (op == QLatin1String(">=")) return x >= y;
-    const auto xi = static_cast<std::int64_t>(x), yi = static_cast<std::int64_t>(y);
+    // Bit tests are of integers: flags, never more than 32 bits.
+    auto bits = [](double v) {
+        return std::isfinite(v) && std::fabs(v) < 9e18 ? static_cast<std::int64_t>(v) : 0;
+    };
+    const std::int64_t xi = bits(x), yi = bits(y);
     if (op == u'&') return (xi & yi) != 0;
     if (op == QLatin1String("&=")) return (xi & yi) == yi;
     return false;
