@@ -11,14 +11,9 @@
 #include "bench_files.h"
 #include "commands/commands.h"
 #include "db/dxf/file/dxf_writer.h"
-#include "db/entities/arc.h"
-#include "db/entities/circle.h"
-#include "db/entities/line.h"
-#include "db/entities/polyline.h"
-#include "db/entities/text.h"
-#include "db/records/layer_table_record.h"
 #include "host/command_context.h"
 #include "host/host.h"
+#include "mixed_drawing.h"
 
 namespace {
 
@@ -27,44 +22,6 @@ constexpr int kEntities = 1'000'000;
 
 host::Host* g_host = nullptr;
 host::Document* g_doc = nullptr;
-
-void build(db::Database& db) {
-    std::vector<db::ObjectId> layers;
-    for (int i = 0; i < 200; ++i) {
-        db::ObjectId id;
-        db.addRecord(db.layerTableId(), std::make_unique<db::LayerTableRecord>("L" + std::to_string(i)), &id);
-        layers.push_back(id);
-    }
-    const db::ObjectId ms = db.modelSpaceId();
-    for (int i = 0; i < kEntities; ++i) {
-        std::unique_ptr<db::Entity> e;
-        const double x = i % 1000, y = i / 1000;
-        switch (i % 5) {
-            case 0:
-                e = std::make_unique<db::Line>(db::Point3d(x, y), db::Point3d(x + 1, y + 1));
-                break;
-            case 1:
-                e = std::make_unique<db::Circle>(db::Point3d(x, y), 0.5);
-                break;
-            case 2:
-                e = std::make_unique<db::Arc>(db::Point3d(x, y), 0.5, 0, 3);
-                break;
-            case 3: {
-                auto p = std::make_unique<db::Polyline>();
-                p->addVertexAt(0, {x, y});
-                p->addVertexAt(1, {x + 1, y});
-                e = std::move(p);
-                break;
-            }
-            default:
-                e = std::make_unique<db::Text>(db::Point3d(x, y), "T", 0.2);
-                break;
-        }
-        e->setLayerId(layers[static_cast<std::size_t>(i % 200)]);
-        if (i % 10 == 0) e->setColor(db::Color::fromIndex(1));
-        db.appendEntity(ms, std::move(e));
-    }
-}
 
 QJsonObject query(const char* json) {
     host::NoUserInput noUser;
@@ -98,7 +55,7 @@ int main(int argc, char** argv) {
     host::Host host;
     g_host = &host;
     g_doc = host.documents().createNew();
-    build(*g_doc->database());
+    vela::bench::buildMixedDrawing(*g_doc->database(), kEntities);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 

@@ -12,32 +12,9 @@
 #include "db/dxf/file/dxf_writer.h"
 #include "db/undo_manager.h"
 #include "host/host.h"
+#include "saved_drawing.h"
 
 namespace vela::fuzz {
-
-namespace {
-
-/// Where two saved drawings part: "line N: 'a' / 'b'", for the report of a finding.
-std::string firstDifference(const std::string& a, const std::string& b) {
-    std::size_t line = 1, start = 0, i = 0;
-    for (; i < a.size() && i < b.size() && a[i] == b[i]; ++i)
-        if (a[i] == '\n') ++line, start = i + 1;
-    auto lineAt = [&](const std::string& s) { return s.substr(start, s.find('\n', start) - start).substr(0, 80); };
-    return "line " + std::to_string(line) + ": '" + lineAt(a) + "' / '" + lineAt(b) + "'";
-}
-
-/// The saved drawing without the next free handle: undo takes objects back but not the handles they had, so
-/// that nothing referring to a handle from before the undo finds another object under it.
-std::string withoutHandseed(std::string text) {
-    const std::string key = "$HANDSEED\n  5\n";
-    if (const std::size_t at = text.find(key); at != std::string::npos) {
-        const std::size_t from = at + key.size();
-        text.erase(from, text.find('\n', from) - from);
-    }
-    return text;
-}
-
-}  // namespace
 
 RequestHarness::RequestHarness(const std::string& drawing)
     : host_(std::make_unique<host::Host>()), bridge_(std::make_unique<bridge::CJxVelaAssistantCommunication>()) {
@@ -66,12 +43,7 @@ RequestHarness::~RequestHarness() {
 }
 
 std::string RequestHarness::checkSaved(const std::string& saved) const {
-    db::DxfReadResult again = db::readDxf(saved);
-    if (!again.database) return "the saved drawing does not read back: " + again.error->text();
-    if (!again.warnings.empty()) return "the saved drawing reads back only with a repair: " + again.warnings.front();
-    if (const std::string resaved = db::writeDxf(*again.database); resaved != saved)
-        return "the saved drawing, read back, saves differently at " + firstDifference(saved, resaved);
-    return {};
+    return checkSavedDrawing(saved);
 }
 
 std::string RequestHarness::run(std::string_view input) {

@@ -84,7 +84,12 @@ bool ensureLayer(db::Database& db, std::vector<db::DxfTag>& groups) {
     auto named = std::find_if(groups.begin(), groups.end(), [](const db::DxfTag& t) { return t.code == 8; });
     if (named == groups.end()) {
         auto layer = db::openObject<db::LayerTableRecord>(db.currentLayer(), db::OpenMode::ForRead);
-        groups.insert(groups.begin(), db::DxfTag{8, layer ? layer->name() : std::string("0")});
+        // In a list with subclass markers the layer belongs after AcDbEntity's, as a file has it; before the
+        // marker it would be a stray group the entity keeps besides its layer.
+        auto at = std::find_if(groups.begin(), groups.end(),
+                               [](const db::DxfTag& t) { return t.code == 100 && t.value == "AcDbEntity"; });
+        groups.insert(at == groups.end() ? groups.begin() : at + 1,
+                      db::DxfTag{8, layer ? layer->name() : std::string("0")});
         return true;
     }
     if (db.layerTable()->has(named->value)) return true;
@@ -162,13 +167,15 @@ std::vector<db::DxfTag> mergedXdata(const std::vector<db::DxfTag>& old,
         return out;
     };
     auto merged = apps(old);
-    for (auto& [name, tags] : apps(given)) {
+    // No structured binding here: clang before 16 cannot capture one in a lambda.
+    for (auto& app : apps(given)) {
+        const std::string& name = app.first;
         auto it = std::find_if(merged.begin(), merged.end(),
                                [&](const auto& m) { return db::namesEqual(m.first, name); });
         if (it != merged.end())
-            it->second = std::move(tags);
+            it->second = std::move(app.second);
         else
-            merged.push_back({name, std::move(tags)});
+            merged.push_back(std::move(app));
     }
     std::vector<db::DxfTag> out;
     for (auto& m : merged)

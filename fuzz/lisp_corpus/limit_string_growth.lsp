@@ -1,0 +1,2 @@
+(setq s "x")
+(while T (setq s (strcat s s)))

@@ -1,0 +1,4 @@
+(setq old (getvar "OSMODE"))
+(setvar "OSMODE" 0)
+(setvar "OSMODE" old)
+(list old (getvar "CMDECHO"))

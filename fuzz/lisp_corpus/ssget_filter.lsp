@@ -1,0 +1,2 @@
+; expect: 15
+(sslength (ssget "X" '((0 . "LWPOLYLINE") (8 . "Walls"))))
