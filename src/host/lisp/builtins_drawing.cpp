@@ -128,6 +128,12 @@ db::ObjectId make(Interpreter& l, const Value& groupList, const char* function) 
             return fail(QStringLiteral("the %1 exists already").arg(g.type));
         return id;
     }
+    if (g.type == QLatin1String("VERTEX") || g.type == QLatin1String("SEQEND") ||
+        g.type == QLatin1String("ATTRIB"))
+        return fail(
+            QStringLiteral("%1 records belong to the entity they follow and are not made alone").arg(g.type));
+    if (g.type == QLatin1String("POLYLINE"))
+        return fail(QStringLiteral("old-style polylines are not made from lists here; make an LWPOLYLINE"));
     if (!hasRequiredGroups(g.type, g.groups))
         return fail(QStringLiteral("a %1 needs more groups than the list has").arg(g.type));
     if (!ensureLayer(*db, g.groups)) return fail(QStringLiteral("invalid layer name"));
@@ -136,8 +142,15 @@ db::ObjectId make(Interpreter& l, const Value& groupList, const char* function) 
     auto* entity = db::objectCast<db::Entity>(object.get());
     if (!entity) return fail(QStringLiteral("%1 is not an entity type").arg(g.type));
     if (!errors.empty()) return fail(QString::fromStdString(errors.front()));
-    if (auto* ref = db::objectCast<db::BlockReference>(entity); ref && ref->blockTableRecord().isNull())
-        return fail(QStringLiteral("the block is not defined"));
+    if (auto* ref = db::objectCast<db::BlockReference>(entity)) {
+        if (ref->blockTableRecord().isNull()) return fail(QStringLiteral("the block is not defined"));
+        if (ref->attributesFollow())
+            return fail(
+                QStringLiteral("attributes (66 . 1) follow a reference as ATTRIB records, which are not made "
+                               "from lists here"));
+    }
+    // Groups its type does not take would be written where a reader takes them for something else.
+    if (entity->extras()) entity->editExtras().keptTags.clear();
     std::unique_ptr<db::Entity> owned(static_cast<db::Entity*>(object.release()));
     const db::ObjectId space = g.paperSpace ? db->paperSpaceId() : l.document()->activeSpaceId();
     db::ObjectId id;
@@ -183,6 +196,23 @@ std::vector<db::DxfTag> mergedXdata(const std::vector<db::DxfTag>& old,
     return out;
 }
 
+// Why a table record may not take `name`: the records every drawing needs keep theirs, and names are unique.
+QString renameRefusal(db::Database& db, const db::SymbolTableRecord& record, const std::string& name,
+                      const QString& type) {
+    if (db::namesEqual(record.name(), name)) return {};
+    static const char* const kFixed[] = {"0", "ByLayer", "ByBlock", "Continuous", "Standard"};
+    for (const char* fixed : kFixed)
+        if (db::namesEqual(record.name(), fixed))
+            return QStringLiteral("the %1 \"%2\" keeps its name")
+                .arg(type, QString::fromStdString(record.name()));
+    if (!db::isValidSymbolName(name))
+        return QStringLiteral("\"%1\" is no valid name").arg(QString::fromStdString(name));
+    auto* table = db::objectCast<db::SymbolTable>(tableOf(db, type).peek());
+    if (table && table->has(name))
+        return QStringLiteral("a %1 named \"%2\" exists already").arg(type, QString::fromStdString(name));
+    return {};
+}
+
 }  // namespace
 
 Value modifyEntity(Interpreter& l, const Value& list) {
@@ -203,6 +233,10 @@ Value modifyEntity(Interpreter& l, const Value& list) {
     const QString type = QString::fromLatin1(db::dxfRecordType(*object));
     if (!g.type.isEmpty() && g.type != type)
         return refuse(l, "entmod", QStringLiteral("the type of an entity cannot change"));
+    auto* record = db::objectCast<db::SymbolTableRecord>(object.get());
+    if (!db::objectCast<db::Entity>(object.get()) && (!record || tableOf(*db, type).isNull()))
+        return refuse(l, "entmod",
+                      QStringLiteral("entmod changes entities and layer, linetype and style records"));
     if (db::objectCast<db::Entity>(object.get()) && !ensureLayer(*db, g.groups))
         return refuse(l, "entmod", QStringLiteral("invalid layer name"));
     std::vector<std::string> errors;
@@ -210,6 +244,14 @@ Value modifyEntity(Interpreter& l, const Value& list) {
     if (!fresh || fresh->isA() != object->isA())
         return refuse(l, "entmod", QStringLiteral("the list does not describe a %1").arg(type));
     if (!errors.empty()) return refuse(l, "entmod", QString::fromStdString(errors.front()));
+    if (record) {
+        const QString why =
+            renameRefusal(*db, *record, static_cast<db::SymbolTableRecord&>(*fresh).name(), type);
+        if (!why.isEmpty()) return refuse(l, "entmod", why);
+    }
+    if (auto* ref = db::objectCast<db::BlockReference>(fresh.get());
+        ref && ref->attributesFollow() != !static_cast<db::Entity&>(*object).followers().empty())
+        return refuse(l, "entmod", QStringLiteral("whether attributes follow (66) cannot change"));
     // What a list does not carry stays: owner, reactors, extension dictionary, followers, and the extended
     // data of applications it does not name.
     fresh->setOwnerId(object->ownerId());
@@ -220,6 +262,10 @@ Value modifyEntity(Interpreter& l, const Value& list) {
         extras.extensionDictionary = old->extensionDictionary;
     }
     extras.xdata = mergedXdata(old ? old->xdata : std::vector<db::DxfTag>{}, g.xdata);
+    // Groups the type does not take are kept only as the entity had them (from its file), not as given.
+    std::erase_if(extras.keptTags, [&](const db::DxfTag& t) {
+        return !old || std::find(old->keptTags.begin(), old->keptTags.end(), t) == old->keptTags.end();
+    });
     if (auto* e = db::objectCast<db::Entity>(object.get())) {
         auto* f = static_cast<db::Entity*>(fresh.get());
         const auto followers = e->followers();
@@ -503,7 +549,12 @@ Value command(Interpreter& l, Args& a) {
                 QStringLiteral("command %1 is not available to LISP here: it reads or writes files")
                     .arg(c->globalName()));
         db::Database* db = database(l);
-        const bool grouped = db && db->undoManager().isGroupOpen() && c->runsInUndoGroup();
+        if (db && db->undoManager().isGroupOpen() && !c->runsInUndoGroup())
+            throw LispError(
+                QStringLiteral(
+                    "command %1 cannot run inside a LISP evaluation, which is one undo step itself")
+                    .arg(c->globalName()));
+        const bool grouped = db && db->undoManager().isGroupOpen();
         const db::UndoManager::Mark mark = grouped ? db->undoManager().mark() : db::UndoManager::Mark{};
         QStringList unused;
         const int status = stack.run(name, tokens, l.inputSource(), &unused);

@@ -1,0 +1,5 @@
+; expect: (nil nil nil nil)
+(list (entmake (quote ((0 . "POLYLINE") (66 . 1) (10 0 0 0))))
+      (entmake (quote ((0 . "VERTEX") (10 1 1 0))))
+      (entmake (quote ((0 . "SEQEND"))))
+      (entmake (quote ((0 . "INSERT") (66 . 1) (2 . "DOOR") (10 0 0 0)))))

@@ -1,0 +1,5 @@
+; expect: (nil nil nil nil)
+(list (entmod (list (cons -1 (tblobjname "LAYER" "Walls")) (quote (2 . "Doors"))))
+      (entmod (list (cons -1 (tblobjname "LAYER" "0")) (quote (2 . "Renamed"))))
+      (entmod (list (cons -1 (tblobjname "LTYPE" "Continuous")) (quote (2 . "Other"))))
+      (entmod (list (cons -1 (tblobjname "BLOCK" "*Model_Space")) (quote (2 . "Mine")))))
