@@ -234,8 +234,7 @@ TEST_F(Lisp, PointsAndOutput) {
 }
 
 TEST_F(Lisp, EntitiesThroughGroupLists) {
-    const db::ObjectId walls = addLayer("Walls", db::Color::fromIndex(1));
-    (void)walls;
+    addLayer("Walls", db::Color::fromIndex(1));
     EXPECT_EQ(eval("(setq e (entmakex '((0 . \"LINE\") (8 . \"Walls\") (62 . 3) (10 1 2 0) (11 4 6 0)))) "
                    "(list (cdr (assoc 0 (entget e))) (cdr (assoc 8 (entget e))) (cdr (assoc 62 (entget e))) "
                    "(cdr (assoc 10 (entget e))) (cdr (assoc 11 (entget e))))"),
@@ -416,8 +415,7 @@ TEST_F(Lisp, InputComesFromTheUserOrIsCancelled) {
 }
 
 TEST_F(Lisp, TheObjectModelShim) {
-    const db::ObjectId c = circle(addLayer("Walls"), 2);
-    (void)c;
+    circle(addLayer("Walls"), 2);
     EXPECT_EQ(eval("(vl-load-com) (setq o (vlax-ename->vla-object (entlast))) "
                    "(list (vla-get-layer o) (vla-get-color o) (vla-get-radius o) (vla-get-center o) "
                    "(vlax-get-property o 'ObjectName) (vla-get-area o))"),

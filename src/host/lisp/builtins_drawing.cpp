@@ -46,7 +46,7 @@ Value entget(Interpreter& l, Args& a) {
     QStringList applications;
     if (a.size() > 1)
         for (const Value& app : elements(listArg(a[1]))) applications << text(app);
-    return groupList(l, *id.peek(), applications);
+    return groupList(*id.peek(), applications);
 }
 
 // Groups a new entity must have: without them a program's entmake makes nothing, as in CAD programs.
@@ -227,7 +227,7 @@ Value modifyEntity(Interpreter& l, const Value& list) {
     if (!g.hasMarkers) {
         const bool hadXdata = g.hasXdata;
         std::vector<db::DxfTag> xdata = std::move(g.xdata);
-        g = readGroupList(mergeGroupLists(groupList(l, *object, {}), list));
+        g = readGroupList(mergeGroupLists(groupList(*object, {}), list));
         g.hasXdata = hadXdata, g.xdata = std::move(xdata);
     }
     const QString type = QString::fromLatin1(db::dxfRecordType(*object));
@@ -383,7 +383,7 @@ db::SymbolTable* table(Interpreter& l, const Value& name) {
 
 // A record as tblsearch gives it: its type and its own groups, without handle, owner or markers. A block
 // gives its name, flags, base point and first entity (-2).
-Value recordList(Interpreter& l, const db::SymbolTableRecord& record, const QString& tableName) {
+Value recordList(const db::SymbolTableRecord& record, const QString& tableName) {
     if (auto* block = db::objectCast<db::BlockTableRecord>(&record)) {
         std::vector<db::ObjectId> ids;
         block->forEachEntity([&](db::Entity* e) { ids.push_back(e->objectId()); });
@@ -397,7 +397,7 @@ Value recordList(Interpreter& l, const db::SymbolTableRecord& record, const QStr
     }
     ListBuilder out;
     out.add(cons(Value(0), string(tableName)));
-    for (const Value& g : elements(groupList(l, record))) {
+    for (const Value& g : elements(groupList(record))) {
         const int code = g.as<Cons>()->car.integer();
         if (code == -1 || code == 0 || code == 5 || code == 105 || code == 100 || code == 102 ||
             code == 330 || code == 360)
@@ -412,7 +412,7 @@ Value tblsearch(Interpreter& l, Args& a) {
     if (!t) return {};
     const db::ObjectId id = t->getAt(text(a[1]).toStdString());
     if (id.isNull()) return {};
-    return recordList(l, *static_cast<db::SymbolTableRecord*>(id.peek()), text(a[0]).toUpper());
+    return recordList(*static_cast<db::SymbolTableRecord*>(id.peek()), text(a[0]).toUpper());
 }
 
 Value tblobjname(Interpreter& l, Args& a) {
@@ -429,7 +429,7 @@ Value tblnext(Interpreter& l, Args& a) {
     if (a.size() > 1 && a[1]) position = 0;
     const std::vector<db::ObjectId> ids = t->recordIds();
     if (position >= int(ids.size())) return {};
-    return recordList(l, *static_cast<db::SymbolTableRecord*>(ids[std::size_t(position++)].peek()), name);
+    return recordList(*static_cast<db::SymbolTableRecord*>(ids[std::size_t(position++)].peek()), name);
 }
 
 // Registers an application name for extended data: the name, or nil when it is registered already or is

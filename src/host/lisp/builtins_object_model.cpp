@@ -90,8 +90,8 @@ const Property* findProperty(const QString& name) {
 }
 
 // Properties computed from others, read only.
-Value derived(Interpreter& l, const db::DbObject& e, const QString& name) {
-    const Value groups = groupList(l, e);
+Value derived(const db::DbObject& e, const QString& name) {
+    const Value groups = groupList(e);
     const QString type = text(groupValue(groups, 0));
     if (name.compare(QLatin1String("ObjectName"), Qt::CaseInsensitive) == 0)
         return string(QString::fromLatin1(e.isA()->name()));
@@ -131,8 +131,8 @@ Value getProperty(Interpreter& l, const Value& object, const QString& name) {
     if (o->role != VlaObject::Role::Entity) unknownName(name);
     const db::ObjectId id = entityOf(object);
     const Property* p = findProperty(name);
-    if (!p) return derived(l, *id.peek(), name);
-    const Value groups = groupList(l, *id.peek());
+    if (!p) return derived(*id.peek(), name);
+    const Value groups = groupList(*id.peek());
     if (!hasProperty(*p, groups)) unknownName(name);
     Value v = groupValue(groups, p->code);
     if (v.isNil())
@@ -161,7 +161,7 @@ Value putProperty(Interpreter& l, const Value& object, const QString& name, cons
             point(value);
             break;
     }
-    if (!hasProperty(*p, groupList(l, *id.peek()))) unknownName(name);
+    if (!hasProperty(*p, groupList(*id.peek()))) unknownName(name);
     const Value change = list({cons(Value(-1), Value(new Ename(id))), cons(Value(p->code), v)});
     if (!modifyEntity(l, change))
         throw LispError(QStringLiteral("Automation Error. %1 cannot be set to %2").arg(name, print(value)));

@@ -196,8 +196,7 @@ void addGroup(int code, const Value& value, const Value& group, std::vector<db::
 
 }  // namespace
 
-Value groupList(Interpreter& lisp, const db::DbObject& object, const QStringList& applications) {
-    (void)lisp;
+Value groupList(const db::DbObject& object, const QStringList& applications) {
     GroupListOutput out(object.database());
     out.writeObjectId(-1, object.objectId());
     db::writeDxfRecord(object, out);

@@ -19,7 +19,7 @@ class Interpreter;
 /// groups as a file holds them, each a dotted pair (code . value) or, for points, (code x y z); angles in
 /// radians; references as entity names. Extended data of the applications whose names match one of
 /// `applications` (wildcards) follows as (-3 ("APP" (1000 . "...") ...) ...).
-Value groupList(Interpreter& lisp, const db::DbObject& object, const QStringList& applications = {});
+Value groupList(const db::DbObject& object, const QStringList& applications = {});
 
 /// A group list read back into DXF groups (entmake, entmod).
 struct GroupsFromList {

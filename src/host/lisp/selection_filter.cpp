@@ -215,7 +215,7 @@ bool test(const Node& t, const db::Entity& e, Interpreter& lisp, Value& groups) 
             break;
     }
     // Any other group: from the entity's group list, made once per entity.
-    if (groups.isNil()) groups = groupList(lisp, e);
+    if (groups.isNil()) groups = groupList(e);
     bool any = false;
     for (const Value* g = &groups; g->isCons(); g = &g->as<Cons>()->cdr) {
         const Cons* pair = g->as<Cons>()->car.as<Cons>();
