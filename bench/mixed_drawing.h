@@ -21,7 +21,8 @@ inline void buildMixedDrawing(db::Database& db, int count) {
     std::vector<db::ObjectId> layers;
     for (int i = 0; i < 200; ++i) {
         db::ObjectId id;
-        db.addRecord(db.layerTableId(), std::make_unique<db::LayerTableRecord>("L" + std::to_string(i)), &id);
+        db.addRecord(db.layerTableId(),
+                     std::make_unique<db::LayerTableRecord>(std::string("L").append(std::to_string(i))), &id);
         layers.push_back(id);
     }
     const db::ObjectId ms = db.modelSpaceId();

@@ -40,7 +40,7 @@ Value enameValue(db::ObjectId id) {
 
 // ---- Entities ----
 
-Value entget(Interpreter& l, Args& a) {
+Value entget(Interpreter&, Args& a) {
     const db::ObjectId id = ename(a[0]);
     if (!id.isValid()) return {};
     QStringList applications;

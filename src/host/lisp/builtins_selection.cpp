@@ -75,7 +75,7 @@ Value ssget(Interpreter& l, Args& a) {
     if (next < a.size()) filterList = a[next++];
     if (next < a.size()) throw LispError(QStringLiteral("too many arguments"));
     std::optional<SelectionFilter> filter;
-    if (filterList) filter.emplace(l, db, filterList);
+    if (filterList) filter.emplace(db, filterList);
     auto keep = [&](const db::Entity& e) { return !filter || filter->matches(e); };
 
     std::vector<db::ObjectId> ids;

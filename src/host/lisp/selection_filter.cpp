@@ -111,8 +111,8 @@ bool compareValue(const Value& have, const Node& test) {
 
 }  // namespace
 
-SelectionFilter::SelectionFilter(Interpreter& lisp, const db::Database& database, const Value& filter)
-    : lisp_(lisp), database_(database), root_(std::make_unique<Node>()) {
+SelectionFilter::SelectionFilter(const db::Database& database, const Value& filter)
+    : root_(std::make_unique<Node>()) {
     std::vector<Node*> open{root_.get()};
     QStringList pendingOps;
     for (const Value& group : elements(listArg(filter))) {
@@ -183,9 +183,9 @@ SelectionFilter::~SelectionFilter() = default;
 
 namespace {
 
-bool testEntity(const Node& node, const db::Entity& entity, Interpreter& lisp, Value& groups);
+bool testEntity(const Node& node, const db::Entity& entity, Value& groups);
 
-bool test(const Node& t, const db::Entity& e, Interpreter& lisp, Value& groups) {
+bool test(const Node& t, const db::Entity& e, Value& groups) {
     const QString& op = t.ops.front();
     switch (t.code) {
         case 0: {
@@ -227,23 +227,22 @@ bool test(const Node& t, const db::Entity& e, Interpreter& lisp, Value& groups) 
     return !any && isNotEqualOp(op);
 }
 
-bool testEntity(const Node& node, const db::Entity& e, Interpreter& lisp, Value& groups) {
+bool testEntity(const Node& node, const db::Entity& e, Value& groups) {
     switch (node.kind) {
         case Node::Kind::Test:
-            return test(node, e, lisp, groups);
+            return test(node, e, groups);
         case Node::Kind::And:
             for (const auto& c : node.children)
-                if (!testEntity(*c, e, lisp, groups)) return false;
+                if (!testEntity(*c, e, groups)) return false;
             return true;
         case Node::Kind::Or:
             for (const auto& c : node.children)
-                if (testEntity(*c, e, lisp, groups)) return true;
+                if (testEntity(*c, e, groups)) return true;
             return false;
         case Node::Kind::Xor:
-            return testEntity(*node.children[0], e, lisp, groups) !=
-                   testEntity(*node.children[1], e, lisp, groups);
+            return testEntity(*node.children[0], e, groups) != testEntity(*node.children[1], e, groups);
         case Node::Kind::Not:
-            return !testEntity(*node.children[0], e, lisp, groups);
+            return !testEntity(*node.children[0], e, groups);
     }
     return false;
 }
@@ -252,7 +251,7 @@ bool testEntity(const Node& node, const db::Entity& e, Interpreter& lisp, Value&
 
 bool SelectionFilter::matches(const db::Entity& entity) const {
     Value groups;
-    return testEntity(*root_, entity, lisp_, groups);
+    return testEntity(*root_, entity, groups);
 }
 
 }  // namespace vela::host::lisp

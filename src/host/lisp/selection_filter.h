@@ -15,8 +15,6 @@ class RxClass;
 
 namespace vela::host::lisp {
 
-class Interpreter;
-
 /// A selection filter list as ssget takes it: groups an entity must have ((0 . "LINE") (8 . "Walls*")), names
 /// with wildcards compared without regard to case, relational tests (-4 . ">=") applied to the group after
 /// them (points coordinate by coordinate: (-4 . ">,>,*")), bit tests "&" and "&=", and the groupings
@@ -25,15 +23,13 @@ class Interpreter;
 class SelectionFilter {
   public:
     /// Reads a filter list; throws LispError for one that is malformed.
-    SelectionFilter(Interpreter& lisp, const db::Database& database, const Value& filter);
+    SelectionFilter(const db::Database& database, const Value& filter);
     ~SelectionFilter();
     bool matches(const db::Entity& entity) const;
 
     struct Node;
 
   private:
-    Interpreter& lisp_;
-    const db::Database& database_;
     std::unique_ptr<Node> root_;
 };
 
