@@ -227,7 +227,8 @@ TEST_F(Lisp, PointsAndOutput) {
     log.clear();
     EXPECT_EQ(eval("(princ \"one\") (prin1 \"two\") (terpri) (print 3) (prompt \"\\nfour\") (alert \"five\") "
                    "(princ)"),
-              "\"\"");
+              "")
+        << "(princ) ends a program quietly";
     EXPECT_EQ(log, QStringList({QStringLiteral("one\"two\""), QString(), QStringLiteral("3 "),
                                 QStringLiteral("fourfive")}))
         << "a prompt ends no line";

@@ -72,7 +72,7 @@ TEST_F(EvaluateLispSlot, AnswersThePrintedResultWithTheChangesOfThisEvaluationAl
     EXPECT_EQ(
         ask("(entmod (list (cons -1 (handent \"" + handle + "\")) '(62 . 1))) (princ)"),
         answer(
-            "\"\"",
+            "",
             (R"({"created":{},"erased":{},"modified":[{"category":"Entity","changes":[)"
              R"({"newValue":"1","oldValue":"ByLayer","property":"Color"}],"className":"AcDbLine","handle":")" +
              handle + R"("}],"summary":{"created":0,"erased":0,"modified":1}})")

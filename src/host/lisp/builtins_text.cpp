@@ -292,14 +292,16 @@ Value wcmatch(Interpreter& l, Args& a) {
 
 // ---- Output: to the command line ----
 
+// (princ) with nothing to print answers the symbol with no name, which prints as nothing: programs end with
+// it so that the command line shows no value.
 Value princ(Interpreter& l, Args& a) {
-    if (a.empty()) return string({});  // the "quiet exit" idiom
+    if (a.empty()) return l.symbol(QString());
     l.write(print(a[0], false));
     return a[0];
 }
 
 Value prin1(Interpreter& l, Args& a) {
-    if (a.empty()) return string({});
+    if (a.empty()) return l.symbol(QString());
     l.write(print(a[0], true));
     return a[0];
 }
