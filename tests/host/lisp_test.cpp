@@ -343,6 +343,8 @@ TEST_F(Lisp, SelectionSetsAndFiltersAgreeWithTheSelectionEngine) {
               "8");
     EXPECT_EQ(eval("(sslength (ssget \"X\" '((-4 . \"<NOT\") (0 . \"LINE\") (-4 . \"NOT>\"))))"), "6");
     EXPECT_EQ(eval("(sslength (ssget \"X\" '((0 . \"LINE\") (-4 . \">,*,*\") (11 4 0 0))))"), "2");
+    EXPECT_EQ(eval("(sslength (ssget \"X\" '((-4 . \">\") (40 . 1.0) (-4 . \"<,*,*\") (10 1 0 0))))"), "4")
+        << "two groups read from each entity's list";
     EXPECT_EQ(eval("(ssget \"X\" '((0 . \"TEXT\")))"), "nil") << "nothing found is nil, not an empty set";
     EXPECT_EQ(eval("(ssget \"X\" '((-4 . \"<OR\") (0 . \"LINE\")))"),
               "; error: bad ssget list value: ((-4 . \"<OR\") (0 . \"LINE\"))");

@@ -34,34 +34,73 @@ Value textValue(std::string_view s) {
 /// A DXF output that builds the dialect's group list.
 class GroupListOutput : public db::DxfOutput {
   public:
-    explicit GroupListOutput(const db::Database* database) : database_(database) {}
+    /// With `only`, groups of other codes are passed over without being made into values (a filter's test
+    /// needs a few groups of many entities).
+    GroupListOutput(const db::Database* database, const std::vector<int>* only)
+        : database_(database), only_(only) {}
 
-    void writeString(int code, std::string_view v) override { add(code, textValue(v)); }
-    void writeBool(int code, bool v) override { add(code, Value(std::int32_t(v))); }
-    void writeInt8(int code, std::int8_t v) override { add(code, Value(std::int32_t(v))); }
-    void writeInt16(int code, std::int16_t v) override { add(code, Value(std::int32_t(v))); }
-    void writeInt32(int code, std::int32_t v) override { add(code, Value(v)); }
+    void writeString(int code, std::string_view v) override {
+        if (!wanted(code)) return;
+        add(code, textValue(v));
+    }
+    void writeBool(int code, bool v) override {
+        if (!wanted(code)) return;
+        add(code, Value(std::int32_t(v)));
+    }
+    void writeInt8(int code, std::int8_t v) override {
+        if (!wanted(code)) return;
+        add(code, Value(std::int32_t(v)));
+    }
+    void writeInt16(int code, std::int16_t v) override {
+        if (!wanted(code)) return;
+        add(code, Value(std::int32_t(v)));
+    }
+    void writeInt32(int code, std::int32_t v) override {
+        if (!wanted(code)) return;
+        add(code, Value(v));
+    }
     void writeInt64(int code, std::int64_t v) override {
+        if (!wanted(code)) return;
         add(code, v >= INT32_MIN && v <= INT32_MAX ? Value(std::int32_t(v)) : Value(double(v)));
     }
-    void writeUInt8(int code, std::uint8_t v) override { add(code, Value(std::int32_t(v))); }
-    void writeUInt16(int code, std::uint16_t v) override { add(code, Value(std::int32_t(v))); }
-    void writeUInt32(int code, std::uint32_t v) override { writeInt64(code, v); }
+    void writeUInt8(int code, std::uint8_t v) override {
+        if (!wanted(code)) return;
+        add(code, Value(std::int32_t(v)));
+    }
+    void writeUInt16(int code, std::uint16_t v) override {
+        if (!wanted(code)) return;
+        add(code, Value(std::int32_t(v)));
+    }
+    void writeUInt32(int code, std::uint32_t v) override {
+        if (!wanted(code)) return;
+        writeInt64(code, v);
+    }
     void writeDouble(int code, double v) override {
+        if (!wanted(code)) return;
         add(code, Value(isAngle(code) ? v * std::numbers::pi / 180.0 : v));
     }
     void writePoint2d(int code, const db::Point2d& p) override {
+        if (!wanted(code)) return;
         addPoint(code, list({Value(p.x), Value(p.y)}));
     }
-    void writePoint3d(int code, const db::Point3d& p) override { addPoint(code, pointValue(p)); }
+    void writePoint3d(int code, const db::Point3d& p) override {
+        if (!wanted(code)) return;
+        addPoint(code, pointValue(p));
+    }
     void writeVector3d(int code, const db::Vector3d& v) override {
+        if (!wanted(code)) return;
         addPoint(code, pointValue({v.x, v.y, v.z}));
     }
-    void writeHandle(int code, db::Handle h) override { add(code, textValue(h.toText())); }
+    void writeHandle(int code, db::Handle h) override {
+        if (!wanted(code)) return;
+        add(code, textValue(h.toText()));
+    }
     void writeObjectId(int code, db::ObjectId id) override {
+        if (!wanted(code)) return;
         if (!id.isNull()) add(code, Value(new Ename(id)));
     }
     void writeBinary(int code, std::span<const std::uint8_t> v) override {
+        if (!wanted(code)) return;
         QByteArray bytes(reinterpret_cast<const char*>(v.data()), qsizetype(v.size()));
         add(code, string(QString::fromLatin1(bytes.toHex().toUpper())));
     }
@@ -69,6 +108,7 @@ class GroupListOutput : public db::DxfOutput {
         using db::dxf::ValueType;
         const ValueType type = db::dxf::valueTypeOf(code);
         const int axis = db::dxf::pointAxis(code);
+        if (!wanted(axis > 0 ? code - 10 * axis : code)) return;  // a point's Y and Z go with its X
         if (axis > 0 && pendingPoint_ == code - 10 * axis) {
             coordinates_.push_back(Value(number(text)));
             return;
@@ -117,6 +157,9 @@ class GroupListOutput : public db::DxfOutput {
     }
 
   private:
+    bool wanted(int code) const {
+        return !only_ || code < 0 || std::binary_search(only_->begin(), only_->end(), code);
+    }
     static double number(std::string_view text) {
         while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
         double v = 0;
@@ -151,6 +194,7 @@ class GroupListOutput : public db::DxfOutput {
     }
 
     const db::Database* database_;
+    const std::vector<int>* only_;
     ListBuilder groups_;
     std::vector<std::pair<QString, ListBuilder>> xdata_;
     int pendingPoint_ = -1;
@@ -196,8 +240,8 @@ void addGroup(int code, const Value& value, const Value& group, std::vector<db::
 
 }  // namespace
 
-Value groupList(const db::DbObject& object, const QStringList& applications) {
-    GroupListOutput out(object.database());
+Value groupList(const db::DbObject& object, const QStringList& applications, const std::vector<int>* only) {
+    GroupListOutput out(object.database(), only);
     out.writeObjectId(-1, object.objectId());
     db::writeDxfRecord(object, out);
     return out.take(applications);

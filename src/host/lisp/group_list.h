@@ -18,8 +18,10 @@ class Interpreter;
 /// An object's DXF groups as the dialect lists them (entget): (-1 . <Entity name>) first, then the record's
 /// groups as a file holds them, each a dotted pair (code . value) or, for points, (code x y z); angles in
 /// radians; references as entity names. Extended data of the applications whose names match one of
-/// `applications` (wildcards) follows as (-3 ("APP" (1000 . "...") ...) ...).
-Value groupList(const db::DbObject& object, const QStringList& applications = {});
+/// `applications` (wildcards) follows as (-3 ("APP" (1000 . "...") ...) ...). With `only` (sorted codes),
+/// just the groups of those codes (and -1).
+Value groupList(const db::DbObject& object, const QStringList& applications = {},
+                const std::vector<int>* only = nullptr);
 
 /// A group list read back into DXF groups (entmake, entmod).
 struct GroupsFromList {

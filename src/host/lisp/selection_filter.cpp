@@ -122,28 +122,20 @@ SelectionFilter::SelectionFilter(const db::Database& database, const Value& filt
         if (code == -4) {
             if (!value.isString()) badFilter(group);
             const QString word = value.as<String>()->text.toUpper();
-            if (word.startsWith(u'<') && word.size() > 2) {
+            static const QStringList kOpen = {QStringLiteral("<AND"), QStringLiteral("<OR"),
+                                              QStringLiteral("<XOR"), QStringLiteral("<NOT")};
+            static const QStringList kClose = {QStringLiteral("AND>"), QStringLiteral("OR>"),
+                                               QStringLiteral("XOR>"), QStringLiteral("NOT>")};
+            if (const qsizetype k = kOpen.indexOf(word); k >= 0) {
                 auto node = std::make_unique<Node>();
-                if (word == QLatin1String("<AND"))
-                    node->kind = Node::Kind::And;
-                else if (word == QLatin1String("<OR"))
-                    node->kind = Node::Kind::Or;
-                else if (word == QLatin1String("<XOR"))
-                    node->kind = Node::Kind::Xor;
-                else if (word == QLatin1String("<NOT"))
-                    node->kind = Node::Kind::Not;
-                else
-                    badFilter(group);
+                node->kind = static_cast<Node::Kind>(k);  // And, Or, Xor, Not in this order
                 Node* raw = node.get();
                 open.back()->children.push_back(std::move(node));
                 open.push_back(raw);
                 continue;
             }
-            if (word.endsWith(u'>') && word.size() > 2) {
-                const QString name = word.chopped(1);
-                static const char* const kNames[] = {"AND", "OR", "XOR", "NOT"};
-                if (open.size() < 2 || name != QLatin1String(kNames[int(open.back()->kind)]))
-                    badFilter(group);
+            if (const qsizetype k = kClose.indexOf(word); k >= 0) {
+                if (open.size() < 2 || int(open.back()->kind) != k) badFilter(group);
                 const Node* closing = open.back();
                 if ((closing->kind == Node::Kind::Not && closing->children.size() != 1) ||
                     (closing->kind == Node::Kind::Xor && closing->children.size() != 2))
@@ -174,18 +166,23 @@ SelectionFilter::SelectionFilter(const db::Database& database, const Value& filt
                         test->records.insert(r);
                 });
         }
+        // Groups other than type, layer, linetype and color are read from the entity's group list.
+        if (!(code == 0 || code == 62 || ((code == 8 || code == 6) && test->useRecords)))
+            listCodes_.push_back(code);
         open.back()->children.push_back(std::move(test));
     }
     if (open.size() != 1) badFilter(filter);
+    std::sort(listCodes_.begin(), listCodes_.end());
+    listCodes_.erase(std::unique(listCodes_.begin(), listCodes_.end()), listCodes_.end());
 }
 
 SelectionFilter::~SelectionFilter() = default;
 
 namespace {
 
-bool testEntity(const Node& node, const db::Entity& entity, Value& groups);
+bool testEntity(const Node& node, const db::Entity& entity, Value& groups, const std::vector<int>& codes);
 
-bool test(const Node& t, const db::Entity& e, Value& groups) {
+bool test(const Node& t, const db::Entity& e, Value& groups, const std::vector<int>& codes) {
     const QString& op = t.ops.front();
     switch (t.code) {
         case 0: {
@@ -215,7 +212,7 @@ bool test(const Node& t, const db::Entity& e, Value& groups) {
             break;
     }
     // Any other group: from the entity's group list, made once per entity.
-    if (groups.isNil()) groups = groupList(e);
+    if (groups.isNil()) groups = groupList(e, {}, &codes);
     bool any = false;
     for (const Value* g = &groups; g->isCons(); g = &g->as<Cons>()->cdr) {
         const Cons* pair = g->as<Cons>()->car.as<Cons>();
@@ -227,22 +224,23 @@ bool test(const Node& t, const db::Entity& e, Value& groups) {
     return !any && isNotEqualOp(op);
 }
 
-bool testEntity(const Node& node, const db::Entity& e, Value& groups) {
+bool testEntity(const Node& node, const db::Entity& e, Value& groups, const std::vector<int>& codes) {
     switch (node.kind) {
         case Node::Kind::Test:
-            return test(node, e, groups);
+            return test(node, e, groups, codes);
         case Node::Kind::And:
             for (const auto& c : node.children)
-                if (!testEntity(*c, e, groups)) return false;
+                if (!testEntity(*c, e, groups, codes)) return false;
             return true;
         case Node::Kind::Or:
             for (const auto& c : node.children)
-                if (testEntity(*c, e, groups)) return true;
+                if (testEntity(*c, e, groups, codes)) return true;
             return false;
         case Node::Kind::Xor:
-            return testEntity(*node.children[0], e, groups) != testEntity(*node.children[1], e, groups);
+            return testEntity(*node.children[0], e, groups, codes) !=
+                   testEntity(*node.children[1], e, groups, codes);
         case Node::Kind::Not:
-            return !testEntity(*node.children[0], e, groups);
+            return !testEntity(*node.children[0], e, groups, codes);
     }
     return false;
 }
@@ -251,7 +249,7 @@ bool testEntity(const Node& node, const db::Entity& e, Value& groups) {
 
 bool SelectionFilter::matches(const db::Entity& entity) const {
     Value groups;
-    return testEntity(*root_, entity, groups);
+    return testEntity(*root_, entity, groups, listCodes_);
 }
 
 }  // namespace vela::host::lisp

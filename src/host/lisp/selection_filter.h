@@ -31,6 +31,7 @@ class SelectionFilter {
 
   private:
     std::unique_ptr<Node> root_;
+    std::vector<int> listCodes_;  // the codes tests read from group lists, sorted
 };
 
 }  // namespace vela::host::lisp
