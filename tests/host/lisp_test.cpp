@@ -348,6 +348,8 @@ TEST_F(Lisp, SelectionSetsAndFiltersAgreeWithTheSelectionEngine) {
     EXPECT_EQ(eval("(ssget \"X\" '((0 . \"TEXT\")))"), "nil") << "nothing found is nil, not an empty set";
     EXPECT_EQ(eval("(ssget \"X\" '((-4 . \"<OR\") (0 . \"LINE\")))"),
               "; error: bad ssget list value: ((-4 . \"<OR\") (0 . \"LINE\"))");
+    EXPECT_EQ(eval("(ssget \"X\" '((-4 . \"<FOO\") (0 . \"LINE\")))"),
+              "; error: bad ssget list value: (-4 . \"<FOO\")");
     EXPECT_EQ(eval("(ssget \"Q\")"), "; error: ssget: the selection mode \"Q\" is not available");
 
     EXPECT_EQ(eval("(setq s (ssadd)) (ssadd (entlast) s) (ssadd (entlast) s) "

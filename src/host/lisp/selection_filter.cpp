@@ -143,7 +143,13 @@ SelectionFilter::SelectionFilter(const db::Database& database, const Value& filt
                 open.pop_back();
                 continue;
             }
+            static const QStringList kOps = {QStringLiteral("="),  QStringLiteral("!="), QStringLiteral("/="),
+                                             QStringLiteral("<>"), QStringLiteral("<"),  QStringLiteral("<="),
+                                             QStringLiteral(">"),  QStringLiteral(">="), QStringLiteral("*"),
+                                             QStringLiteral("&"),  QStringLiteral("&=")};
             pendingOps = word.split(u',');
+            for (const QString& op : pendingOps)
+                if (!kOps.contains(op)) badFilter(group);
             continue;
         }
         auto test = std::make_unique<Node>();
