@@ -83,4 +83,19 @@ TEST(LispCorpus, UndoFromInsideAProgramAndStoppedProgramsKeepTheStepExact) {
     }
 }
 
+// What the fuzzer's runs found worth keeping: arbitrary programs, each of which must leave the drawing sound
+// whatever it answers.
+TEST(LispCorpus, FoundInputsLeaveTheDrawingSound) {
+    LispHarness harness((fs::path(VELA_SOURCE_DIR) / "examples" / "floor_plan.dxf").string(), fuzzLimits());
+    ASSERT_TRUE(harness.ready()) << harness.error();
+    int inputs = 0;
+    for (const fs::directory_entry& entry :
+         fs::directory_iterator(fs::path(VELA_SOURCE_DIR) / "fuzz" / "lisp_found")) {
+        SCOPED_TRACE(entry.path().filename().string());
+        ++inputs;
+        EXPECT_EQ(harness.run(readAll(entry.path())).problem, "");
+    }
+    EXPECT_GE(inputs, 100);
+}
+
 }  // namespace
