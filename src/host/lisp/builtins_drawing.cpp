@@ -149,8 +149,6 @@ db::ObjectId make(Interpreter& l, const Value& groupList, const char* function) 
                 QStringLiteral("attributes (66 . 1) follow a reference as ATTRIB records, which are not made "
                                "from lists here"));
     }
-    // Groups its type does not take would be written where a reader takes them for something else.
-    if (entity->extras()) entity->editExtras().keptTags.clear();
     std::unique_ptr<db::Entity> owned(static_cast<db::Entity*>(object.release()));
     const db::ObjectId space = g.paperSpace ? db->paperSpaceId() : l.document()->activeSpaceId();
     db::ObjectId id;
@@ -262,10 +260,6 @@ Value modifyEntity(Interpreter& l, const Value& list) {
         extras.extensionDictionary = old->extensionDictionary;
     }
     extras.xdata = mergedXdata(old ? old->xdata : std::vector<db::DxfTag>{}, g.xdata);
-    // Groups the type does not take are kept only as the entity had them (from its file), not as given.
-    std::erase_if(extras.keptTags, [&](const db::DxfTag& t) {
-        return !old || std::find(old->keptTags.begin(), old->keptTags.end(), t) == old->keptTags.end();
-    });
     if (auto* e = db::objectCast<db::Entity>(object.get())) {
         auto* f = static_cast<db::Entity*>(fresh.get());
         const auto followers = e->followers();

@@ -5,7 +5,9 @@
 
 #include "db/database.h"
 #include "db/dxf/fields/dxf_input.h"
+#include "db/dxf/fields/tag_output.h"
 #include "db/dxf/tags/group_code.h"
+#include "db/dxf/tags/tag_reader.h"
 #include "db/entity.h"
 #include "db/raw_object.h"
 #include "db/records/layer_table_record.h"
@@ -73,8 +75,23 @@ bool groupValueFits(const DxfTag& t) {
 
 }  // namespace
 
-std::unique_ptr<DbObject> makeDxfRecord(Database* database, std::string_view type,
-                                        const std::vector<DxfTag>& groups, std::vector<std::string>& errors) {
+namespace {
+
+// An object's own groups as a file holds them (its declaration's, kept ones in their places).
+std::vector<DxfTag> ownGroups(const DbObject& object) {
+    std::string text;
+    dxf::TagWriter writer(text);
+    TagOutput out(writer);
+    object.dxfOutFields(out);
+    std::vector<DxfTag> groups;
+    dxf::TagReader reader(text);
+    dxf::Tag tag;
+    while (reader.next(tag)) groups.push_back({tag.code, std::string(tag.value)});
+    return groups;
+}
+
+std::unique_ptr<DbObject> readRecord(Database* database, std::string_view type,
+                                     const std::vector<DxfTag>& groups, std::vector<std::string>& errors) {
     const RxClass* cls = RxRegistry::findByDxfName(type);
     if (!cls) return nullptr;
     DxfInput in(database);
@@ -111,6 +128,22 @@ std::unique_ptr<DbObject> makeDxfRecord(Database* database, std::string_view typ
         extras.keptTags = std::move(kept);
         extras.xdata = std::move(xdata);
     }
+    return object;
+}
+
+}  // namespace
+
+std::unique_ptr<DbObject> makeDxfRecord(Database* database, std::string_view type,
+                                        const std::vector<DxfTag>& groups, std::vector<std::string>& errors) {
+    std::unique_ptr<DbObject> object = readRecord(database, type, groups, errors);
+    if (!object || !object->extras() || object->extras()->keptTags.empty()) return object;
+    // Groups the class does not model are written back where their section ends. Given out of place (a bulge
+    // before the first vertex), that is where a reader takes them for something else: such groups are left
+    // out, so that the object saves as it reads back.
+    const std::vector<DxfTag> written = ownGroups(*object);
+    std::vector<std::string> ignored;
+    const std::unique_ptr<DbObject> again = readRecord(database, type, written, ignored);
+    if (!again || ownGroups(*again) != written) object->editExtras().keptTags.clear();
     return object;
 }
 
