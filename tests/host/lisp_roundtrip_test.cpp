@@ -92,7 +92,7 @@ TEST_F(SamplePlan, TablesAndVariablesAreSeenAsTheHostSeesThem) {
                                  table + "\"))) (reverse out)";
         QStringList quoted;
         for (const QString& n : names) quoted << u'"' + n + u'"';
-        EXPECT_EQ(eval(walk), "(" + quoted.join(u' ').toStdString() + ")") << table;
+        EXPECT_EQ(QString::fromStdString(eval(walk)), u'(' + quoted.join(u' ') + u')') << table;
         for (const QString& n : names)
             EXPECT_EQ(eval(std::string("(cdr (assoc 2 (tblsearch \"") + table + "\" \"" +
                            n.toLower().toStdString() + "\")))"),
