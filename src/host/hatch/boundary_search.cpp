@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <numbers>
 #include <numeric>
+#include <unordered_map>
 
 namespace vela::host::hatch {
 
@@ -219,14 +220,51 @@ std::optional<Region> FindRegion(const std::vector<Piece>& input, const db::Poin
         cuts[i] = {0.0, 1.0};
         if (isClosed(curves[i])) cuts[i].push_back(0.5);
     }
-    for (std::size_t i = 0; i < curves.size(); ++i)
-        for (std::size_t j = i + 1; j < curves.size(); ++j) meet(curves[i], curves[j], eps, cuts[i], cuts[j]);
+    // Pairs whose boxes overlap, found by a sweep along X.
+    struct Box {
+        double x0, x1, y0, y1;
+    };
+    std::vector<Box> boxes;
+    for (const Piece& c : curves) {
+        if (c.kind == Piece::Kind::Line)
+            boxes.push_back({std::min(c.start.x, c.end.x), std::max(c.start.x, c.end.x),
+                             std::min(c.start.y, c.end.y), std::max(c.start.y, c.end.y)});
+        else
+            boxes.push_back(
+                {c.center.x - c.radius, c.center.x + c.radius, c.center.y - c.radius, c.center.y + c.radius});
+    }
+    std::vector<std::size_t> byX(curves.size());
+    std::iota(byX.begin(), byX.end(), std::size_t(0));
+    std::sort(byX.begin(), byX.end(),
+              [&](std::size_t a, std::size_t b) { return boxes[a].x0 < boxes[b].x0; });
+    for (std::size_t k = 0; k < byX.size(); ++k) {
+        const Box& a = boxes[byX[k]];
+        for (std::size_t m = k + 1; m < byX.size() && boxes[byX[m]].x0 <= a.x1 + 4 * eps; ++m) {
+            const Box& b = boxes[byX[m]];
+            if (b.y0 > a.y1 + 4 * eps || a.y0 > b.y1 + 4 * eps) continue;
+            const std::size_t i = byX[k], j = byX[m];
+            meet(curves[i], curves[j], eps, cuts[i], cuts[j]);
+        }
+    }
 
+    // Points closer than the tolerance are one vertex: found through a grid of cells of that size.
     std::vector<Point2d> vertices;
+    const double cell = 8 * eps;
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> grid;
+    auto key = [](long long cx, long long cy) {
+        return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xFFFFFFFF);
+    };
     auto vertexAt = [&](Point2d p) {
-        for (std::size_t v = 0; v < vertices.size(); ++v)
-            if (distance(vertices[v], p) <= 4 * eps) return v;
+        const long long cx = std::llround(std::floor(p.x / cell)), cy = std::llround(std::floor(p.y / cell));
+        for (long long dx = -1; dx <= 1; ++dx)
+            for (long long dy = -1; dy <= 1; ++dy) {
+                auto it = grid.find(key(cx + dx, cy + dy));
+                if (it == grid.end()) continue;
+                for (std::size_t v : it->second)
+                    if (distance(vertices[v], p) <= 4 * eps) return v;
+            }
         vertices.push_back(p);
+        grid[key(cx, cy)].push_back(vertices.size() - 1);
         return vertices.size() - 1;
     };
     struct Edge {
@@ -235,6 +273,7 @@ std::optional<Region> FindRegion(const std::vector<Piece>& input, const db::Poin
         bool live = true;
     };
     std::vector<Edge> edges;
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> between;  // edges by their two vertices
     for (std::size_t i = 0; i < curves.size(); ++i) {
         std::vector<double>& t = cuts[i];
         std::sort(t.begin(), t.end());
@@ -244,11 +283,14 @@ std::optional<Region> FindRegion(const std::vector<Piece>& input, const db::Poin
             if (from == to) continue;  // a cut of no length
             // One stretch given twice (overlapping curves) is one edge.
             const Point2d mid = p.pointAt(0.5);
-            const bool twice = std::any_of(edges.begin(), edges.end(), [&](const Edge& e) {
-                return ((e.from == from && e.to == to) || (e.from == to && e.to == from)) &&
-                       e.piece.kind == p.kind && distance(e.piece.pointAt(0.5), mid) <= 4 * eps;
+            std::vector<std::size_t>& same = between[key(static_cast<long long>(std::min(from, to)),
+                                                         static_cast<long long>(std::max(from, to)))];
+            const bool twice = std::any_of(same.begin(), same.end(), [&](std::size_t e) {
+                return edges[e].piece.kind == p.kind && distance(edges[e].piece.pointAt(0.5), mid) <= 4 * eps;
             });
-            if (!twice) edges.push_back({p, from, to});
+            if (twice) continue;
+            same.push_back(edges.size());
+            edges.push_back({p, from, to});
         }
     }
 

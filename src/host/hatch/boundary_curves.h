@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "db/geometry/matrix.h"
+#include "db/object_id.h"
+#include "host/hatch/boundary_search.h"
+
+namespace vela::db {
+class Entity;
+class SpatialIndex;
+}  // namespace vela::db
+
+namespace vela::host::hatch {
+
+/// Appends the curves of an entity as they lie in the drawing's XY plane after `transform`: lines, arcs,
+/// circles, lightweight polylines (their bulges as arcs), and the entities of block references (transformed,
+/// to a nesting depth of 16). Entities on layers that are off or frozen and invisible entities add nothing;
+/// so do kinds without boundary curves here and references scaled unevenly (their circles would be
+/// ellipses). `source` is the id of the entity of the space the curves come from.
+void AppendBoundaryCurves(const db::Entity& entity, const db::Matrix3d& transform, std::size_t source,
+                          std::vector<Piece>& out, int depth = 0);
+
+/// The area around `point` bounded by the visible entities of `space`, looking only at entities near it: a
+/// window around the point grows until the area found lies inside it (everything that could cut the area
+/// then lies in the window too) or covers the whole space. `sources` receives the entities that bound the
+/// area (for an associative hatch).
+std::optional<Region> FindRegionAround(const db::SpatialIndex& index, db::ObjectId space,
+                                       const db::Point3d& point, double gapTolerance,
+                                       std::vector<db::ObjectId>* sources = nullptr);
+
+}  // namespace vela::host::hatch
