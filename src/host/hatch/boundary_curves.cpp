@@ -133,22 +133,28 @@ std::optional<Region> FindRegionAround(const db::SpatialIndex& index, db::Object
                 }
         }
         if (inside || coversAll) {
-            if (region && sources) {
-                sources->clear();
-                std::vector<std::size_t> used;
-                auto note = [&](const Loop& l) {
-                    for (const Piece& p : l.pieces)
-                        if (p.source < near.size()) used.push_back(p.source);
-                };
-                note(region->outer);
-                for (const Loop& l : region->islands) note(l);
-                std::sort(used.begin(), used.end());
-                used.erase(std::unique(used.begin(), used.end()), used.end());
-                for (std::size_t i : used) sources->push_back(near[i]);
-            }
+            if (sources) *sources = near;
             return region;
         }
     }
+}
+
+std::vector<db::HatchLoop> HatchLoops(const Region& region, const std::vector<db::ObjectId>& sources) {
+    std::vector<db::HatchLoop> loops;
+    auto add = [&](const Loop& loop, std::int32_t flags) {
+        db::HatchLoop out;
+        out.flags = flags;
+        for (const Piece& p : loop.pieces) {
+            out.vertices.push_back({p.start, p.kind == Piece::Kind::Arc ? std::tan(p.sweep / 4) : 0.0});
+            if (p.source < sources.size() && std::find(out.sourceObjects.begin(), out.sourceObjects.end(),
+                                                       sources[p.source]) == out.sourceObjects.end())
+                out.sourceObjects.push_back(sources[p.source]);
+        }
+        loops.push_back(std::move(out));
+    };
+    add(region.outer, db::HatchLoop::kExternal | db::HatchLoop::kPolyline | db::HatchLoop::kDerived);
+    for (const Loop& island : region.islands) add(island, db::HatchLoop::kPolyline | db::HatchLoop::kDerived);
+    return loops;
 }
 
 }  // namespace vela::host::hatch

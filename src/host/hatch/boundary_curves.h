@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "db/entities/hatch.h"
 #include "db/geometry/matrix.h"
 #include "db/object_id.h"
 #include "host/hatch/boundary_search.h"
@@ -18,16 +19,20 @@ namespace vela::host::hatch {
 /// circles, lightweight polylines (their bulges as arcs), and the entities of block references (transformed,
 /// to a nesting depth of 16). Entities on layers that are off or frozen and invisible entities add nothing;
 /// so do kinds without boundary curves here and references scaled unevenly (their circles would be
-/// ellipses). `source` is the id of the entity of the space the curves come from.
+/// ellipses). `source` is the number of the entity of the space the curves come from.
 void AppendBoundaryCurves(const db::Entity& entity, const db::Matrix3d& transform, std::size_t source,
                           std::vector<Piece>& out, int depth = 0);
 
 /// The area around `point` bounded by the visible entities of `space`, looking only at entities near it: a
 /// window around the point grows until the area found lies inside it (everything that could cut the area
-/// then lies in the window too) or covers the whole space. `sources` receives the entities that bound the
-/// area (for an associative hatch).
+/// then lies in the window too) or covers the whole space. `sources` receives the entities looked at: a
+/// piece's `source` is its entity's place there.
 std::optional<Region> FindRegionAround(const db::SpatialIndex& index, db::ObjectId space,
                                        const db::Point3d& point, double gapTolerance,
                                        std::vector<db::ObjectId>* sources = nullptr);
+
+/// The loops of a hatch filling the region: polyline loops (arcs as bulges), the outer one first, each with
+/// the entities it was made from (`sources` as FindRegionAround gives them), for an associative hatch.
+std::vector<db::HatchLoop> HatchLoops(const Region& region, const std::vector<db::ObjectId>& sources);
 
 }  // namespace vela::host::hatch
