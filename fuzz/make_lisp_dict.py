@@ -13,7 +13,8 @@ lisp = root / "src" / "host" / "lisp"
 names = set()
 for source in lisp.glob("*.cpp"):
     text = source.read_text()
-    names.update(re.findall(r'define\("([^"]+)"', text))
+    # the families' tables of built-ins: {"NAME", body, fewest, most}
+    names.update(re.findall(r'\{"([^"]+)",\s*[A-Za-z_][\w:]*(?:<[^>]*>)?,\s*-?\d+,\s*-?\d+\}', text))
     names.update(re.findall(r'\{"([A-Z]+)", SpecialForm::', text))
     if "kProperties" in text:
         for prop in re.findall(r'\{"([A-Za-z]+)", -?\d+, Shape::', text):

@@ -87,8 +87,9 @@ int CommandStack::run(const QString& name, const QStringList& args, UserInputSou
     if (unused) *unused = io.remaining();
     // The command may have closed its own document.
     if (grouped && documents_.documentOf(database)) {
-        // Cancelled: the drawing is left as it was and no step is kept.
-        if (result == RTCAN && depth_ == 0)
+        // Cancelled: what the run did is taken back (a command or program that ran it keeps its own work and
+        // goes on), and no step is kept.
+        if (result == RTCAN)
             rollBack();
         else
             database->undoManager().endGroup();

@@ -32,8 +32,9 @@ public:
 
     /// Runs a command synchronously in the active document, with `args` queued as its first input, as one
     /// undo step of that document: a command that changed nothing leaves no step; one that is cancelled
-    /// (RTCAN) or throws rolls its changes back, unless another command runs it (that one decides). Returns
-    /// the command's result code, RTERROR for an unknown command. The answers the command did not ask for go
+    /// (RTCAN) rolls its changes back, even when another command or a program runs it; one that throws too,
+    /// unless another command runs it (that one decides). Returns the command's result code, RTERROR for an
+    /// unknown command. The answers the command did not ask for go
     /// to `unused` (a program's next command, as on a command line).
     int run(const QString& name, const QStringList& args, UserInputSource& input,
             QStringList* unused = nullptr);

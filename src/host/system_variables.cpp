@@ -199,9 +199,7 @@ QString SystemVariables::displayText(const VariableValue& value) {
     if (const int* i = std::get_if<int>(&value)) return QString::number(*i);
     if (const double* d = std::get_if<double>(&value)) return ShortestNumberText(*d);
     if (const QString* t = std::get_if<QString>(&value)) return QLatin1Char('"') + *t + QLatin1Char('"');
-    const db::Point3d& p = std::get<db::Point3d>(value);
-    return QStringLiteral("%1,%2,%3")
-        .arg(ShortestNumberText(p.x), ShortestNumberText(p.y), ShortestNumberText(p.z));
+    return CommandLinePointText(std::get<db::Point3d>(value));
 }
 
 }  // namespace vela::host

@@ -99,81 +99,93 @@ int copyCommand(CommandContext& context) {
     }
 }
 
-int rotateCommand(CommandContext& context) {
+namespace {
+
+// ROTATE and SCALE: objects and a base point, then a value (`ask`) or Copy (the value then applies to copies;
+// asked again) or Reference (`byReference`: two values whose relation is the value), and the objects or their
+// copies transformed by `matrix(value, base)`.
+template <class Ask, class ByReference, class MatrixOf>
+int transformAroundBase(CommandContext& context, const char* copyMessage, Ask ask, ByReference byReference,
+                        MatrixOf matrix) {
     std::vector<db::ObjectId> ids;
     db::Point3d base;
     const int r = selectWithBase(context, ids, base, Prompt(QStringLiteral("Specify base point")));
     if (r != RTNORM || ids.empty()) return r;
     UserIO& io = context.userIO();
     bool copy = false;
-    double angle = 0;
+    double value = 0;
     for (;;) {
-        const int a = io.getAngle(Prompt(QStringLiteral("Specify rotation angle or"))
-                                      .withKeywords({QStringLiteral("Copy"), QStringLiteral("Reference")})
-                                      .withDefault(QStringLiteral("0"))
-                                      .from(base),
-                                  angle);
-        if (a == RTCAN) return RTCAN;
-        if (a == RTNORM) break;
+        const int s = ask(io, base, value);
+        if (s == RTCAN) return RTCAN;
+        if (s == RTNORM) break;
         if (io.keyword() == QLatin1String("Copy")) {
             copy = true;
-            io.message(QStringLiteral("Rotating a copy of the selected objects."));
+            io.message(QLatin1String(copyMessage));
             continue;
         }
-        double reference = 0, target = 0;  // Reference: turn a known angle into a new one
-        if (io.getAngle(
-                Prompt(QStringLiteral("Specify the reference angle")).withDefault(QStringLiteral("0")),
-                reference) != RTNORM)
-            return RTCAN;
-        if (io.getAngle(
-                Prompt(QStringLiteral("Specify the new angle")).withDefault(QStringLiteral("0")).from(base),
-                target) != RTNORM)
-            return RTCAN;
-        angle = target - reference;
+        if (byReference(io, base, value) != RTNORM) return RTCAN;
         break;
     }
-    transformEntities(context, targets(context, ids, copy),
-                      db::Matrix3d::rotation(angle, db::Vector3d::zAxis(), base));
+    transformEntities(context, targets(context, ids, copy), matrix(value, base));
     return RTNORM;
 }
 
+}  // namespace
+
+int rotateCommand(CommandContext& context) {
+    return transformAroundBase(
+        context, "Rotating a copy of the selected objects.",
+        [](UserIO& io, const db::Point3d& base, double& angle) {
+            return io.getAngle(Prompt(QStringLiteral("Specify rotation angle or"))
+                                   .withKeywords({QStringLiteral("Copy"), QStringLiteral("Reference")})
+                                   .withDefault(QStringLiteral("0"))
+                                   .from(base),
+                               angle);
+        },
+        [](UserIO& io, const db::Point3d& base, double& angle) {
+            double reference = 0, target = 0;  // a known angle that is to become a new one
+            if (io.getAngle(
+                    Prompt(QStringLiteral("Specify the reference angle")).withDefault(QStringLiteral("0")),
+                    reference) != RTNORM ||
+                io.getAngle(Prompt(QStringLiteral("Specify the new angle"))
+                                .withDefault(QStringLiteral("0"))
+                                .from(base),
+                            target) != RTNORM)
+                return RTCAN;
+            angle = target - reference;
+            return RTNORM;
+        },
+        [](double angle, const db::Point3d& base) {
+            return db::Matrix3d::rotation(angle, db::Vector3d::zAxis(), base);
+        });
+}
+
 int scaleCommand(CommandContext& context) {
-    std::vector<db::ObjectId> ids;
-    db::Point3d base;
-    const int r = selectWithBase(context, ids, base, Prompt(QStringLiteral("Specify base point")));
-    if (r != RTNORM || ids.empty()) return r;
-    UserIO& io = context.userIO();
-    bool copy = false;
-    double factor = 1;
-    for (;;) {
-        const int f = io.getDistance(Prompt(QStringLiteral("Specify scale factor or"))
-                                         .withKeywords({QStringLiteral("Copy"), QStringLiteral("Reference")})
-                                         .from(base)
-                                         .above(),
-                                     factor);
-        if (f == RTCAN) return RTCAN;
-        if (f == RTNORM) break;
-        if (io.keyword() == QLatin1String("Copy")) {
-            copy = true;
-            io.message(QStringLiteral("Scaling a copy of the selected objects."));
-            continue;
-        }
-        double reference = 1, target = 1;  // Reference: a length that is to become another
-        if (io.getDistance(
-                Prompt(QStringLiteral("Specify reference length")).withDefault(QStringLiteral("1")).above(),
-                reference) != RTNORM)
-            return RTCAN;
-        if (io.getDistance(Prompt(QStringLiteral("Specify new length"))
-                               .withDefault(QStringLiteral("1"))
-                               .from(base)
-                               .above(),
-                           target) != RTNORM)
-            return RTCAN;
-        factor = target / reference;
-        break;
-    }
-    transformEntities(context, targets(context, ids, copy), db::Matrix3d::scaling(factor, base));
-    return RTNORM;
+    return transformAroundBase(
+        context, "Scaling a copy of the selected objects.",
+        [](UserIO& io, const db::Point3d& base, double& factor) {
+            return io.getDistance(Prompt(QStringLiteral("Specify scale factor or"))
+                                      .withKeywords({QStringLiteral("Copy"), QStringLiteral("Reference")})
+                                      .from(base)
+                                      .above(),
+                                  factor);
+        },
+        [](UserIO& io, const db::Point3d& base, double& factor) {
+            double reference = 1, target = 1;  // a length that is to become another
+            if (io.getDistance(Prompt(QStringLiteral("Specify reference length"))
+                                   .withDefault(QStringLiteral("1"))
+                                   .above(),
+                               reference) != RTNORM ||
+                io.getDistance(Prompt(QStringLiteral("Specify new length"))
+                                   .withDefault(QStringLiteral("1"))
+                                   .from(base)
+                                   .above(),
+                               target) != RTNORM)
+                return RTCAN;
+            factor = target / reference;
+            return RTNORM;
+        },
+        [](double factor, const db::Point3d& base) { return db::Matrix3d::scaling(factor, base); });
 }
 
 int mirrorCommand(CommandContext& context) {

@@ -317,34 +317,15 @@ Value vlSymbolp(Interpreter& l, Args& a) {
     return l.boolean(a[0].isSymbol());
 }
 
+// The names `type` gives, by kind (nil has none).
+const char* const kTypeNames[] = {nullptr, "INT",   "REAL",       "STR",
+                                  "SYM",   "LIST",  "ENAME",      "PICKSET",
+                                  "SUBR",  "USUBR", "VLA-OBJECT", "VL-CATCH-ALL-APPLY-ERROR"};
+static_assert(std::size(kTypeNames) == std::size_t(Kind::CatchError) + 1);
+
 Value typeOf(Interpreter& l, Args& a) {
-    switch (a[0].kind()) {
-        case Kind::Nil:
-            return {};
-        case Kind::Int:
-            return l.symbol(QStringLiteral("INT"));
-        case Kind::Real:
-            return l.symbol(QStringLiteral("REAL"));
-        case Kind::Str:
-            return l.symbol(QStringLiteral("STR"));
-        case Kind::Sym:
-            return l.symbol(QStringLiteral("SYM"));
-        case Kind::List:
-            return l.symbol(QStringLiteral("LIST"));
-        case Kind::Ename:
-            return l.symbol(QStringLiteral("ENAME"));
-        case Kind::Pickset:
-            return l.symbol(QStringLiteral("PICKSET"));
-        case Kind::Subr:
-            return l.symbol(QStringLiteral("SUBR"));
-        case Kind::Usubr:
-            return l.symbol(QStringLiteral("USUBR"));
-        case Kind::VlaObject:
-            return l.symbol(QStringLiteral("VLA-OBJECT"));
-        case Kind::CatchError:
-            return l.symbol(QStringLiteral("VL-CATCH-ALL-APPLY-ERROR"));
-    }
-    return {};
+    const char* name = kTypeNames[std::size_t(a[0].kind())];
+    return name ? l.symbol(QLatin1String(name)) : Value();
 }
 
 // ---- Lists ----
@@ -629,52 +610,87 @@ Value version(Interpreter&, Args&) {
     return string(QStringLiteral("Visual LISP 2.0 (en)"));
 }
 
+constexpr Builtin kBuiltins[] = {
+    {"+", add, 0, -1},
+    {"-", subtract, 0, -1},
+    {"*", multiply, 0, -1},
+    {"/", divide, 0, -1},
+    {"REM", remainder, 0, -1},
+    {"1+", onePlus, 1, 1},
+    {"1-", oneMinus, 1, 1},
+    {"ABS", absolute, 1, 1},
+    {"MIN", extreme<false>, 0, -1},
+    {"MAX", extreme<true>, 0, -1},
+    {"SQRT", squareRoot, 1, 1},
+    {"EXPT", power, 2, 2},
+    {"EXP", exponential, 1, 1},
+    {"LOG", logarithm, 1, 1},
+    {"SIN", sine, 1, 1},
+    {"COS", cosine, 1, 1},
+    {"ATAN", arcTangent, 1, 2},
+    {"FIX", fix, 1, 1},
+    {"FLOAT", toFloat, 1, 1},
+    {"GCD", gcdOf, 2, 2},
+    {"=", equalNumbers, 1, -1},
+    {"/=", notEqual, 1, -1},
+    {"<", less, 1, -1},
+    {">", greater, 1, -1},
+    {"<=", lessEqual, 1, -1},
+    {">=", greaterEqual, 1, -1},
+    {"EQ", eqFn, 2, 2},
+    {"EQUAL", equalFn, 2, 3},
+    {"NOT", notFn, 1, 1},
+    {"NULL", notFn, 1, 1},
+    {"ZEROP", zerop, 1, 1},
+    {"MINUSP", minusp, 1, 1},
+    {"NUMBERP", numberp, 1, 1},
+    {"LISTP", listp, 1, 1},
+    {"ATOM", atom, 1, 1},
+    {"BOUNDP", boundp, 1, 1},
+    {"VL-CONSP", vlConsp, 1, 1},
+    {"VL-SYMBOLP", vlSymbolp, 1, 1},
+    {"TYPE", typeOf, 1, 1},
+    {"LIST", listFn, 0, -1},
+    {"CONS", consFn, 2, 2},
+    {"APPEND", append, 0, -1},
+    {"REVERSE", reverse, 1, 1},
+    {"LENGTH", length, 1, 1},
+    {"NTH", nth, 2, 2},
+    {"LAST", last, 1, 1},
+    {"MEMBER", member, 2, 2},
+    {"ASSOC", assoc, 2, 2},
+    {"SUBST", subst, 3, 3},
+    {"MAPCAR", mapcar, 2, -1},
+    {"APPLY", applyFn, 2, 2},
+    {"VL-REMOVE-IF", vlRemoveIf, 2, 2},
+    {"VL-REMOVE-IF-NOT", vlRemoveIfNot, 2, 2},
+    {"VL-REMOVE", vlRemove, 2, 2},
+    {"VL-POSITION", vlPosition, 2, 2},
+    {"VL-SOME", vlSome, 2, -1},
+    {"VL-EVERY", vlEvery, 2, -1},
+    {"VL-MEMBER-IF", vlMemberIf, 2, 2},
+    {"VL-SORT", vlSort, 2, 2},
+    {"VL-SORT-I", vlSortIndexes, 2, 2},
+    {"VL-LIST*", vlListStar, 1, -1},
+    {"VL-LIST-LENGTH", vlListLength, 1, 1},
+    {"EVAL", evalFn, 1, 1},
+    {"SET", setFn, 2, 2},
+    {"VL-SYMBOL-NAME", vlSymbolName, 1, 1},
+    {"VL-SYMBOL-VALUE", vlSymbolValue, 1, 1},
+    {"VL-CATCH-ALL-APPLY", catchAllApply, 2, 2},
+    {"VL-CATCH-ALL-ERROR-P", catchAllErrorP, 1, 1},
+    {"VL-CATCH-ALL-ERROR-MESSAGE", catchAllErrorMessage, 1, 1},
+    {"EXIT", exitFn, 0, 0},
+    {"QUIT", exitFn, 0, 0},
+    {"VL-LOAD-COM", nothing, 0, 0},
+    {"VER", version, 0, 0},
+};
+
 }  // namespace
 
 void addCoreBuiltins(Interpreter& l) {
-    l.define("+", add, 0, -1);
-    l.define("-", subtract, 0, -1);
-    l.define("*", multiply, 0, -1);
-    l.define("/", divide, 0, -1);
-    l.define("REM", remainder, 0, -1);
-    l.define("1+", onePlus, 1, 1);
-    l.define("1-", oneMinus, 1, 1);
-    l.define("ABS", absolute, 1, 1);
-    l.define("MIN", extreme<false>, 0, -1);
-    l.define("MAX", extreme<true>, 0, -1);
-    l.define("SQRT", squareRoot, 1, 1);
-    l.define("EXPT", power, 2, 2);
-    l.define("EXP", exponential, 1, 1);
-    l.define("LOG", logarithm, 1, 1);
-    l.define("SIN", sine, 1, 1);
-    l.define("COS", cosine, 1, 1);
-    l.define("ATAN", arcTangent, 1, 2);
-    l.define("FIX", fix, 1, 1);
-    l.define("FLOAT", toFloat, 1, 1);
-    l.define("GCD", gcdOf, 2, 2);
-
-    l.define("=", equalNumbers, 1, -1);
-    l.define("/=", notEqual, 1, -1);
-    l.define("<", less, 1, -1);
-    l.define(">", greater, 1, -1);
-    l.define("<=", lessEqual, 1, -1);
-    l.define(">=", greaterEqual, 1, -1);
-    l.define("EQ", eqFn, 2, 2);
-    l.define("EQUAL", equalFn, 2, 3);
-    l.define("NOT", notFn, 1, 1);
-    l.define("NULL", notFn, 1, 1);
-    l.define("ZEROP", zerop, 1, 1);
-    l.define("MINUSP", minusp, 1, 1);
-    l.define("NUMBERP", numberp, 1, 1);
-    l.define("LISTP", listp, 1, 1);
-    l.define("ATOM", atom, 1, 1);
-    l.define("BOUNDP", boundp, 1, 1);
-    l.define("VL-CONSP", vlConsp, 1, 1);
-    l.define("VL-SYMBOLP", vlSymbolp, 1, 1);
-    l.define("TYPE", typeOf, 1, 1);
-
-    l.define("LIST", listFn, 0, -1);
-    l.define("CONS", consFn, 2, 2);
+    l.define(kBuiltins);
+    // car, cdr and their compositions, named by their letters.
     static constexpr auto kCxr = cxrTable(std::make_index_sequence<80>());
     for (unsigned n = 1; n <= 4; ++n)
         for (unsigned bits = 0; bits < (1u << n); ++bits) {
@@ -683,39 +699,6 @@ void addCoreBuiltins(Interpreter& l) {
             name += 'R';
             l.define(name.c_str(), kCxr[(n << 4) | bits], 1, 1);
         }
-    l.define("APPEND", append, 0, -1);
-    l.define("REVERSE", reverse, 1, 1);
-    l.define("LENGTH", length, 1, 1);
-    l.define("NTH", nth, 2, 2);
-    l.define("LAST", last, 1, 1);
-    l.define("MEMBER", member, 2, 2);
-    l.define("ASSOC", assoc, 2, 2);
-    l.define("SUBST", subst, 3, 3);
-    l.define("MAPCAR", mapcar, 2, -1);
-    l.define("APPLY", applyFn, 2, 2);
-    l.define("VL-REMOVE-IF", vlRemoveIf, 2, 2);
-    l.define("VL-REMOVE-IF-NOT", vlRemoveIfNot, 2, 2);
-    l.define("VL-REMOVE", vlRemove, 2, 2);
-    l.define("VL-POSITION", vlPosition, 2, 2);
-    l.define("VL-SOME", vlSome, 2, -1);
-    l.define("VL-EVERY", vlEvery, 2, -1);
-    l.define("VL-MEMBER-IF", vlMemberIf, 2, 2);
-    l.define("VL-SORT", vlSort, 2, 2);
-    l.define("VL-SORT-I", vlSortIndexes, 2, 2);
-    l.define("VL-LIST*", vlListStar, 1, -1);
-    l.define("VL-LIST-LENGTH", vlListLength, 1, 1);
-
-    l.define("EVAL", evalFn, 1, 1);
-    l.define("SET", setFn, 2, 2);
-    l.define("VL-SYMBOL-NAME", vlSymbolName, 1, 1);
-    l.define("VL-SYMBOL-VALUE", vlSymbolValue, 1, 1);
-    l.define("VL-CATCH-ALL-APPLY", catchAllApply, 2, 2);
-    l.define("VL-CATCH-ALL-ERROR-P", catchAllErrorP, 1, 1);
-    l.define("VL-CATCH-ALL-ERROR-MESSAGE", catchAllErrorMessage, 1, 1);
-    l.define("EXIT", exitFn, 0, 0);
-    l.define("QUIT", exitFn, 0, 0);
-    l.define("VL-LOAD-COM", nothing, 0, 0);
-    l.define("VER", version, 0, 0);
 }
 
 }  // namespace vela::host::lisp

@@ -20,6 +20,8 @@
 #include "host/lisp/printer.h"
 #include "host/result_codes.h"
 #include "host/system_variables.h"
+#include "host/text/number_text.h"
+#include "host/text/point_text.h"
 
 namespace vela::host::lisp {
 
@@ -283,17 +285,6 @@ Value entdel(Interpreter&, Args& a) {
     return a[0];
 }
 
-// The live entities of the drawing in the order entnext walks them: model space, then each paper space.
-std::vector<db::ObjectId> spaces(db::Database& db) {
-    std::vector<db::ObjectId> out{db.modelSpaceId()};
-    if (auto* blocks = db.blockTable())
-        blocks->forEachRecord([&](db::SymbolTableRecord* r) {
-            auto* block = static_cast<db::BlockTableRecord*>(r);
-            if (block->isLayout() && !block->isModelSpace()) out.push_back(block->objectId());
-        });
-    return out;
-}
-
 Value entlast(Interpreter& l, Args&) {
     db::Database* db = database(l);
     if (!db) return {};
@@ -323,7 +314,7 @@ Value entnext(Interpreter& l, Args& a) {
         }
     }
     bool passed = after.isNull();
-    for (db::ObjectId spaceId : spaces(*db)) {
+    for (db::ObjectId spaceId : drawingSpaces(*db)) {
         auto* space = db::objectCast<db::BlockTableRecord>(spaceId.peek());
         if (!space) continue;
         db::ObjectId found;
@@ -499,7 +490,7 @@ void commandTokens(const Value& v, QStringList& out) {
             out << QString::number(v.integer());
             return;
         case Kind::Real:
-            out << QString::number(v.real(), 'g', 17);
+            out << ShortestNumberText(v.real());
             return;
         case Kind::Ename:
             out << QString::fromStdString(v.as<Ename>()->id.handle().toText());
@@ -510,11 +501,7 @@ void commandTokens(const Value& v, QStringList& out) {
             return;
         default:
             if (isPoint(v)) {
-                const db::Point3d p = point(v);
-                out << QStringLiteral("%1,%2,%3")
-                           .arg(p.x, 0, 'g', 17)
-                           .arg(p.y, 0, 'g', 17)
-                           .arg(p.z, 0, 'g', 17);
+                out << CommandLinePointText(point(v));
                 return;
             }
             badArgument("command argument:", v);
@@ -548,12 +535,8 @@ Value command(Interpreter& l, Args& a) {
                 QStringLiteral(
                     "command %1 cannot run inside a LISP evaluation, which is one undo step itself")
                     .arg(c->globalName()));
-        const bool grouped = db && db->undoManager().isGroupOpen();
-        const db::UndoManager::Mark mark = grouped ? db->undoManager().mark() : db::UndoManager::Mark{};
         QStringList unused;
         const int status = stack.run(name, tokens, l.inputSource(), &unused);
-        if (status == RTCAN && grouped && host->documents().documentOf(db))
-            db->undoManager().rollbackTo(mark);
         if (status == RTCAN) {
             l.write(QStringLiteral("*Cancel*\n"));
             return {};
@@ -563,26 +546,29 @@ Value command(Interpreter& l, Args& a) {
     return {};
 }
 
+constexpr Builtin kBuiltins[] = {
+    {"ENTGET", entget, 1, 2},       {"ENTMAKE", entmake, 0, 1},  {"ENTMAKEX", entmakex, 1, 1},
+    {"ENTMOD", entmod, 1, 1},       {"ENTDEL", entdel, 1, 1},    {"ENTLAST", entlast, 0, 0},
+    {"ENTNEXT", entnext, 0, 1},     {"HANDENT", handent, 1, 1},  {"ENTUPD", entupd, 1, 1},
+    {"TBLSEARCH", tblsearch, 2, 3}, {"TBLNEXT", tblnext, 1, 2},  {"TBLOBJNAME", tblobjname, 2, 2},
+    {"REGAPP", regapp, 1, 1},       {"GETVAR", getvar, 1, 1},    {"SETVAR", setvar, 2, 2},
+    {"COMMAND", command, 0, -1},    {"VL-CMDF", command, 0, -1},
+};
+
 }  // namespace
 
+std::vector<db::ObjectId> drawingSpaces(const db::Database& db) {
+    std::vector<db::ObjectId> out{db.modelSpaceId()};
+    if (auto* blocks = db.blockTable())
+        blocks->forEachRecord([&](db::SymbolTableRecord* r) {
+            auto* block = static_cast<db::BlockTableRecord*>(r);
+            if (block->isLayout() && !block->isModelSpace()) out.push_back(block->objectId());
+        });
+    return out;
+}
+
 void addDrawingBuiltins(Interpreter& l) {
-    l.define("ENTGET", entget, 1, 2);
-    l.define("ENTMAKE", entmake, 0, 1);
-    l.define("ENTMAKEX", entmakex, 1, 1);
-    l.define("ENTMOD", entmod, 1, 1);
-    l.define("ENTDEL", entdel, 1, 1);
-    l.define("ENTLAST", entlast, 0, 0);
-    l.define("ENTNEXT", entnext, 0, 1);
-    l.define("HANDENT", handent, 1, 1);
-    l.define("ENTUPD", entupd, 1, 1);
-    l.define("TBLSEARCH", tblsearch, 2, 3);
-    l.define("TBLNEXT", tblnext, 1, 2);
-    l.define("TBLOBJNAME", tblobjname, 2, 2);
-    l.define("REGAPP", regapp, 1, 1);
-    l.define("GETVAR", getvar, 1, 1);
-    l.define("SETVAR", setvar, 2, 2);
-    l.define("COMMAND", command, 0, -1);
-    l.define("VL-CMDF", command, 0, -1);
+    l.define(kBuiltins);
 }
 
 }  // namespace vela::host::lisp

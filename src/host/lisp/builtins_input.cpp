@@ -139,20 +139,17 @@ Value entsel(Interpreter& l, Args& a) {
     return list({Value(new Ename(id)), pointValue(at)});
 }
 
+constexpr Builtin kBuiltins[] = {
+    {"INITGET", initget, 0, 2},     {"GETPOINT", getpoint, 0, 2}, {"GETCORNER", getcorner, 1, 2},
+    {"GETDIST", getdist, 0, 2},     {"GETANGLE", getangle, 0, 2}, {"GETORIENT", getangle, 0, 2},
+    {"GETREAL", getreal, 0, 1},     {"GETINT", getint, 0, 1},     {"GETKWORD", getkword, 0, 1},
+    {"GETSTRING", getstring, 0, 2}, {"ENTSEL", entsel, 0, 1},
+};
+
 }  // namespace
 
 void addInputBuiltins(Interpreter& l) {
-    l.define("INITGET", initget, 0, 2);
-    l.define("GETPOINT", getpoint, 0, 2);
-    l.define("GETCORNER", getcorner, 1, 2);
-    l.define("GETDIST", getdist, 0, 2);
-    l.define("GETANGLE", getangle, 0, 2);
-    l.define("GETORIENT", getangle, 0, 2);
-    l.define("GETREAL", getreal, 0, 1);
-    l.define("GETINT", getint, 0, 1);
-    l.define("GETKWORD", getkword, 0, 1);
-    l.define("GETSTRING", getstring, 0, 2);
-    l.define("ENTSEL", entsel, 0, 1);
+    l.define(kBuiltins);
 }
 
 }  // namespace vela::host::lisp

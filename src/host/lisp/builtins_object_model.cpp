@@ -250,28 +250,32 @@ constexpr char kLength[] = "Length";
 constexpr char kArea[] = "Area";
 constexpr char kName[] = "Name";
 
+constexpr Builtin kBuiltins[] = {
+    {"VLAX-GET-ACAD-OBJECT", getAcadObject, 0, 0},
+    {"VLA-GET-ACTIVEDOCUMENT", activeDocument, 1, 1},
+    {"VLA-GET-MODELSPACE", modelSpace, 1, 1},
+    {"VLA-STARTUNDOMARK", undoMark, 1, 1},
+    {"VLA-ENDUNDOMARK", undoMark, 1, 1},
+    {"VLAX-ENAME->VLA-OBJECT", enameToObject, 1, 1},
+    {"VLAX-VLA-OBJECT->ENAME", objectToEname, 1, 1},
+    {"VLAX-GET-PROPERTY", vlaxGet, 2, 2},
+    {"VLAX-GET", vlaxGet, 2, 2},
+    {"VLAX-PUT-PROPERTY", vlaxPut, 3, 3},
+    {"VLAX-PUT", vlaxPut, 3, 3},
+    {"VLAX-PROPERTY-AVAILABLE-P", propertyAvailable, 2, 3},
+    {"VLAX-ERASED-P", erased, 1, 1},
+    {"VLA-DELETE", deleteObject, 1, 1},
+    {"VLA-GET-OBJECTNAME", getDerived<kObjectName>, 1, 1},
+    {"VLA-GET-HANDLE", getDerived<kHandle>, 1, 1},
+    {"VLA-GET-LENGTH", getDerived<kLength>, 1, 1},
+    {"VLA-GET-AREA", getDerived<kArea>, 1, 1},
+    {"VLA-GET-NAME", getDerived<kName>, 1, 1},
+};
+
 }  // namespace
 
 void addObjectModelBuiltins(Interpreter& l) {
-    l.define("VLAX-GET-ACAD-OBJECT", getAcadObject, 0, 0);
-    l.define("VLA-GET-ACTIVEDOCUMENT", activeDocument, 1, 1);
-    l.define("VLA-GET-MODELSPACE", modelSpace, 1, 1);
-    l.define("VLA-STARTUNDOMARK", undoMark, 1, 1);
-    l.define("VLA-ENDUNDOMARK", undoMark, 1, 1);
-    l.define("VLAX-ENAME->VLA-OBJECT", enameToObject, 1, 1);
-    l.define("VLAX-VLA-OBJECT->ENAME", objectToEname, 1, 1);
-    l.define("VLAX-GET-PROPERTY", vlaxGet, 2, 2);
-    l.define("VLAX-GET", vlaxGet, 2, 2);
-    l.define("VLAX-PUT-PROPERTY", vlaxPut, 3, 3);
-    l.define("VLAX-PUT", vlaxPut, 3, 3);
-    l.define("VLAX-PROPERTY-AVAILABLE-P", propertyAvailable, 2, 3);
-    l.define("VLAX-ERASED-P", erased, 1, 1);
-    l.define("VLA-DELETE", deleteObject, 1, 1);
-    l.define("VLA-GET-OBJECTNAME", getDerived<kObjectName>, 1, 1);
-    l.define("VLA-GET-HANDLE", getDerived<kHandle>, 1, 1);
-    l.define("VLA-GET-LENGTH", getDerived<kLength>, 1, 1);
-    l.define("VLA-GET-AREA", getDerived<kArea>, 1, 1);
-    l.define("VLA-GET-NAME", getDerived<kName>, 1, 1);
+    l.define(kBuiltins);
     defineNamed(l, std::make_index_sequence<kProperties.size()>());
 }
 

@@ -9,6 +9,7 @@
 #include "host/document.h"
 #include "host/lisp/interpreter.h"
 #include "host/lisp/selection_filter.h"
+#include "host/text/point_text.h"
 #include "host/user_input.h"
 
 namespace vela::host::lisp {
@@ -30,11 +31,6 @@ Value makeSet(Interpreter& l, std::vector<db::ObjectId> ids) {
     return Value(new Pickset(l.nextSelectionSetNumber(), std::move(ids)));
 }
 
-QString pointAnswer(const Value& v) {
-    const db::Point3d p = point(v);
-    return QStringLiteral("%1,%2,%3").arg(p.x, 0, 'g', 17).arg(p.y, 0, 'g', 17).arg(p.z, 0, 'g', 17);
-}
-
 // The host's object selection with answers given: "W" and two points, "L", or the user's own choice.
 std::vector<db::ObjectId> selectWith(Interpreter& l, const QStringList& answers, bool askUser) {
     NoUserInput none;
@@ -43,19 +39,6 @@ std::vector<db::ObjectId> selectWith(Interpreter& l, const QStringList& answers,
     std::vector<db::ObjectId> ids;
     if (commands::selectObjects(context, ids) != RTNORM) return {};
     return ids;
-}
-
-// Every live entity of model space and the layouts, in drawing order.
-template <class F>
-void forEachDrawingEntity(db::Database& db, F&& f) {
-    std::vector<const db::BlockTableRecord*> spaces;
-    if (auto* ms = db::objectCast<db::BlockTableRecord>(db.modelSpaceId().peek())) spaces.push_back(ms);
-    if (auto* blocks = db.blockTable())
-        blocks->forEachRecord([&](db::SymbolTableRecord* r) {
-            auto* b = static_cast<db::BlockTableRecord*>(r);
-            if (b->isLayout() && !b->isModelSpace()) spaces.push_back(b);
-        });
-    for (const db::BlockTableRecord* space : spaces) space->forEachEntity(f);
 }
 
 Value ssget(Interpreter& l, Args& a) {
@@ -80,9 +63,11 @@ Value ssget(Interpreter& l, Args& a) {
 
     std::vector<db::ObjectId> ids;
     if (mode == u'X' || mode == u'A') {
-        forEachDrawingEntity(db, [&](db::Entity* e) {
-            if (keep(*e)) ids.push_back(e->objectId());
-        });
+        for (db::ObjectId space : drawingSpaces(db))
+            if (auto* block = db::objectCast<db::BlockTableRecord>(space.peek()))
+                block->forEachEntity([&](db::Entity* e) {
+                    if (keep(*e)) ids.push_back(e->objectId());
+                });
         return makeSet(l, std::move(ids));
     }
     std::vector<db::ObjectId> candidates;
@@ -91,7 +76,7 @@ Value ssget(Interpreter& l, Args& a) {
     } else if (mode == u'L' || mode == u'P' || mode == u'W' || mode == u'C' || mode == QLatin1String("WP") ||
                mode == QLatin1String("CP")) {
         QStringList answers{mode};
-        for (const Value& p : points) answers << pointAnswer(p);
+        for (const Value& p : points) answers << CommandLinePointText(point(p));
         answers << QString();
         candidates = selectWith(l, answers, false);
     } else if (mode == u'I') {
@@ -155,17 +140,16 @@ Value sssetfirst(Interpreter& l, Args& a) {
     return list({Value(), a.size() > 1 ? a[1] : Value()});
 }
 
+constexpr Builtin kBuiltins[] = {
+    {"SSGET", ssget, 0, 6},           {"SSLENGTH", sslength, 1, 1},     {"SSNAME", ssname, 2, 2},
+    {"SSADD", ssadd, 0, 2},           {"SSDEL", ssdel, 2, 2},           {"SSMEMB", ssmemb, 2, 2},
+    {"SSGETFIRST", ssgetfirst, 0, 0}, {"SSSETFIRST", sssetfirst, 1, 2},
+};
+
 }  // namespace
 
 void addSelectionBuiltins(Interpreter& l) {
-    l.define("SSGET", ssget, 0, 6);
-    l.define("SSLENGTH", sslength, 1, 1);
-    l.define("SSNAME", ssname, 2, 2);
-    l.define("SSADD", ssadd, 0, 2);
-    l.define("SSDEL", ssdel, 2, 2);
-    l.define("SSMEMB", ssmemb, 2, 2);
-    l.define("SSGETFIRST", ssgetfirst, 0, 0);
-    l.define("SSSETFIRST", sssetfirst, 1, 2);
+    l.define(kBuiltins);
 }
 
 }  // namespace vela::host::lisp

@@ -93,27 +93,23 @@ QString fraction(double v, int precision) {
 QString unitsText(double v, int mode, int precision) {
     const bool negative = v < 0;
     const double x = std::fabs(v);
+    // Engineering and architectural units: feet, then the inches in decimals or in fractions.
+    auto feetAndInches = [&](QString (*inchText)(double, int)) {
+        const double feet = std::floor(x / 12);
+        const QString inches = inchText(x - feet * 12, precision) + u'"';
+        return feet > 0 ? QStringLiteral("%1'-%2").arg(feet).arg(inches) : inches;
+    };
     QString s;
     switch (mode) {
-        case 1: {
+        case 1:
             s = QString::number(x, 'E', std::clamp(precision, 0, 16));
-            // Two exponent digits at least, as "1.5000E+01".
             break;
-        }
-        case 3: {
-            const double feet = std::floor(x / 12);
-            const double inches = x - feet * 12;
-            s = feet > 0 ? QStringLiteral("%1'-%2\"").arg(feet).arg(fixed(inches, precision))
-                         : fixed(inches, precision) + u'"';
+        case 3:
+            s = feetAndInches(fixed);
             break;
-        }
-        case 4: {
-            const double feet = std::floor(x / 12);
-            const double inches = x - feet * 12;
-            s = feet > 0 ? QStringLiteral("%1'-%2\"").arg(feet).arg(fraction(inches, precision))
-                         : fraction(inches, precision) + u'"';
+        case 4:
+            s = feetAndInches(fraction);
             break;
-        }
         case 5:
             s = fraction(x, precision);
             break;
@@ -369,47 +365,49 @@ Value trans(Interpreter&, Args& a) {
     return a[0];
 }
 
+constexpr Builtin kBuiltins[] = {
+    {"STRCAT", strcat, 0, -1},
+    {"STRLEN", strlen, 0, -1},
+    {"SUBSTR", substr, 2, 3},
+    {"STRCASE", strcase, 1, 2},
+    {"ITOA", itoa, 1, 1},
+    {"ATOI", atoi, 1, 1},
+    {"ATOF", atof, 1, 1},
+    {"RTOS", rtos, 1, 3},
+    {"ANGTOS", angtos, 1, 3},
+    {"DISTOF", distof, 1, 2},
+    {"READ", readFn, 1, 1},
+    {"VL-PRINC-TO-STRING", princToString, 1, 1},
+    {"VL-PRIN1-TO-STRING", prin1ToString, 1, 1},
+    {"VL-STRING-SEARCH", stringSearch, 2, 3},
+    {"VL-STRING-SUBST", stringSubst, 3, 4},
+    {"VL-STRING-TRIM", stringTrim<true, true>, 2, 2},
+    {"VL-STRING-LEFT-TRIM", stringTrim<true, false>, 2, 2},
+    {"VL-STRING-RIGHT-TRIM", stringTrim<false, true>, 2, 2},
+    {"VL-STRING->LIST", stringToList, 1, 1},
+    {"VL-LIST->STRING", listToString, 1, 1},
+    {"VL-STRING-POSITION", stringPosition, 2, 4},
+    {"VL-STRING-TRANSLATE", stringTranslate, 3, 3},
+    {"CHR", chr, 1, 1},
+    {"ASCII", ascii, 1, 1},
+    {"WCMATCH", wcmatch, 2, 2},
+    {"PRINC", princ, 0, 2},
+    {"PRIN1", prin1, 0, 2},
+    {"PRINT", printFn, 1, 2},
+    {"TERPRI", terpri, 0, 0},
+    {"PROMPT", prompt, 1, 1},
+    {"ALERT", alert, 1, 1},
+    {"DISTANCE", distance, 2, 2},
+    {"ANGLE", angle, 2, 2},
+    {"POLAR", polar, 3, 3},
+    {"INTERS", inters, 4, 5},
+    {"TRANS", trans, 3, 4},
+};
+
 }  // namespace
 
 void addTextBuiltins(Interpreter& l) {
-    l.define("STRCAT", strcat, 0, -1);
-    l.define("STRLEN", strlen, 0, -1);
-    l.define("SUBSTR", substr, 2, 3);
-    l.define("STRCASE", strcase, 1, 2);
-    l.define("ITOA", itoa, 1, 1);
-    l.define("ATOI", atoi, 1, 1);
-    l.define("ATOF", atof, 1, 1);
-    l.define("RTOS", rtos, 1, 3);
-    l.define("ANGTOS", angtos, 1, 3);
-    l.define("DISTOF", distof, 1, 2);
-    l.define("READ", readFn, 1, 1);
-    l.define("VL-PRINC-TO-STRING", princToString, 1, 1);
-    l.define("VL-PRIN1-TO-STRING", prin1ToString, 1, 1);
-    l.define("VL-STRING-SEARCH", stringSearch, 2, 3);
-    l.define("VL-STRING-SUBST", stringSubst, 3, 4);
-    l.define("VL-STRING-TRIM", stringTrim<true, true>, 2, 2);
-    l.define("VL-STRING-LEFT-TRIM", stringTrim<true, false>, 2, 2);
-    l.define("VL-STRING-RIGHT-TRIM", stringTrim<false, true>, 2, 2);
-    l.define("VL-STRING->LIST", stringToList, 1, 1);
-    l.define("VL-LIST->STRING", listToString, 1, 1);
-    l.define("VL-STRING-POSITION", stringPosition, 2, 4);
-    l.define("VL-STRING-TRANSLATE", stringTranslate, 3, 3);
-    l.define("CHR", chr, 1, 1);
-    l.define("ASCII", ascii, 1, 1);
-    l.define("WCMATCH", wcmatch, 2, 2);
-
-    l.define("PRINC", princ, 0, 2);
-    l.define("PRIN1", prin1, 0, 2);
-    l.define("PRINT", printFn, 1, 2);
-    l.define("TERPRI", terpri, 0, 0);
-    l.define("PROMPT", prompt, 1, 1);
-    l.define("ALERT", alert, 1, 1);
-
-    l.define("DISTANCE", distance, 2, 2);
-    l.define("ANGLE", angle, 2, 2);
-    l.define("POLAR", polar, 3, 3);
-    l.define("INTERS", inters, 4, 5);
-    l.define("TRANS", trans, 3, 4);
+    l.define(kBuiltins);
 }
 
 }  // namespace vela::host::lisp

@@ -5,11 +5,16 @@
 #include <QString>
 #include <functional>
 #include <memory>
+#include <span>
 
 #include "db/geometry/vector.h"
 #include "host/lisp/limits.h"
 #include "host/lisp/lisp_error.h"
 #include "host/lisp/value.h"
+
+namespace vela::db {
+class Database;
+}
 
 namespace vela::host {
 class Document;
@@ -58,6 +63,10 @@ class Interpreter {
     Value boolean(bool b) const { return b ? t_ : Value(); }
     /// Binds a built-in function to its name.
     void define(const char* name, BuiltinFn fn, int minArgs, int maxArgs);
+    /// Binds a family's table of built-ins.
+    void define(std::span<const Builtin> builtins) {
+        for (const Builtin& b : builtins) define(b.name, b.fn, b.minArgs, b.maxArgs);
+    }
 
     Value eval(const Value& form);
     /// Calls a function value (a built-in, a user function, a lambda, or a symbol naming one).
@@ -124,6 +133,9 @@ const Value& listArg(const Value& v);
 db::Point3d point(const Value& v);
 bool isPoint(const Value& v);
 Value pointValue(const db::Point3d& p, bool withZ = true);
+
+/// The spaces whose entities a program walks (entnext, ssget "X"): model space, then each paper space.
+std::vector<db::ObjectId> drawingSpaces(const db::Database& database);
 
 /// entmod: changes the entity a group list names; the list, or nil when it could not be applied.
 Value modifyEntity(Interpreter& lisp, const Value& groupList);

@@ -175,6 +175,13 @@ struct Symbol final : Object {
 using Args = std::vector<Value>;
 using BuiltinFn = Value (*)(Interpreter&, Args&);
 
+/// A built-in function as its family lists it: name, body and how many arguments it takes (max < 0: any).
+struct Builtin {
+    const char* name;
+    BuiltinFn fn;
+    int minArgs, maxArgs;
+};
+
 /// A built-in function.
 struct Subr final : Object {
     Subr(QString n, BuiltinFn f, int minArgs, int maxArgs)

@@ -45,4 +45,8 @@ std::optional<db::Point3d> PointText::point() const {
     return db::Point3d(*x, *y, parts > 2 ? *z : 0.0);
 }
 
+QString CommandLinePointText(const db::Point3d& p) {
+    return ShortestNumberText(p.x) + u',' + ShortestNumberText(p.y) + u',' + ShortestNumberText(p.z);
+}
+
 }  // namespace vela::host

@@ -26,4 +26,8 @@ PointText ReadPointText(QStringView text);
 /// counter- clockwise from the X axis). Nothing for any other text.
 std::optional<db::Point3d> ReadCommandLinePoint(QStringView text, const db::Point3d& last);
 
+/// A point as the command line writes it and reads it back exactly: "x,y,z", each the shortest text of its
+/// number.
+QString CommandLinePointText(const db::Point3d& point);
+
 }  // namespace vela::host
