@@ -30,6 +30,14 @@ Prompt makePrompt(Interpreter& l, const Args& a, std::size_t at, bool numeric) {
     return prompt;
 }
 
+// (getpoint [base] [prompt]) and its kind: the prompt, measured from the base point when there is one.
+Prompt promptFrom(Interpreter& l, const Args& a, bool numeric) {
+    const bool based = !a.empty() && isPoint(a[0]);
+    Prompt prompt = makePrompt(l, a, based ? 1 : 0, numeric);
+    if (based) prompt.from(point(a[0]));
+    return prompt;
+}
+
 Value initget(Interpreter& l, Args& a) {
     Interpreter::InitGet init;
     std::size_t at = 0;
@@ -55,11 +63,7 @@ Value answer(Interpreter& l, int status, Value value) {
 }
 
 Value getpoint(Interpreter& l, Args& a) {
-    std::size_t at = 0;
-    std::optional<db::Point3d> base;
-    if (!a.empty() && isPoint(a[0])) base = point(a[at++]);
-    Prompt prompt = makePrompt(l, a, at, false);
-    if (base) prompt.from(*base);
+    const Prompt prompt = promptFrom(l, a, false);
     db::Point3d p;
     const int status = l.userIO().getPoint(prompt, p);
     return answer(l, status, pointValue(p));
@@ -70,22 +74,14 @@ Value getcorner(Interpreter& l, Args& a) {
 }
 
 Value getdist(Interpreter& l, Args& a) {
-    std::size_t at = 0;
-    std::optional<db::Point3d> base;
-    if (!a.empty() && isPoint(a[0])) base = point(a[at++]);
-    Prompt prompt = makePrompt(l, a, at, true);
-    if (base) prompt.from(*base);
+    const Prompt prompt = promptFrom(l, a, true);
     double d = 0;
     const int status = l.userIO().getDistance(prompt, d);
     return answer(l, status, Value(d));
 }
 
 Value getangle(Interpreter& l, Args& a) {
-    std::size_t at = 0;
-    std::optional<db::Point3d> base;
-    if (!a.empty() && isPoint(a[0])) base = point(a[at++]);
-    Prompt prompt = makePrompt(l, a, at, false);
-    if (base) prompt.from(*base);
+    const Prompt prompt = promptFrom(l, a, false);
     double r = 0;
     const int status = l.userIO().getAngle(prompt, r);
     return answer(l, status, Value(r));
