@@ -273,6 +273,10 @@ void Database::setErasedFlag(DbObject* object, bool erased, bool record) {
     fireErased(object, erased);
 }
 
+void Database::reactorLinked(DbObject* object, ObjectId reactor) {
+    if (undo_.isRecording()) undo_.recordLink(object, reactor);
+}
+
 void Database::contentsRestored(DbObject* object) {
     if (auto* table = objectCast<SymbolTable>(object->owner_)) table->invalidateIndex();
 }

@@ -189,6 +189,7 @@ private:
     void objectWillChange(DbObject* object, bool contents, bool firstInOpen);
     void objectClosedAfterChange(DbObject* object);
     void setErasedFlag(DbObject* object, bool erased, bool record);
+    void reactorLinked(DbObject* object, ObjectId reactor);
     void contentsRestored(DbObject* object);
     template <class F>
     void changeDefaults(F&& change) {

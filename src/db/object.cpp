@@ -1,5 +1,7 @@
 #include "db/object.h"
 
+#include <algorithm>
+
 #include "db/database.h"
 #include "db/records/layer_table_record.h"
 
@@ -29,6 +31,20 @@ void DbObject::setOwnerId(ObjectId owner) {
 
 ObjectExtras& DbObject::editExtras() {
     assertWriteEnabled();
+    if (!extras_) extras_ = std::make_unique<ObjectExtras>();
+    return *extras_;
+}
+
+void DbObject::addPersistentReactor(ObjectId reactor) {
+    if (database_ && writeCount_ == 0) throw DbError(ErrorStatus::NotOpenForWrite);
+    if (extras_ && std::find(extras_->persistentReactors.begin(), extras_->persistentReactors.end(),
+                             reactor) != extras_->persistentReactors.end())
+        return;
+    editLinks().persistentReactors.push_back(reactor);
+    if (database_) database_->reactorLinked(this, reactor);
+}
+
+ObjectExtras& DbObject::editLinks() {
     if (!extras_) extras_ = std::make_unique<ObjectExtras>();
     return *extras_;
 }

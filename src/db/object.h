@@ -69,6 +69,10 @@ public:
 
     const ObjectExtras* extras() const { return extras_.get(); }
     ObjectExtras& editExtras();
+    /// Names `reactor` among the objects that follow this one (an associative hatch follows its boundary),
+    /// once. A link, not a change of the object: undone and redone with the step that made it, but no
+    /// modification is recorded or announced. The object must be open for write.
+    void addPersistentReactor(ObjectId reactor);
 
     /// Puts back the contents of a copy made with clone() before a change that is given up. The object must be
     /// open for write; the class must be the copy's.
@@ -93,6 +97,7 @@ private:
     friend void detail::closeImpl(DbObject*, OpenMode);
 
     void prepareChange(bool contents);
+    ObjectExtras& editLinks();  // the extras, for links that are no change of contents
 
     static constexpr std::uint8_t kErased = 1;
     static constexpr std::uint8_t kChangedInOpen = 2;

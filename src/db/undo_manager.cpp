@@ -107,6 +107,7 @@ UndoManager::Changes UndoManager::changesOf(const std::vector<const Group*>& gro
     std::size_t order = 0;
     for (const Group* group : groups)
         for (const Record& r : group->records) {
+            if (r.kind == Record::Kind::Link) continue;  // a link between objects changes neither
             // A part of an entity stands for the entity that owns it.
             DbObject* object = r.object;
             bool part = false;
@@ -155,6 +156,10 @@ void UndoManager::recordEraseFlag(DbObject* object, bool previous) {
     current_.records.push_back(Record{Record::Kind::EraseFlag, previous, object, nullptr});
 }
 
+void UndoManager::recordLink(DbObject* object, ObjectId reactor) {
+    current_.records.push_back(Record{Record::Kind::Link, false, object, nullptr, reactor});
+}
+
 void UndoManager::recordDefaults(const DrawingDefaults& before) {
     if (isRecording() && !current_.defaults) current_.defaults = before;
 }
@@ -179,6 +184,14 @@ void UndoManager::replay(Group& group, bool backwards) {
                 // Backwards restores the flag before the change; forwards sets it again.
                 db_.setErasedFlag(r.object, backwards ? r.erased : !r.erased, false);
                 break;
+            case Record::Kind::Link: {
+                std::vector<ObjectId>& reactors = r.object->editLinks().persistentReactors;
+                if (backwards)
+                    reactors.erase(std::remove(reactors.begin(), reactors.end(), r.link), reactors.end());
+                else
+                    reactors.push_back(r.link);
+                break;
+            }
         }
     };
     if (backwards)

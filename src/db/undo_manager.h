@@ -76,11 +76,12 @@ private:
     friend class Database;
 
     struct Record {
-        enum class Kind : std::uint8_t { Modified, Appended, EraseFlag };
+        enum class Kind : std::uint8_t { Modified, Appended, EraseFlag, Link };
         Kind kind;
         bool erased = false;  // EraseFlag: the flag before the change
         DbObject* object = nullptr;
         std::unique_ptr<DbObject> otherState;  // Modified: the state to swap in
+        ObjectId link;                         // Link: the reactor added to the object
     };
     struct Group {
         std::string name;
@@ -93,6 +94,7 @@ private:
     void recordModify(DbObject* object);
     void recordAppend(DbObject* object);
     void recordEraseFlag(DbObject* object, bool previous);
+    void recordLink(DbObject* object, ObjectId reactor);
     void recordDefaults(const DrawingDefaults& before);
 
     void replay(Group& group, bool backwards);

@@ -3,6 +3,7 @@
 #include <QFileInfo>
 
 #include "db/records/block_table_record.h"
+#include "db/spatial_index.h"
 #include "host/lisp/interpreter.h"
 
 namespace vela::host {
@@ -15,6 +16,11 @@ Document::~Document() = default;
 lisp::Interpreter& Document::lisp() {
     if (!lisp_) lisp_ = std::make_unique<lisp::Interpreter>(this);
     return *lisp_;
+}
+
+const db::SpatialIndex& Document::spatialIndex() {
+    if (!index_) index_ = std::make_unique<db::SpatialIndex>(*database_);
+    return *index_;
 }
 
 db::ObjectId Document::activeSpaceId() const {

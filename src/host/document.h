@@ -8,6 +8,10 @@
 #include "host/selection_set.h"
 #include "host/view.h"
 
+namespace vela::db {
+class SpatialIndex;
+}
+
 namespace vela::host {
 
 namespace lisp {
@@ -46,6 +50,9 @@ public:
     std::vector<std::size_t>& undoMarks() { return undoMarks_; }
     /// The document's LISP: the globals its programs set stay for the next evaluation in this drawing.
     lisp::Interpreter& lisp();
+    /// Where the drawing's entities lie, for searches near a point (a hatch boundary, a pick): built when
+    /// first asked for and kept up to date with the drawing from then on.
+    const db::SpatialIndex& spatialIndex();
 
   private:
     std::unique_ptr<db::Database> database_;
@@ -57,6 +64,7 @@ public:
     std::vector<std::size_t> undoMarks_;
     db::ObjectId activeSpace_;
     std::unique_ptr<lisp::Interpreter> lisp_;  // made when first used
+    std::unique_ptr<db::SpatialIndex> index_;  // made when first used; goes before the database
 };
 
 }  // namespace vela::host

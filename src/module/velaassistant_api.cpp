@@ -77,6 +77,11 @@ void CJxVelaAssistantAPIImpl::SummarizeEntities(const QJsonDocument& request, ho
     response = run(commands::kSummarizeEntities, request, context);
 }
 
+void CJxVelaAssistantAPIImpl::CreateHatch(const QJsonDocument& request, host::CommandContext* context,
+                                          QJsonObject& response) {
+    response = run(commands::kCreateHatch, request, context);
+}
+
 void CJxVelaAssistantAPIImpl::EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
                                            QJsonObject& response) {
     response = run(tracking::kEvaluateLisp, request, context);

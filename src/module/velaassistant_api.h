@@ -11,8 +11,7 @@ class CommandContext;
 namespace vela::module {
 
 /// The assistant's operations for other modules, without the web page: each takes the parsed request and a
-/// command context and returns the response the page would get. Operations appear here as their commands
-/// are built.
+/// command context and returns the response the page would get.
 class CJxVelaAssistantAPI {
   public:
     CJxVelaAssistantAPI() = default;
@@ -42,6 +41,10 @@ class CJxVelaAssistantAPI {
     virtual void SummarizeLayers(host::CommandContext* context, QJsonObject& response) = 0;
     virtual void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                                    QJsonObject& response) = 0;
+    /// Fills closed areas around the request's internal points with hatches (asking the context's user for a
+    /// point where the request says so).
+    virtual void CreateHatch(const QJsonDocument& request, host::CommandContext* context,
+                             QJsonObject& response) = 0;
     /// Evaluates the request's "lispQuery" in the context's drawing: its printed result and what it changed.
     virtual void EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
                               QJsonObject& response) = 0;
@@ -88,6 +91,8 @@ class CJxVelaAssistantAPIImpl : public CJxVelaAssistantAPI {
     void SummarizeLayers(host::CommandContext* context, QJsonObject& response) override;
     void SummarizeEntities(const QJsonDocument& request, host::CommandContext* context,
                            QJsonObject& response) override;
+    void CreateHatch(const QJsonDocument& request, host::CommandContext* context,
+                     QJsonObject& response) override;
     void EvaluateLisp(const QJsonDocument& request, host::CommandContext* context,
                       QJsonObject& response) override;
     void GetChangesInfo(host::CommandContext* context, QJsonObject& response) override;

@@ -4,14 +4,14 @@
 #include <QFont>
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QGlyphRun>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
-#include <QRawFont>
-#include <QGlyphRun>
-#include <QTextLayout>
 #include <QPolygonF>
+#include <QRawFont>
 #include <QSvgGenerator>
+#include <QTextLayout>
 #include <algorithm>
 #include <cmath>
 #include <memory>
@@ -46,8 +46,8 @@
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "db/records/linetype_table_record.h"
+#include "db/support/hatch_pattern_file.h"
 #include "render/flatten.h"
-#include "render/pattern_file.h"
 #include "render/text_format.h"
 
 namespace vela::render {
@@ -505,20 +505,9 @@ std::vector<db::HatchPatternLine> impliedPatternLines(const db::Hatch& h, const 
         }
         return out;
     }
-    for (const PatternFamily& family :
-         bundledPattern(h.patternName(), db.measurement() == db::MeasurementSystem::Metric)) {
-        const double c = std::cos(a), sn = std::sin(a);
-        db::HatchPatternLine line;
-        line.angle = family.angle + a;
-        line.base = {(family.originX * c - family.originY * sn) * s,
-                     (family.originX * sn + family.originY * c) * s};
-        // The file's offset runs along (x) and across (y) the family's lines.
-        const double fc = std::cos(line.angle), fs = std::sin(line.angle);
-        line.offset = {(family.alongX * fc - family.acrossY * fs) * s,
-                       (family.alongX * fs + family.acrossY * fc) * s};
-        for (const double d : family.dashes) line.dashes.push_back(d * s);
-        out.push_back(line);
-    }
+    if (const db::HatchPatternDefinition* definition =
+            db::findBundledHatchPattern(h.patternName(), db.measurement() == db::MeasurementSystem::Metric))
+        out = db::hatchPatternLines(*definition, a, s);
     return out;
 }
 

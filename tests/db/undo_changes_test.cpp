@@ -56,6 +56,43 @@ TEST(UndoChanges, SaysWhatStepsCreatedChangedAndErasedAsTheDrawingStandsNow) {
     EXPECT_TRUE(c.created.empty() && c.changed.empty() && c.erased.empty());
 }
 
+// A hatch linked to its boundary: the boundary names it among its reactors, undone and redone with the step,
+// yet the boundary is not a changed entity (its drawing did not change), even when the step also changed it.
+TEST(UndoChanges, ReactorLinksFollowUndoButAreNoChanges) {
+    Database db;
+    UndoManager& undo = db.undoManager();
+    ObjectId wall, door, hatch;
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Line>(Point3d(0, 0), Point3d(1, 0)), &wall);
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Line>(Point3d(0, 1), Point3d(1, 1)), &door);
+    const std::size_t mark = undo.undoCount();
+    undo.beginGroup();
+    db.appendEntity(db.modelSpaceId(), std::make_unique<Circle>(Point3d(0, 0), 1), &hatch);
+    openObject<Line>(wall, OpenMode::ForWrite)->addPersistentReactor(hatch);
+    openObject<Line>(wall, OpenMode::ForWrite)->addPersistentReactor(hatch);  // once only
+    {
+        auto d = openObject<Line>(door, OpenMode::ForWrite);
+        d->addPersistentReactor(hatch);
+        d->setEndPoint(Point3d(2, 1));
+    }
+    undo.endGroup();
+    auto reactors = [](ObjectId id) {
+        const ObjectExtras* x = id.peek()->extras();
+        return x ? x->persistentReactors : std::vector<ObjectId>{};
+    };
+    EXPECT_EQ(reactors(wall), std::vector<ObjectId>{hatch});
+    const UndoManager::Changes c = undo.changesSince(mark);
+    EXPECT_EQ(c.created, std::vector<ObjectId>{hatch});
+    EXPECT_EQ(c.changed, std::vector<ObjectId>{door}) << "the wall only gained a link";
+    ASSERT_EQ(undo.undo(1), 1u);
+    EXPECT_TRUE(reactors(wall).empty() && reactors(door).empty());
+    EXPECT_EQ(openObject<Line>(door, OpenMode::ForRead)->endPoint(), Point3d(1, 1));
+    ASSERT_EQ(undo.redo(1), 1u);
+    EXPECT_EQ(reactors(wall), std::vector<ObjectId>{hatch});
+    EXPECT_EQ(reactors(door), std::vector<ObjectId>{hatch});
+    EXPECT_THROW(openObject<Line>(wall, OpenMode::ForRead)->addPersistentReactor(door), DbError)
+        << "only an object open for write takes a link";
+}
+
 // A trial run: a group looked at while open, then rolled back without touching the undo or redo steps.
 TEST(UndoChanges, OpenGroupIsLookedAtThenRolledBackLeavingHistoryAlone) {
     Database db;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QLibrary>
 
@@ -143,6 +144,10 @@ TEST(Module, TestFrameworkModeInstallsTheApiAndRemovalTakesItBack) {
     EXPECT_EQ(response.value("changes").toObject().value("summary").toObject().value("created").toInt(), 1);
     api->GetChangesInfo(nullptr, response);
     EXPECT_EQ(response, QJsonObject({{"error", "Invalid command context"}}));
+    api->CreateHatch(QJsonDocument::fromJson(R"({"entities":[]})"), nullptr, response);
+    EXPECT_EQ(response, QJsonObject({{"error", "Invalid command context"}, {"success", false}}));
+    api->CreateHatch(QJsonDocument::fromJson(R"({"entities":[]})"), &context, response);
+    EXPECT_EQ(response, QJsonObject({{"count", 0}, {"entities", QJsonArray()}, {"success", false}}));
     EXPECT_TRUE(log.lines.join(QLatin1Char('\n')).contains(QStringLiteral("JxVelaAssistantTestFramework")))
         << "the missing test-framework module is reported, not fatal";
     host.modules().unload(kModule);

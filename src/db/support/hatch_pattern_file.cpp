@@ -3,6 +3,7 @@
 #include <cmath>
 #include <unordered_map>
 
+#include "db/support/support_path.h"
 #include "db/support/support_text.h"
 
 namespace vela::db {
@@ -145,6 +146,35 @@ std::optional<HatchPatternFile> readHatchPatternFile(const std::filesystem::path
     const auto content = readWholeFile(path, "hatch pattern file", error);
     if (!content) return std::nullopt;
     return parseHatchPatternFile(*content);
+}
+
+const HatchPatternDefinition* findBundledHatchPattern(std::string_view name, bool metric) {
+    auto load = [](bool metricFile) -> std::optional<HatchPatternFile> {
+        const auto path = SupportPath::standard().find(hatchPatternFileName(metricFile));
+        return path ? readHatchPatternFile(*path) : std::nullopt;
+    };
+    static const std::optional<HatchPatternFile> metricFile = load(true);
+    static const std::optional<HatchPatternFile> imperialFile = load(false);
+    const auto& file = metric ? metricFile : imperialFile;
+    return file ? file->find(name) : nullptr;
+}
+
+std::vector<HatchPatternLine> hatchPatternLines(const HatchPatternDefinition& definition, double angle,
+                                                double scale) {
+    std::vector<HatchPatternLine> out;
+    const double c = std::cos(angle), s = std::sin(angle);
+    for (const HatchPatternFileLine& family : definition.lines) {
+        HatchPatternLine line;
+        line.angle = family.angle + angle;
+        line.base = {(family.origin.x * c - family.origin.y * s) * scale,
+                     (family.origin.x * s + family.origin.y * c) * scale};
+        const double fc = std::cos(line.angle), fs = std::sin(line.angle);
+        line.offset = {(family.offset.x * fc - family.offset.y * fs) * scale,
+                       (family.offset.x * fs + family.offset.y * fc) * scale};
+        for (const double d : family.dashes) line.dashes.push_back(d * scale);
+        out.push_back(std::move(line));
+    }
+    return out;
 }
 
 }  // namespace vela::db

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "db/entities/hatch.h"
 #include "db/geometry/vector.h"
 #include "db/support/support_file_error.h"
 
@@ -55,5 +56,14 @@ HatchPatternFile parseHatchPatternFile(std::string_view text);
 /// the file cannot be read; problems inside the file are in the result's `errors`.
 std::optional<HatchPatternFile> readHatchPatternFile(const std::filesystem::path& path,
                                                      std::string* error = nullptr);
+
+/// The definition `name` from the bundled pattern file of the unit system ("mm.pat" or "inch.pat", read once
+/// and kept); nullptr when there is no such pattern.
+const HatchPatternDefinition* findBundledHatchPattern(std::string_view name, bool metric);
+
+/// The definition's line families as a hatch holds them: turned by `angle` (radians) and scaled by `scale`
+/// about the origin, offsets in drawing coordinates (a file gives them along and across each family).
+std::vector<HatchPatternLine> hatchPatternLines(const HatchPatternDefinition& definition, double angle,
+                                                double scale);
 
 }  // namespace vela::db

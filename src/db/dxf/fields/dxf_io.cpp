@@ -52,10 +52,10 @@ void DxfWriteIo::writeCount(int code, std::size_t n) {
 
 void DxfWriteIo::ids(int countCode, int code, const std::vector<ObjectId>& ids) {
     std::size_t n = 0;
-    for (ObjectId id : ids) n += id.isNull() ? 0 : 1;
+    for (ObjectId id : ids) n += id.isValid() ? 1 : 0;  // erased objects are not written, nor counted
     writeCount(countCode, n);
     for (ObjectId id : ids)
-        if (!id.isNull()) out_.writeObjectId(code, id);
+        if (id.isValid()) out_.writeObjectId(code, id);
 }
 
 void DxfWriteIo::chunkedText(int lastCode, int chunkCode, const std::string& v) {

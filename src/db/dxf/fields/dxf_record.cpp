@@ -1,5 +1,6 @@
 #include "db/dxf/fields/dxf_record.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -26,7 +27,8 @@ void writeDxfRecord(const DbObject& o, DxfOutput& out, bool withType) {
     if (withType) out.writeString(0, type);
     out.writeHandle(type == "DIMSTYLE" ? 105 : 5, o.handle());
     if (const ObjectExtras* x = o.extras()) {
-        if (!x->persistentReactors.empty()) {
+        if (std::any_of(x->persistentReactors.begin(), x->persistentReactors.end(),
+                        [](ObjectId r) { return r.isValid(); })) {
             out.writeString(102, "{ACAD_REACTORS");
             for (ObjectId r : x->persistentReactors) out.writeObjectId(330, r);
             out.writeString(102, "}");

@@ -25,7 +25,8 @@ class TagOutput : public DxfOutput {
     void writeVector3d(int code, const Vector3d& v) override { w_.writePoint(code, Point3d(v.x, v.y, v.z)); }
     void writeHandle(int code, Handle h) override { w_.writeHandle(code, h.value()); }
     void writeObjectId(int code, ObjectId id) override {
-        if (!id.isNull()) w_.writeHandle(code, id.handle().value());
+        // An erased object is not in the file: a reference to it would name nothing there.
+        if (id.isValid()) w_.writeHandle(code, id.handle().value());
     }
     void writeBinary(int code, std::span<const std::uint8_t> v) override { w_.writeBinary(code, v); }
     void writeRaw(int code, std::string_view text) override { w_.writeString(code, text); }
