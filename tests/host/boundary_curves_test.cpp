@@ -208,6 +208,35 @@ TEST_F(BoundaryCurves, EllipsesAndCirclesScaledUnevenlyMakeEdgeLoopsEzdxfReads) 
     EXPECT_TRUE(hatchedAsEzdxfSees("mirrored_circle", 80.5, 50.2, 3 * kPi));
 }
 
+TEST_F(BoundaryCurves, CirclesAndArcsInMirroredOrTiltedPlanesAsTheyLieSeenFromAbove) {
+    // An arc whose plane is seen from below: its angles run clockwise, from (-5, 0) to (0, 5); with two
+    // lines it bounds the upper left quarter of a disc.
+    auto arc = std::make_unique<db::Arc>(db::Point3d(0, 0), 5, 0, kPi / 2);
+    arc->setNormal({0, 0, -1});
+    add(std::move(arc));
+    add(std::make_unique<db::Line>(db::Point3d(0, 0), db::Point3d(-5, 0)));
+    add(std::make_unique<db::Line>(db::Point3d(0, 0), db::Point3d(0, 5)));
+    const auto quarter = around(-1, 1);
+    ASSERT_TRUE(quarter);
+    EXPECT_NEAR(quarter->outer.area, 25 * kPi / 4, 1e-9);
+    EXPECT_FALSE(around(1, 1));
+
+    // A circle of radius 2 tilted 60 degrees about X is an ellipse of half its area; one seen edge on is
+    // nothing.
+    auto tilted = std::make_unique<db::Circle>(db::Point3d(20, 0), 2);
+    tilted->setNormal({0, std::sin(kPi / 3), std::cos(kPi / 3)});
+    add(std::move(tilted));
+    const auto ellipse = around(20, 0.3);
+    ASSERT_TRUE(ellipse);
+    EXPECT_NEAR(ellipse->outer.area, 2 * kPi, 1e-9);
+    EXPECT_TRUE(hasKind(ellipse->outer, Piece::Kind::Ellipse));
+    EXPECT_FALSE(around(20, 1.5)) << "beyond the ellipse's minor axis";
+    auto edgeOn = std::make_unique<db::Circle>(db::Point3d(40, 0), 2);
+    edgeOn->setNormal({1, 0, 0});
+    add(std::move(edgeOn));
+    EXPECT_FALSE(around(40, 0.5));
+}
+
 TEST_F(BoundaryCurves, SplinesCloseRoomsAsEzdxfFlattensThem) {
     // A rational cubic running across a room from wall to wall: the room below it is bounded by the part of
     // the spline between the walls. ezdxf's own flattening of the spline entity gives the area to expect.
