@@ -161,7 +161,7 @@ TEST_F(BoundaryCurves, ASmallRoomInALargePlanIsFoundFromTheEntitiesNearIt) {
 }
 
 TEST_F(BoundaryCurves, EllipsesAndCirclesScaledUnevenlyMakeEdgeLoopsEzdxfReads) {
-    // A room whose top is half of a tilted-free ellipse entity (semi-axes 5 and 2), with a round hole.
+    // A room whose top is half of an ellipse entity (semi-axes 5 and 2), with a round hole.
     add(std::make_unique<db::Line>(db::Point3d(0, 10), db::Point3d(0, 0)));
     add(std::make_unique<db::Line>(db::Point3d(0, 0), db::Point3d(10, 0)));
     add(std::make_unique<db::Line>(db::Point3d(10, 0), db::Point3d(10, 10)));
@@ -170,15 +170,15 @@ TEST_F(BoundaryCurves, EllipsesAndCirclesScaledUnevenlyMakeEdgeLoopsEzdxfReads) 
     add(std::move(top));
     add(std::make_unique<db::Circle>(db::Point3d(5, 5), 1));
     std::vector<db::ObjectId> sources;
-    const auto room = around(2, 2, 0, &sources);
-    ASSERT_TRUE(room);
-    EXPECT_NEAR(room->outer.area, 100 + kPi * 5 * 2 / 2, 1e-9);
-    EXPECT_TRUE(hasKind(room->outer, Piece::Kind::Ellipse));
-    const std::vector<db::HatchLoop> loops = HatchLoops(*room, sources);
+    const auto topped = around(2, 2, 0, &sources);
+    ASSERT_TRUE(topped);
+    EXPECT_NEAR(topped->outer.area, 100 + kPi * 5 * 2 / 2, 1e-9);
+    EXPECT_TRUE(hasKind(topped->outer, Piece::Kind::Ellipse));
+    const std::vector<db::HatchLoop> loops = HatchLoops(*topped, sources);
     ASSERT_EQ(loops.size(), 2u);
     EXPECT_FALSE(loops[0].isPolyline()) << "an elliptic arc needs an edge loop";
     EXPECT_EQ(loops[0].flags & db::HatchLoop::kExternal, db::HatchLoop::kExternal);
-    EXPECT_EQ(loops[0].edges.size(), room->outer.pieces.size());
+    EXPECT_EQ(loops[0].edges.size(), topped->outer.pieces.size());
     EXPECT_EQ(loops[0].sourceObjects.size(), 4u);
     EXPECT_TRUE(loops[1].isPolyline()) << "a circle stays a polyline loop";
     EXPECT_TRUE(hatchedAsEzdxfSees("ellipse_room", 2, 2, 100 + kPi * 5 - kPi));
@@ -206,6 +206,9 @@ TEST_F(BoundaryCurves, EllipsesAndCirclesScaledUnevenlyMakeEdgeLoopsEzdxfReads) 
     }
     EXPECT_TRUE(hatchedAsEzdxfSees("scaled_circle", 50.5, 50.2, 3 * kPi));
     EXPECT_TRUE(hatchedAsEzdxfSees("mirrored_circle", 80.5, 50.2, 3 * kPi));
+    // As an island the ellipse runs clockwise: its edges' angles as ezdxf reads them.
+    room(40, 40, 20);
+    EXPECT_TRUE(hatchedAsEzdxfSees("elliptic_island", 42, 42, 400 - 3 * kPi));
 }
 
 TEST_F(BoundaryCurves, CirclesAndArcsInMirroredOrTiltedPlanesAsTheyLieSeenFromAbove) {
@@ -290,6 +293,8 @@ TEST_F(BoundaryCurves, ClosedSplinesAloneAndAsIslands) {
     ASSERT_EQ(outside->islands.size(), 1u);
     EXPECT_NEAR(outside->outer.area, 900, 1e-9);
     EXPECT_NEAR(std::fabs(outside->islands[0].area), alone->outer.area, 1e-9);
+    // The island's spline parts run backwards: reversed splines in the hatch.
+    EXPECT_TRUE(hatchedAsEzdxfSees("spline_island", 12, -8, 900 - alone->outer.area));
 }
 
 TEST_F(BoundaryCurves, OldStylePolylinesAsEzdxfWritesThem) {
