@@ -16,10 +16,12 @@ class SpatialIndex;
 namespace vela::host::hatch {
 
 /// Appends the curves of an entity as they lie in the drawing's XY plane after `transform`: lines, arcs,
-/// circles, lightweight polylines (their bulges as arcs), and the entities of block references (transformed,
+/// circles and ellipses (elliptic arcs where the transformation or the entity's plane makes circles
+/// ellipses), splines given by control points, lightweight and old-style 2D polylines (their bulges as arcs),
+/// the straight segments of 3D polylines seen from above, and the entities of block references (transformed,
 /// to a nesting depth of 16). Entities on layers that are off or frozen and invisible entities add nothing;
-/// so do kinds without boundary curves here and references scaled unevenly (their circles would be
-/// ellipses). `source` is the number of the entity of the space the curves come from.
+/// so do kinds without boundary curves here (meshes, splines given by fit points alone) and curves whose
+/// plane is seen edge on. `source` is the number of the entity of the space the curves come from.
 void AppendBoundaryCurves(const db::Entity& entity, const db::Matrix3d& transform, std::size_t source,
                           std::vector<Piece>& out, int depth = 0);
 
@@ -31,8 +33,12 @@ std::optional<Region> FindRegionAround(const db::SpatialIndex& index, db::Object
                                        const db::Point3d& point, double gapTolerance,
                                        std::vector<db::ObjectId>* sources = nullptr);
 
-/// The loops of a hatch filling the region: polyline loops (arcs as bulges), the outer one first, each with
-/// the entities it was made from (`sources` as FindRegionAround gives them), for an associative hatch.
+/// The loops of a hatch filling the region, the outer one first, each with the entities it was made from
+/// (`sources` as FindRegionAround gives them), for an associative hatch: a loop of lines and circular arcs is
+/// a polyline loop (arcs as bulges), one holding elliptic arcs or splines a loop of edges.
 std::vector<db::HatchLoop> HatchLoops(const Region& region, const std::vector<db::ObjectId>& sources);
+
+/// The hatch edge of a piece, running as the piece runs; a part of a spline becomes a spline of its own.
+db::HatchEdge HatchEdgeOf(const Piece& piece);
 
 }  // namespace vela::host::hatch
