@@ -7,11 +7,13 @@
 #include <cstdlib>
 #include <utility>
 
+#include "bridge/command_catalogue.h"
 #include "cli.h"
 #include "drawing_loader.h"
 #include "host/document.h"
 #include "host/lisp/evaluation.h"
 #include "host/result_codes.h"
+#include "script_runner.h"
 #include "session.h"
 
 namespace vela::cli {
@@ -91,6 +93,11 @@ void help(Session& session) {
     for (const QString& name : session.host().commands().globalNames()) std::printf("  %s\n", name.toUtf8().constData());
     std::puts(
         "A line that starts with ( is LISP: (entget (entlast)), (command \"LINE\" '(0 0) '(5 5) \"\").");
+    std::puts("CALL slot {json} calls one of the assistant's slots as its page would, for example");
+    std::puts("  CALL CreateHatch {\"entities\":[{\"pattern\":\"ANSI31\"}]}  (then pick a point)");
+    std::printf("  Slots:");
+    for (const catalogue::CommandRow* row : bridge::Catalogue()) std::printf(" %s", row->slot);
+    std::puts("");
     std::puts("QUIT leaves.");
 }
 
@@ -145,6 +152,18 @@ int shellCommand(const std::vector<std::string>& args) {
         const QString word = words.takeFirst().toUpper();
         const QString rest = words.join(QLatin1Char(' '));
         if (word == QLatin1String("QUIT") || word == QLatin1String("EXIT")) break;
+        if (word == QLatin1String("CALL")) {
+            // The slot answers once its command has asked whatever it asks (a point to hatch around).
+            const QString slot = words.isEmpty() ? QString() : words.takeFirst();
+            const std::optional<QString> answer =
+                callBridgeSlot(session.bridge(), slot, words.join(QLatin1Char(' ')));
+            if (answer)
+                std::printf("%s\n", answer->toUtf8().constData());
+            else
+                std::printf("No slot \"%s\". Type HELP for a list.\n", slot.toUtf8().constData());
+            input.takePending();
+            continue;
+        }
         if (word == QLatin1String("HELP") || word == QLatin1String("?")) {
             help(session);
         } else if (word == QLatin1String("OPEN")) {

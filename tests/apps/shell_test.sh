@@ -49,11 +49,13 @@ EXPLODE W 4999,-1 6600,1001
 (entmake (list '(0 . "CIRCLE") (cons 8 "Sketch") '(10 9000 0 0) (cons 40 (* n 50.0))))
 (command "LINE" '(9000 1000) '(9500 1000) "")
 SETVAR CECOLOR red
+CALL CreateHatch {"entities":[{"pattern":"ANSI31","scale":20}]}
+3500,500
 ZOOM E
 SAVE $work/annex.dxf
 QUIT
 SESSION
-for expected in 'Specify next point or \[Close/Undo\]: C' '1 found, 1 total' 'Saved ' 'ERASE' '^6$' '^((0 . "CIRCLE")'; do
+for expected in 'Specify next point or \[Close/Undo\]: C' '"count":1,.*"internalPoints":\["3500,500,0"\]' '1 found, 1 total' 'Saved ' 'ERASE' '^6$' '^((0 . "CIRCLE")'; do
     if ! grep -q "$expected" "$work/out"; then
         echo "the session did not show: $expected"; cat "$work/out"; exit 1
     fi
@@ -72,8 +74,13 @@ before = len(ezdxf.readfile(sys.argv[2]).modelspace())
 assert doc.layers.get('Sketch').color == 4
 # The triangle (3 lines), circle, the polyline exploded into 3 lines and an arc, the rectangle and its offset,
 # text, arc, ellipse, the point and its copy (the mirrored copy was erased): all on the layer made first.
-# Then LISP: a circle by entmake (radius from a loop) and a line by command.
-assert sorted(sketch) == sorted(['LINE'] * 7 + ['ARC'] * 2 + ['LWPOLYLINE'] * 2 + ['CIRCLE'] * 2 + ['TEXT', 'ELLIPSE', 'POINT', 'POINT']), sorted(sketch)
+# Then LISP: a circle by entmake (radius from a loop) and a line by command; last the triangle hatched.
+assert sorted(sketch) == sorted(['LINE'] * 7 + ['ARC'] * 2 + ['LWPOLYLINE'] * 2 + ['CIRCLE'] * 2 + ['TEXT', 'ELLIPSE', 'POINT', 'POINT', 'HATCH']), sorted(sketch)
+hatch = doc.modelspace().query('HATCH[layer=="Sketch"]')[0]
+assert hatch.dxf.color == 1 and hatch.dxf.pattern_name == 'ANSI31' and hatch.dxf.associative == 1
+# The triangle drawn over the plan: its lines bound the hatch together with the plan's walls and furniture.
+sources = [doc.entitydb[h] for h in hatch.paths[0].source_boundary_objects]
+assert sum(e.dxftype() == 'LINE' and e.dxf.layer == 'Sketch' for e in sources) == 2, sources
 assert [c.dxf.radius for c in doc.modelspace().query('CIRCLE') if c.dxf.center.x == 9000] == [300.0]
 assert len(doc.modelspace()) == before + len(sketch), (len(doc.modelspace()), before, len(sketch))
 assert doc.header['$CECOLOR'] == 1
