@@ -1,6 +1,5 @@
 #include <QJsonArray>
 #include <QStringList>
-#include <cfloat>
 #include <cmath>
 #include <functional>
 #include <optional>
@@ -82,7 +81,7 @@ class CJxV3HatchPreviewTracker : public host::InputTracker {
         previewExists_ = !previewId_.isNull();
     }
 
-    /// Erases the preview hatch, if there is one, and forgets the last point.
+    /// Erases the preview hatch, if there is one.
     void erasePreview() {
         if (previewExists_) host::commands::eraseEntity(previewId_);
         previewId_ = {};
