@@ -31,8 +31,7 @@ void DbObject::setOwnerId(ObjectId owner) {
 
 ObjectExtras& DbObject::editExtras() {
     assertWriteEnabled();
-    if (!extras_) extras_ = std::make_unique<ObjectExtras>();
-    return *extras_;
+    return editLinks();
 }
 
 void DbObject::addPersistentReactor(ObjectId reactor) {

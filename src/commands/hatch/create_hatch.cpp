@@ -13,6 +13,7 @@
 #include "host/document.h"
 #include "host/hatch/hatch_making.h"
 #include "host/result_codes.h"
+#include "host/text/number_text.h"
 #include "host/text/point_text.h"
 #include "properties/handle_text.h"
 
@@ -100,8 +101,10 @@ class CJxV3HatchPreviewTracker : public host::InputTracker {
     BoundaryCalculator calculateBoundaries_;
 };
 
+/// "x,y,z", each with six significant digits, as the hatch's description gives its points.
 QString PointText(const db::Point3d& p) {
-    return QStringLiteral("%1,%2,%3").arg(p.x).arg(p.y).arg(p.z);
+    return host::SixDigitNumberText(p.x) + QLatin1Char(',') + host::SixDigitNumberText(p.y) +
+           QLatin1Char(',') + host::SixDigitNumberText(p.z);
 }
 
 /// One hatch filling the areas around the points (one or more areas, each with its islands): added to the

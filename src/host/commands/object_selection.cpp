@@ -173,7 +173,7 @@ int selectObjects(CommandContext& context, std::vector<db::ObjectId>& ids, const
         apply(*first, false);
     } else {
         bool removing = false;
-        for (int invalid = 0;;) {
+        for (;;) {
             QString answer;
             const int r = io.getText(Prompt(removing ? QStringLiteral("Remove objects") : prompt).orNone(),
                                      false, answer);

@@ -14,6 +14,7 @@
 #include "db/entities/spline.h"
 #include "db/entities/vertex_polyline.h"
 #include "db/geometry/plane.h"
+#include "db/geometry/plane_map.h"
 #include "db/records/block_table_record.h"
 #include "db/records/layer_table_record.h"
 #include "db/spatial_index.h"
@@ -67,18 +68,10 @@ void appendBulgedSegments(const std::vector<db::Polyline::Vertex>& v, bool close
             out.push_back(Piece::line(point2(m, wcs(a)), point2(m, wcs(b)), source));
             continue;
         }
-        const double sweep = 4 * std::atan(bulge);
-        const double chord = std::hypot(b.x - a.x, b.y - a.y);
-        const double radius = chord / (2 * std::sin(std::fabs(sweep) / 2));
-        // Left of the chord for a counter-clockwise arc of less than half a circle; the cosine turns the
-        // side round for larger ones.
-        const double toCenter = radius * std::cos(std::fabs(sweep) / 2) * (bulge > 0 ? 1 : -1);
-        const db::Point2d mid{(a.x + b.x) / 2, (a.y + b.y) / 2};
-        const db::Point2d side{-(b.y - a.y) / chord, (b.x - a.x) / chord};
-        const db::Point2d center{mid.x + side.x * toCenter, mid.y + side.y * toCenter};
-        const double a0 = std::atan2(a.y - center.y, a.x - center.x);
-        appendConic(m, wcs(center), db::ocsXAxis(normal) * radius, db::ocsYAxis(normal) * radius, a0, sweep,
-                    source, out);
+        const db::BulgeArc arc = db::bulgeToArc(a, b, bulge);
+        const double a0 = std::atan2(a.y - arc.center.y, a.x - arc.center.x);
+        appendConic(m, wcs(arc.center), db::ocsXAxis(normal) * arc.radius, db::ocsYAxis(normal) * arc.radius,
+                    a0, 4 * std::atan(bulge), source, out);
     }
 }
 

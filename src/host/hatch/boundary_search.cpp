@@ -41,11 +41,6 @@ double length(Point2d a) {
     return std::hypot(a.x, a.y);
 }
 
-double normalized(double a) {
-    a = std::fmod(a, kTwoPi);
-    return a < 0 ? a + kTwoPi : a;
-}
-
 bool isCurved(const Piece& p) {
     return p.kind != Piece::Kind::Line;
 }
@@ -153,7 +148,7 @@ double parameterOf(const Piece& p, Point2d q) {
         const Point2d f = inEllipseFrame(p, q);
         angle = std::atan2(f.y, f.x), size = length(p.majorAxis);
     }
-    const double along = normalized(angle - p.startAngle);  // arcs are counter-clockwise here
+    const double along = db::normalizeAngle(angle - p.startAngle);  // arcs are counter-clockwise here
     const double t = along / p.sweep;
     // Just before the start reads as just below 0, not as far beyond the end.
     if (t > 1 && (kTwoPi - along) * size < 1e-9 * std::max(1.0, size)) return -(kTwoPi - along) / p.sweep;
@@ -310,7 +305,7 @@ std::pair<long long, double> leaving(const Piece& p) {
         angle = std::atan2(d1.y, d1.x);
         bend = cross(d1, d2) / std::pow(length(d1), 3);
     }
-    return {std::llround(normalized(angle) * 1e9), bend};
+    return {std::llround(db::normalizeAngle(angle) * 1e9), bend};
 }
 
 // Twice the signed area the piece sweeps seen from the origin (summed over a loop: twice its area).

@@ -1,6 +1,5 @@
 #include "host/hatch/hatch_making.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "db/database.h"
@@ -61,11 +60,10 @@ db::ErrorStatus AppendLoops(db::Hatch& hatch, std::vector<db::HatchLoop> loops, 
 
 db::ObjectId AddHatch(db::Database& database, db::ObjectId space, std::unique_ptr<db::Hatch> hatch,
                       bool linkBoundary) {
-    std::vector<db::ObjectId> boundary;
+    std::vector<db::ObjectId> boundary;  // an entity bounding several loops is linked once all the same
     if (linkBoundary && hatch->associative())
         for (const db::HatchLoop& loop : hatch->loops())
-            for (db::ObjectId id : loop.sourceObjects)
-                if (std::find(boundary.begin(), boundary.end(), id) == boundary.end()) boundary.push_back(id);
+            boundary.insert(boundary.end(), loop.sourceObjects.begin(), loop.sourceObjects.end());
     db::ObjectId id;
     if (database.appendEntity(space, std::move(hatch), &id) != db::ErrorStatus::Ok) return {};
     for (db::ObjectId source : boundary) {
