@@ -9,7 +9,8 @@ packages=(
   clang clang-format libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libfast-float-dev libedit-dev
-  qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-httpserver-dev qt6-qpa-plugins fonts-dejavu-core
+  qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-httpserver-dev qt6-websockets-dev qt6-webchannel-dev
+  qt6-qpa-plugins fonts-dejavu-core chromium
   libboost-dev
   python3-ezdxf python3-matplotlib
   nodejs npm

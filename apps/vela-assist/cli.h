@@ -13,6 +13,7 @@ int shellCommand(const std::vector<std::string>& args);
 int catalogueCommand(const std::vector<std::string>& args);
 int renderCommand(const std::vector<std::string>& args);
 int mcpCommand(const std::vector<std::string>& args);
+int serveCommand(const std::vector<std::string>& args);
 
 /// A progress bar on standard error for loads of large files; silent for small ones and when stderr is no
 /// terminal (then one line per tenth).

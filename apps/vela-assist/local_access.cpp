@@ -1,6 +1,13 @@
 #include "local_access.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QtHttpServer/QHttpServerRequest>
+#include <QtHttpServer/QHttpServerResponse>
+#include <cstdio>
 
 namespace vela::cli {
 
@@ -18,7 +25,8 @@ const QByteArray kLoopbackNames[] = {"127.0.0.1", "localhost", "[::1]"};
 
 }  // namespace
 
-LocalAccessGuard::LocalAccessGuard(quint16 port, QByteArray token) : port_(port), token_(std::move(token)) {}
+LocalAccessGuard::LocalAccessGuard(quint16 port, QByteArray token, QByteArray listenHost)
+    : port_(port), token_(std::move(token)), listenHost_(std::move(listenHost)) {}
 
 QByteArray LocalAccessGuard::newToken() {
     QByteArray bytes(32, '\0');
@@ -36,14 +44,11 @@ bool LocalAccessGuard::isOwnHost(const QByteArray& host) const {
     const QByteArray port = ':' + QByteArray::number(port_);
     for (const QByteArray& name : kLoopbackNames)
         if (host.compare(name + port, Qt::CaseInsensitive) == 0) return true;
-    return false;
+    return !listenHost_.isEmpty() && host.compare(listenHost_ + port, Qt::CaseInsensitive) == 0;
 }
 
 bool LocalAccessGuard::isOwnOrigin(const QByteArray& origin) const {
-    const QByteArray port = ':' + QByteArray::number(port_);
-    for (const QByteArray& name : kLoopbackNames)
-        if (origin.compare("http://" + name + port, Qt::CaseInsensitive) == 0) return true;
-    return false;
+    return origin.startsWith("http://") && isOwnHost(origin.mid(7));
 }
 
 AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& queryToken) const {
@@ -64,6 +69,157 @@ AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& 
                 "a token is required: 'Authorization: Bearer TOKEN' with the token printed at the start"};
     if (!sameSecret(given, token_)) return {401, "the token is not this server's"};
     return {};
+}
+
+QByteArray describe(const QHttpServerRequest& request) {
+    // The token travels in page addresses; it never goes into a log.
+    static const QRegularExpression token(QStringLiteral("^/session/[^/]*"));
+    QString path = request.url().path();
+    path.replace(token, QStringLiteral("/session/..."));
+    return QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + path.left(200).toUtf8();
+}
+
+namespace {
+
+QByteArray refusalBody(const QByteArray& why) {
+    return QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}})
+        .toJson(QJsonDocument::Compact);
+}
+
+// A refusal written straight onto a connection whose request is not read whole (too large to be).
+void refuseRaw(QTcpSocket* socket, int status, const char* reason, const QByteArray& why) {
+    const QByteArray body = refusalBody(why);
+    socket->write("HTTP/1.1 " + QByteArray::number(status) + ' ' + reason +
+                  "\r\nContent-Type: application/json\r\nConnection: close\r\nContent-Length: " +
+                  QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    socket->disconnectFromHost();
+}
+
+// The length a request's head announces for its body, once the whole head has arrived.
+std::optional<qint64> announcedLength(const QByteArray& head) {
+    static const QRegularExpression length(QStringLiteral("\\r\\ncontent-length:[ \\t]*([0-9]{1,18})"),
+                                           QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch m = length.match(QString::fromLatin1(head));
+    if (!m.hasMatch()) return std::nullopt;
+    return m.captured(1).toLongLong();
+}
+
+constexpr qsizetype kMaxHeadBytes = 64 * 1024;
+
+}  // namespace
+
+/// Accepts connections for the HTTP server, after counting them and with a watch on the size of what each
+/// sends: Qt's server reads a request whole, body included, before anyone can look at it.
+class LocalHttpServer::Listener : public QTcpServer {
+  public:
+    Listener(const LocalHttpServer& server) : server_(server) {}
+
+  protected:
+    void incomingConnection(qintptr descriptor) override {
+        auto* socket = new QTcpSocket(this);
+        if (!socket->setSocketDescriptor(descriptor)) {
+            delete socket;
+            return;
+        }
+        if (open_ >= server_.limits_.maxConnections) {
+            server_.log("refused a connection (503): " + QByteArray::number(open_) + " are open already");
+            refuseRaw(socket, 503, "Service Unavailable", "too many connections are open");
+            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            return;
+        }
+        ++open_;
+        connect(socket, &QObject::destroyed, this, [this] { --open_; });
+        // Connected before the server's own reader, so it looks first; a WebSocket, once accepted, is
+        // disconnected from both and keeps to its own limits.
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { watch(socket); });
+        addPendingConnection(socket);
+    }
+
+  private:
+    void watch(QTcpSocket* socket) {
+        const qsizetype waiting = socket->bytesAvailable();
+        const QByteArray head = socket->peek(std::min<qsizetype>(waiting, kMaxHeadBytes));
+        const qsizetype headEnd = head.indexOf("\r\n\r\n");
+        const qint64 limit = server_.limits_.maxRequestBytes;
+        int status = 0;
+        const char* reason = "";
+        QByteArray why;
+        if (headEnd < 0 && waiting >= kMaxHeadBytes) {
+            status = 431, reason = "Request Header Fields Too Large";
+            why = "the request's head is longer than " + QByteArray::number(kMaxHeadBytes) + " bytes";
+        } else if (const std::optional<qint64> length =
+                       headEnd >= 0 ? announcedLength(head.left(headEnd + 2)) : std::nullopt;
+                   (length && *length > limit - headEnd - 4) || waiting > limit) {
+            status = 413, reason = "Content Too Large";
+            why = "the request is larger than the " + QByteArray::number(limit) + " bytes this server takes";
+        }
+        if (!status) return;
+        QObject::disconnect(socket, &QTcpSocket::readyRead, nullptr, nullptr);
+        server_.log("refused a request (" + QByteArray::number(status) + "): " + why);
+        refuseRaw(socket, status, reason, why);
+    }
+
+    const LocalHttpServer& server_;
+    int open_ = 0;
+};
+
+LocalHttpServer::LocalHttpServer(QByteArray logName, LocalServerLimits limits)
+    : logName_(std::move(logName)), limits_(limits) {}
+
+LocalHttpServer::~LocalHttpServer() = default;
+
+quint16 LocalHttpServer::start(const QHostAddress& address, quint16 port, QString* why) {
+    listener_ = new Listener(*this);
+    listener_->setParent(this);
+    if (!listener_->listen(address, port)) {
+        if (why) *why = listener_->errorString();
+        delete listener_;
+        listener_ = nullptr;
+        return 0;
+    }
+    bind(listener_);
+    const quint16 bound = listener_->serverPort();
+    guard_.emplace(bound, LocalAccessGuard::newToken(),
+                   address.isLoopback() ? QByteArray() : address.toString().toUtf8());
+    return bound;
+}
+
+QByteArray LocalHttpServer::origin() const {
+    const QHostAddress address = listener_ ? listener_->serverAddress() : QHostAddress();
+    const QByteArray host = address.isLoopback() || address == QHostAddress::Any ||
+                                    address == QHostAddress::AnyIPv6 || address.isNull()
+                                ? QByteArray("127.0.0.1")
+                                : address.toString().toUtf8();
+    return "http://" + host + ':' + QByteArray::number(guard_ ? guard_->port() : 0);
+}
+
+void LocalHttpServer::log(const QByteArray& line) const {
+    std::fprintf(stderr, "%s: %s\n", logName_.constData(), line.constData());
+    std::fflush(stderr);
+}
+
+void LocalHttpServer::refuse(const QHttpServerRequest& request, QHttpServerResponder& responder, int status,
+                             const QByteArray& why, const Headers& extra) const {
+    log("refused " + describe(request) + " (" + QByteArray::number(status) + "): " + why);
+    QHttpServerResponse response("application/json", refusalBody(why),
+                                 static_cast<QHttpServerResponse::StatusCode>(status));
+    response.addHeader("Cache-Control", "no-store");
+    for (const auto& [name, value] : extra) response.addHeader(name, value);
+    response.write(std::move(responder));
+}
+
+void LocalHttpServer::refuseAccess(const QHttpServerRequest& request, QHttpServerResponder& responder,
+                                   const AccessVerdict& verdict) const {
+    Headers extra;
+    if (verdict.status == 401) extra.append(qMakePair(QByteArray("WWW-Authenticate"), QByteArray("Bearer")));
+    refuse(request, responder, verdict.status, verdict.reason, extra);
+}
+
+void LocalHttpServer::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {
+    // A refused WebSocket handshake comes here after its refusal was written.
+    if (socket->property("vela.answered").toBool()) return;
+    QHttpServerResponder responder = makeResponder(request, socket);
+    refuse(request, responder, 404, "nothing is here");
 }
 
 }  // namespace vela::cli

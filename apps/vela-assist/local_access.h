@@ -1,8 +1,13 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHostAddress>
 #include <QList>
 #include <QPair>
+#include <QTcpServer>
+#include <QtHttpServer/QAbstractHttpServer>
+#include <QtHttpServer/QHttpServerResponder>
+#include <optional>
 
 namespace vela::cli {
 
@@ -21,7 +26,9 @@ class LocalAccessGuard {
   public:
     using Headers = QList<QPair<QByteArray, QByteArray>>;
 
-    explicit LocalAccessGuard(quint16 port, QByteArray token = newToken());
+    /// `listenHost`: the address the server listens on when it is not a loopback one (its user asked for it);
+    /// requests may then name it too.
+    explicit LocalAccessGuard(quint16 port, QByteArray token = newToken(), QByteArray listenHost = {});
 
     /// 32 random bytes from the system's generator, as base64url text.
     static QByteArray newToken();
@@ -42,6 +49,52 @@ class LocalAccessGuard {
 
     quint16 port_;
     QByteArray token_;
+    QByteArray listenHost_;
 };
+
+/// How much a local server takes in before it refuses.
+struct LocalServerLimits {
+    /// One HTTP request, head and body, as it arrives (WebSocket connections have limits of their own).
+    qsizetype maxRequestBytes = qsizetype(1) << 20;
+    /// Connections open at once; more are answered 503 and closed.
+    int maxConnections = 128;
+};
+
+/// An HTTP server on this machine, for the pages and programs of its user alone: it listens on loopback
+/// unless told otherwise, makes a fresh token at every start, refuses requests the local access guard does
+/// not let in, and refuses requests larger than its limit before they are read whole. Every refusal is an
+/// HTTP status with a JSON reason, and one line on standard error.
+class LocalHttpServer : public QAbstractHttpServer {
+  public:
+    using Headers = LocalAccessGuard::Headers;
+    /// `logName` starts each log line ("vela-assist mcp").
+    LocalHttpServer(QByteArray logName, LocalServerLimits limits);
+    ~LocalHttpServer() override;
+
+    /// Listens on `address` (`port` 0: any free port); the port, or 0 (with the system's reason in `why`).
+    quint16 start(const QHostAddress& address, quint16 port, QString* why = nullptr);
+    const LocalAccessGuard& guard() const { return *guard_; }
+    /// "http://HOST:PORT" of the server as its user reaches it.
+    QByteArray origin() const;
+
+  protected:
+    /// Writes a refusal: the status, {"error": why}, a log line naming the request.
+    void refuse(const QHttpServerRequest& request, QHttpServerResponder& responder, int status,
+                const QByteArray& why, const Headers& extra = {}) const;
+    void refuseAccess(const QHttpServerRequest& request, QHttpServerResponder& responder,
+                      const AccessVerdict& verdict) const;
+    void log(const QByteArray& line) const;
+    void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
+
+  private:
+    class Listener;
+    QByteArray logName_;
+    LocalServerLimits limits_;
+    Listener* listener_ = nullptr;
+    std::optional<LocalAccessGuard> guard_;
+};
+
+/// "GET /path" of a request, for log lines.
+QByteArray describe(const QHttpServerRequest& request);
 
 }  // namespace vela::cli

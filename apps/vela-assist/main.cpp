@@ -30,6 +30,10 @@ void usage(std::FILE* to) {
         "                       a Model Context Protocol server: every assistant command as a tool for AI\n"
         "                       clients, over standard input/output or HTTP on 127.0.0.1 (with a token);\n"
         "                       files are opened and saved only under DIR (default: the current folder)\n"
+        "  serve [DRAWING|--new] [--port N] [--listen ADDRESS] [--open] [--settings FILE]\n"
+        "                       the assistant page with the drawing, served on 127.0.0.1 to a browser: the\n"
+        "                       drawing, a console of the assistant's commands, layers, changes, LISP, undo\n"
+        "                       and a chat with a model of your choosing; prints the page's address\n"
         "  catalogue            the assistant's commands with descriptions and JSON Schemas of their "
         "requests\n"
         "  help                 this text\n",
@@ -52,6 +56,7 @@ int main(int argc, char** argv) {
     if (command == "catalogue") return vela::cli::catalogueCommand(args);
     if (command == "render") return vela::cli::renderCommand(args);
     if (command == "mcp") return vela::cli::mcpCommand(args);
+    if (command == "serve") return vela::cli::serveCommand(args);
     if (command == "help" || command == "--help" || command == "-h") {
         usage(stdout);
         return 0;

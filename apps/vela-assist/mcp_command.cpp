@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QHostAddress>
 #include <cstdio>
 #include <string>
 
@@ -80,9 +81,11 @@ int mcpCommand(const std::vector<std::string>& args) {
         return QCoreApplication::exec();
     }
     mcp::HttpTransport http(server);
-    const quint16 bound = http.start(static_cast<quint16>(*port));
+    QString why;
+    const quint16 bound = http.start(QHostAddress::LocalHost, static_cast<quint16>(*port), &why);
     if (!bound) {
-        std::fprintf(stderr, "vela-assist mcp: cannot listen on 127.0.0.1:%d\n", *port);
+        std::fprintf(stderr, "vela-assist mcp: cannot listen on 127.0.0.1:%d: %s\n", *port,
+                     why.toUtf8().constData());
         return 1;
     }
     std::fprintf(stderr,

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSysInfo>
 #include <QTextStream>
 #include <cassert>
 #include <cstdio>
@@ -60,6 +61,20 @@ Host::~Host() {
 }
 
 Host* Host::instance() { return g_host; }
+
+QString hostVersion() {
+    return QStringLiteral(VELA_VERSION);
+}
+
+QString userAgent() {
+    return QStringLiteral("VELA-AI-Assist/%1 (%2 %3)")
+        .arg(hostVersion(), QSysInfo::productType(), QSysInfo::productVersion());
+}
+
+ClientInformation& clientInformation() {
+    assert(g_host);
+    return g_host->clientInformation();
+}
 
 SystemServices& systemServices() {
     assert(g_host);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "host/capabilities.h"
+#include "host/client_information.h"
 #include "host/command.h"
 #include "host/command_stack.h"
 #include "host/debug_settings.h"
@@ -78,6 +79,8 @@ public:
     void setFileRoot(QString folder) { fileRoot_ = std::move(folder); }
     /// Whether a command may write `path` (inside the file root, when there is one).
     bool mayWriteFile(const QString& path) const;
+    /// What pages the host shows are told about the client (application, user, licence, theme, language).
+    ClientInformation& clientInformation() { return clientInformation_; }
     /// True when the host runs under its automated test framework.
     bool isTestFrameworkMode() const { return testFrameworkMode_; }
     void setTestFrameworkMode(bool on) { testFrameworkMode_ = on; }
@@ -95,6 +98,7 @@ private:
     SystemVariables variables_;
     lisp::EvaluationSettings lispSettings_;
     QString fileRoot_;
+    ClientInformation clientInformation_;
     // The host's own drawing commands (LINE, MOVE, UNDO, ...), registered before any module's.
     std::vector<std::unique_ptr<Command>> ownCommands_;
     std::unique_ptr<ModuleLoader> modules_;
@@ -110,5 +114,6 @@ SystemVariables& systemVariables();
 /// The active document, or null when no drawing is open.
 Document* activeDocument();
 bool isTestFrameworkMode();
+ClientInformation& clientInformation();
 
 }  // namespace vela::host

@@ -155,6 +155,7 @@ class Renderer {
     }
 
     void drawSpace(const db::BlockTableRecord& space);
+    void drawAlone(const db::Entity& e) { drawTopLevel(e, std::nullopt, false); }
 
   private:
     using Label = RenderReport::Label;
@@ -1246,6 +1247,40 @@ void render(const db::Database& db, QPainter& painter, const RenderOptions& opti
     if (const db::BlockTableRecord* space = spaceOf(db, options))
         Renderer(db, painter, options, frame).drawSpace(*space);
     painter.restore();
+}
+
+std::vector<db::ObjectId> entitiesAt(const db::Database& db, const db::SpatialIndex& index,
+                                     const db::Point3d& point, double tolerance, db::ObjectId space) {
+    if (!(tolerance > 0) || !std::isfinite(tolerance) || !std::isfinite(point.x) || !std::isfinite(point.y))
+        return {};
+    RenderOptions options;
+    options.space = space;
+    options.window = db::Extents3d(db::Point3d(point.x - tolerance, point.y - tolerance, 0),
+                                   db::Point3d(point.x + tolerance, point.y + tolerance, 0));
+    constexpr int kPixels = 9;  // the tolerance is about four pixels of the picture the user clicked on
+    options.size = QSize(kPixels, kPixels);
+    options.lineweights = false;
+    const Frame frame = frameFor(db, options);
+    const db::ObjectId spaceId = space.isNull() ? db.modelSpaceId() : space;
+    std::vector<db::ObjectId> candidates = index.queryPoint(spaceId, point, tolerance);
+    std::vector<db::ObjectId> found;
+    QImage image(options.size, QImage::Format_ARGB32_Premultiplied);
+    for (auto it = candidates.rbegin(); it != candidates.rend(); ++it) {
+        auto* e = db::objectCast<db::Entity>(it->peek());
+        if (!e) continue;
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing, true);
+        Renderer(db, painter, options, frame).drawAlone(*e);
+        painter.end();
+        bool drawn = false;
+        for (int y = 0; y < image.height() && !drawn; ++y) {
+            const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+            for (int x = 0; x < image.width() && !drawn; ++x) drawn = qAlpha(row[x]) > 0;
+        }
+        if (drawn) found.push_back(*it);
+    }
+    return found;
 }
 
 QImage renderImage(const db::Database& db, const RenderOptions& options) {

@@ -98,6 +98,12 @@ struct ChangeColors {
 /// drawing as it stands: created and changed entities in their colours, erased ones as ghosts.
 void showChanges(RenderOptions& options, const db::UndoManager::Changes& changes, const ChangeColors& colors = {});
 
+/// The entities of a space that are drawn within `tolerance` (drawing units) of `point`, as a picture shows
+/// them: a line where it is drawn, a text on its letters, a filled hatch anywhere inside. Topmost (last
+/// drawn) first. Candidates come from the index; each is drawn alone into a few pixels around the point.
+std::vector<db::ObjectId> entitiesAt(const db::Database& db, const db::SpatialIndex& index,
+                                     const db::Point3d& point, double tolerance, db::ObjectId space = {});
+
 /// Makes the DejaVu Sans font files known to Qt (once), so that text looks the same on every machine. False
 /// when they cannot be found; text is then drawn in Qt's default sans-serif font.
 bool loadBundledFonts();

@@ -59,6 +59,7 @@ class McpServer {
     void setNotifier(std::function<void(const QByteArray&)> send) { notify_ = std::move(send); }
 
     DrawingTools& tools() { return *tools_; }
+    const ServerOptions& options() const { return options_; }
 
   private:
     struct Call;

@@ -72,49 +72,27 @@ void StdioTransport::answer(const QByteArray& line) {
     if (!reply.message.isEmpty()) writeLine(reply.message);
 }
 
-HttpTransport::HttpTransport(McpServer& server) : server_(server) {}
-
-quint16 HttpTransport::start(quint16 port) {
-    const quint16 bound = listen(QHostAddress::LocalHost, port);
-    if (bound) guard_.emplace(bound);
-    return bound;
-}
+HttpTransport::HttpTransport(McpServer& server)
+    // Messages a little over the server's own limit still reach it, to be answered in JSON-RPC; far larger
+    // ones are refused before they are read.
+    : LocalHttpServer("vela-assist mcp", {.maxRequestBytes = 2 * server.options().maxRequestBytes}),
+      server_(server) {}
 
 bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
     QHttpServerResponder responder = makeResponder(request, socket);
     const auto headers = request.headers();
-    const QByteArray what =
-        QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + request.url().path().toUtf8();
-    auto answer = [&](int status, const QByteArray& text, const QByteArray& extraName = {},
-                      const QByteArray& extraValue = {}) {
-        QHttpServerResponse response("application/json", text,
-                                     static_cast<QHttpServerResponse::StatusCode>(status));
-        response.addHeader("Cache-Control", "no-store");
-        if (!extraName.isEmpty()) response.addHeader(extraName, extraValue);
-        response.write(std::move(responder));
-    };
-    auto refuse = [&](int status, const QByteArray& why, QByteArray extraName = {},
-                      QByteArray extraValue = {}) {
-        std::fprintf(stderr, "vela-assist mcp: refused %s (%d): %s\n", what.constData(), status,
-                     why.constData());
-        answer(status, jsonText(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}}), extraName,
-               extraValue);
-    };
-
-    const AccessVerdict verdict = guard_->check(headers);
-    if (!verdict.allowed())
-        return refuse(verdict.status, verdict.reason,
-                      verdict.status == 401 ? "WWW-Authenticate" : QByteArray(),
-                      verdict.status == 401 ? "Bearer" : QByteArray()),
-               true;
-    if (request.url().path() != QLatin1String("/mcp")) return refuse(404, "the MCP endpoint is /mcp"), true;
+    const AccessVerdict verdict = guard().check(headers);
+    if (!verdict.allowed()) return refuseAccess(request, responder, verdict), true;
+    if (request.url().path() != QLatin1String("/mcp"))
+        return refuse(request, responder, 404, "the MCP endpoint is /mcp"), true;
     if (request.method() != QHttpServerRequest::Method::Post)
-        return refuse(405, "the endpoint takes each message as a POST; it offers no event stream", "Allow",
-                      "POST"),
+        return refuse(request, responder, 405,
+                      "the endpoint takes each message as a POST; it offers no event stream",
+                      {{"Allow", "POST"}}),
                true;
     const QByteArray type = LocalAccessGuard::header(headers, "Content-Type");
     if (!type.isEmpty() && !type.startsWith("application/json"))
-        return refuse(415, "messages are JSON: Content-Type: application/json"), true;
+        return refuse(request, responder, 415, "messages are JSON: Content-Type: application/json"), true;
 
     const HttpHeaders http{LocalAccessGuard::header(headers, "MCP-Protocol-Version"),
                            LocalAccessGuard::header(headers, "Mcp-Method")};
@@ -123,12 +101,11 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
         responder.write(static_cast<QHttpServerResponder::StatusCode>(reply.httpStatus));
         return true;
     }
-    answer(reply.httpStatus, reply.message);
+    QHttpServerResponse response("application/json", reply.message,
+                                 static_cast<QHttpServerResponse::StatusCode>(reply.httpStatus));
+    response.addHeader("Cache-Control", "no-store");
+    response.write(std::move(responder));
     return true;
-}
-
-void HttpTransport::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {
-    makeResponder(request, socket).write(QHttpServerResponder::StatusCode::NotFound);
 }
 
 }  // namespace vela::cli::mcp

@@ -33,20 +33,15 @@ class StdioTransport : public QObject {
 /// Streamable HTTP: one endpoint, /mcp, taking each JSON-RPC message as a POST and answering it as JSON
 /// (202 for notifications). No sessions: the drawing is the server's one state. Listens on loopback only and
 /// lets in only requests that pass the local access guard.
-class HttpTransport : public QAbstractHttpServer {
+class HttpTransport : public LocalHttpServer {
   public:
     explicit HttpTransport(McpServer& server);
-    /// Listens on 127.0.0.1 (`port` 0: any free port); the port, or 0 when it cannot.
-    quint16 start(quint16 port);
-    const LocalAccessGuard& guard() const { return *guard_; }
 
   protected:
     bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
-    void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
   private:
     McpServer& server_;
-    std::optional<LocalAccessGuard> guard_;
 };
 
 }  // namespace vela::cli::mcp
