@@ -42,6 +42,9 @@ class Chat : public QObject {
     /// Forgets the conversation (and stops an answer under way).
     void restart();
 
+    /// How to name a model, for a chat without one.
+    QString configurationHelp() const;
+
     /// The tools as the model is offered them.
     QJsonArray toolDefinitions() const;
 

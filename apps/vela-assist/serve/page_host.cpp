@@ -63,11 +63,13 @@ void PageHost::checkForChanges() {
 }
 
 QJsonObject PageHost::state() {
+    QJsonObject chat{{QStringLiteral("configured"), chat_->configured()},
+                     {QStringLiteral("model"), chat_->model()},
+                     {QStringLiteral("busy"), chat_->busy()}};
+    if (!chat_->configured()) chat.insert(QStringLiteral("help"), chat_->configurationHelp());
     QJsonObject out{{QStringLiteral("settingsFile"), settingsPath_},
                     {QStringLiteral("version"), host::hostVersion()},
-                    {QStringLiteral("chat"), QJsonObject{{QStringLiteral("configured"), chat_->configured()},
-                                                         {QStringLiteral("model"), chat_->model()},
-                                                         {QStringLiteral("busy"), chat_->busy()}}}};
+                    {QStringLiteral("chat"), chat}};
     host::Document* doc = session_.activeDocument();
     if (!doc) {
         out.insert(QStringLiteral("drawing"), QJsonValue::Null);

@@ -36,7 +36,8 @@ class PageHost : public QObject, private db::DatabaseReactor {
 
   public slots:
     /// {"drawing", "path", "undoSteps", "redoSteps", "selection": [HANDLE, ...], "extents": [X1, Y1, X2, Y2]
-    /// or null, "chat": {"configured", "model"}, "settingsFile", "version"}
+    /// or null, "chat": {"configured", "model", "busy", "help" (how to name a model, without one)},
+    /// "settingsFile", "version"}
     QJsonObject state();
     /// The assistant's commands: slot, parameter, description, effect, JSON Schema and an example request.
     QJsonArray commands();
