@@ -66,16 +66,18 @@ QJsonArray Chat::toolDefinitions() const {
     return out;
 }
 
+QString Chat::configurationHelp() const {
+    return QStringLiteral(
+               "The chat needs a model. Name an OpenAI-compatible endpoint in %1:\n\n"
+               "[chat]\nurl=http://127.0.0.1:8080/v1\nmodel=the-model's-name\n"
+               "key=your-key (if the endpoint wants one)\n\n"
+               "and start vela-assist serve again. Everything else on this page works without it.")
+        .arg(settingsPath_);
+}
+
 void Chat::send(const QString& text) {
     if (!configured()) {
-        emitEvent(chatEvent(
-            "info", {{QStringLiteral("text"),
-                      QStringLiteral("The chat needs a model. Name an OpenAI-compatible endpoint in %1:\n\n"
-                                     "[chat]\nurl=http://127.0.0.1:8080/v1\nmodel=the-model's-name\n"
-                                     "key=your-key (if the endpoint wants one)\n\n"
-                                     "and start vela-assist serve again. Everything else on this page "
-                                     "works without it.")
-                          .arg(settingsPath_)}}));
+        emitEvent(chatEvent("info", {{QStringLiteral("text"), configurationHelp()}}));
         return;
     }
     if (busy()) {
