@@ -27,7 +27,11 @@
   let host = null;  // the page's host: state, catalogue, picking, undo, chat
   let state = null;
   let readyResolve;
-  const call = (object, method, ...args) => new Promise((resolve) => object[method](...args, resolve));
+  let pending = 0; // calls on their way
+  const call = (object, method, ...args) => new Promise((resolve) => {
+    ++pending;
+    object[method](...args, (answer) => { --pending; resolve(answer); });
+  });
 
   // For automation and tests: the same calls the page makes.
   window.vela = {
@@ -37,6 +41,14 @@
     state: () => state,
     redraws: 0,
     shownWindow: () => shown && shown.slice(),
+    changeAnswers: [], // every GetChangesInfo answer the page had, as text
+    // Resolves once the page has had no call on its way for a while.
+    idle: async (quiet = 80) => {
+      for (let still = 0; still < quiet; still += 10) {
+        await new Promise((r) => setTimeout(r, 10));
+        if (pending > 0) still = -10;
+      }
+    },
   };
 
   function setStatus(kind, text) {
@@ -400,8 +412,9 @@
   }
 
   async function refreshChanges() {
-    const answer = JSON.parse(await call(api, 'GetChangesInfo', '{}'));
-    const report = answer.changes;
+    const text = await call(api, 'GetChangesInfo', '{}');
+    window.vela.changeAnswers.push(text);
+    const report = JSON.parse(text).changes;
     if (!report || !report.summary) return;
     const { created, modified, erased } = report.summary;
     if (!created && !modified && !erased) return;
@@ -424,8 +437,10 @@
     $('lisp-input').value = '';
     const answer = JSON.parse(await call(api, 'EvaluateLisp', JSON.stringify({ lispQuery: expression })));
     const log = $('lisp-log');
+    // An error of the program comes back as its result, as a CAD command line prints it.
+    const failed = !answer.success || String(answer.result).startsWith('; error:');
     log.append(el('div', { className: 'in', textContent: '> ' + expression }),
-      answer.success ? el('div', { textContent: answer.result }) : el('div', { className: 'err', textContent: answer.error }));
+      el('div', { className: failed ? 'err' : '', textContent: answer.success ? answer.result : answer.error }));
     log.scrollTop = log.scrollHeight;
   });
   $('lisp-input').addEventListener('keydown', (e) => {
