@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The main job on the bundled sample drawing: installs what is missing, builds, shows what the drawing holds,
-# then holds a short scripted conversation with the assistant module (examples/assistant_session.jsonl):
-# each request line is answered by one line; the host's command-line log goes to standard error. Last, a
-# picture of the plan after the conversation, its changes coloured.
+# holds a short scripted conversation with the assistant module (examples/assistant_session.jsonl: each
+# request line is answered by one line; the host's command-line log goes to standard error) and draws the plan
+# after it, its changes coloured. Last, on a terminal, it serves the assistant page with the sample drawing to
+# a browser on this machine until Ctrl-C (`--no-serve` leaves that out).
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$here"
@@ -21,3 +22,10 @@ picture=build/sample-after-conversation.png
     "$bin" run "$sample"
 echo
 echo "== picture of the drawing after the conversation: $picture =="
+if [ "${1:-}" != "--no-serve" ] && [ -t 1 ]; then
+  echo
+  echo "== the assistant page with the sample drawing: open the address below in a browser (Ctrl-C stops) =="
+  exec "$bin" serve "$sample"
+fi
+echo
+echo "To work with the assistant page in a browser: $bin serve $sample"
