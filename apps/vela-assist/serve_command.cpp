@@ -1,9 +1,12 @@
 // vela-assist serve [DRAWING | --new] [--port N] [--listen ADDRESS] [--open] [--settings FILE]: the assistant
 // page with the drawing, served to the user's browser.
+#include <unistd.h>
+
 #include <QCoreApplication>
 #include <QDesktopServices>
 #include <QHostAddress>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QUrl>
 #include <csignal>
 #include <cstdio>
@@ -49,8 +52,20 @@ void openInBrowser(const QString& url) {
         std::fprintf(stderr, "vela-assist serve: no browser could be started; open the address by hand\n");
 }
 
+// Ctrl-C and kill end the event loop, so that the server closes its connections and the host its drawing:
+// the handler only writes a byte, which the loop then reads.
+int quitPipe[2] = {-1, -1};
 void quitOnSignal(int) {
-    QCoreApplication::quit();
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t n = ::write(quitPipe[1], &byte, 1);
+}
+
+void quitOnSignals(QObject* parent) {
+    if (::pipe(quitPipe) != 0) return;
+    auto* notifier = new QSocketNotifier(quitPipe[0], QSocketNotifier::Read, parent);
+    QObject::connect(notifier, &QSocketNotifier::activated, [] { QCoreApplication::quit(); });
+    std::signal(SIGINT, quitOnSignal);
+    std::signal(SIGTERM, quitOnSignal);
 }
 
 }  // namespace
@@ -144,8 +159,7 @@ int serveCommand(const std::vector<std::string>& args) {
             address.toString().toUtf8().constData());
     std::fflush(stderr);
     if (open) session.bridge().openUrl(browser.address);
-    std::signal(SIGINT, quitOnSignal);
-    std::signal(SIGTERM, quitOnSignal);
+    quitOnSignals(&server);
     return QCoreApplication::exec();
 }
 

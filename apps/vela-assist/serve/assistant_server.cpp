@@ -244,6 +244,7 @@ void AssistantServer::acceptWebSockets() {
         auto* transport = new WebSocketTransport(
             std::move(socket), [this] { host_->checkForChanges(); },
             [this](const QByteArray& line) { log(line); });
+        transport->setParent(this);
         channel_.connectTo(transport);
         connect(transport, &WebSocketTransport::closed, this, [this, transport] {
             --webSockets_;

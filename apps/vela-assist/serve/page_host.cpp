@@ -32,9 +32,7 @@ PageHost::PageHost(Session& session, const ServeSettings& settings, QObject* par
     watchActive();
     editsTold_ = edits_;
     databaseTold_ = watched_;
-    if (host::Document* doc = session_.activeDocument())
-        for (const QJsonValue& h : properties::HandleArray(doc->selection().ids()))
-            selectionTold_ << h.toString();
+    if (host::Document* doc = session_.activeDocument()) selectionTold_ = doc->selection().ids();
 }
 
 PageHost::~PageHost() {
@@ -51,10 +49,11 @@ void PageHost::watchActive() {
 }
 
 void PageHost::checkForChanges() {
+    // Runs after every message a page sends: the common case, nothing changed, costs a comparison.
     watchActive();
-    QStringList selection;
-    if (host::Document* doc = session_.activeDocument())
-        for (const QJsonValue& h : properties::HandleArray(doc->selection().ids())) selection << h.toString();
+    host::Document* doc = session_.activeDocument();
+    static const std::vector<db::ObjectId> none;
+    const std::vector<db::ObjectId>& selection = doc ? doc->selection().ids() : none;
     if (edits_ == editsTold_ && selection == selectionTold_ && watched_ == databaseTold_) return;
     editsTold_ = edits_;
     selectionTold_ = selection;

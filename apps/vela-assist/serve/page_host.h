@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "db/database_reactor.h"
+#include "db/object_id.h"
 #include "mcp/mcp_server.h"
 #include "serve_settings.h"
 
@@ -69,7 +70,7 @@ class PageHost : public QObject, private db::DatabaseReactor {
     QString settingsPath_;
     db::Database* watched_ = nullptr;
     quint64 edits_ = 0, editsTold_ = 0;
-    QStringList selectionTold_;
+    std::vector<db::ObjectId> selectionTold_;
     const db::Database* databaseTold_ = nullptr;
 };
 
