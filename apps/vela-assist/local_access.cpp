@@ -1,10 +1,14 @@
 #include "local_access.h"
 
+#include <sys/socket.h>
+
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QPointer>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QtHttpServer/QHttpServerRequest>
 #include <QtHttpServer/QHttpServerResponse>
 #include <cstdio>
@@ -71,11 +75,12 @@ AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& 
     return {};
 }
 
-QByteArray describe(const QHttpServerRequest& request) {
-    // The token travels in page addresses; it never goes into a log.
-    static const QRegularExpression token(QStringLiteral("^/session/[^/]*"));
+QByteArray describe(const QHttpServerRequest& request, const QByteArray& token) {
+    // Tokens travel in page addresses; neither this server's nor a guess at it goes into a log.
+    static const QRegularExpression session(QStringLiteral("^/session/[^/]*"));
     QString path = request.url().path();
-    path.replace(token, QStringLiteral("/session/..."));
+    if (!token.isEmpty()) path.replace(QString::fromUtf8(token), QStringLiteral("..."));
+    path.replace(session, QStringLiteral("/session/..."));
     return QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + path.left(200).toUtf8();
 }
 
@@ -86,13 +91,20 @@ QByteArray refusalBody(const QByteArray& why) {
         .toJson(QJsonDocument::Compact);
 }
 
-// A refusal written straight onto a connection whose request is not read whole (too large to be).
+// A refusal written straight onto a connection whose request is not read whole (too large to be). The rest
+// of what the client sends is read and dropped for a moment, so that the refusal arrives instead of a reset.
 void refuseRaw(QTcpSocket* socket, int status, const char* reason, const QByteArray& why) {
+    QObject::disconnect(socket, &QTcpSocket::readyRead, nullptr, nullptr);
     const QByteArray body = refusalBody(why);
     socket->write("HTTP/1.1 " + QByteArray::number(status) + ' ' + reason +
                   "\r\nContent-Type: application/json\r\nConnection: close\r\nContent-Length: " +
                   QByteArray::number(body.size()) + "\r\n\r\n" + body);
-    socket->disconnectFromHost();
+    QObject::connect(socket, &QTcpSocket::readyRead, socket, [socket] { socket->readAll(); });
+    QObject::connect(socket, &QTcpSocket::bytesWritten, socket, [socket] {
+        if (socket->bytesToWrite() == 0) ::shutdown(static_cast<int>(socket->socketDescriptor()), SHUT_WR);
+    });
+    QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+    QTimer::singleShot(2000, socket, [socket] { socket->abort(); });
 }
 
 // The length a request's head announces for its body, once the whole head has arrived.
@@ -108,8 +120,24 @@ constexpr qsizetype kMaxHeadBytes = 64 * 1024;
 
 }  // namespace
 
-/// Accepts connections for the HTTP server, after counting them and with a watch on the size of what each
-/// sends: Qt's server reads a request whole, body included, before anyone can look at it.
+/// How much of the request now arriving on a connection has come: Qt's server reads each piece as it
+/// arrives, so the sizes are counted here, piece by piece, before it does.
+class RequestMeter : public QObject {
+  public:
+    static constexpr const char* kName = "vela-request-meter";
+    explicit RequestMeter(QObject* socket) : QObject(socket) { setObjectName(QLatin1String(kName)); }
+    static RequestMeter* of(QTcpSocket* socket) {
+        return static_cast<RequestMeter*>(
+            socket->findChild<QObject*>(QLatin1String(kName), Qt::FindDirectChildrenOnly));
+    }
+    void reset() { received = 0, headDone = false, tail.clear(); }
+    qint64 received = 0;
+    bool headDone = false;
+    QByteArray tail;  // the last bytes of the head so far, for an end split between pieces
+};
+
+/// Accepts connections for the HTTP server, after counting them and with a meter on each: Qt's server takes
+/// a request in whole, body included, before anyone can look at it.
 class LocalHttpServer::Listener : public QTcpServer {
   public:
     Listener(const LocalHttpServer& server) : server_(server) {}
@@ -121,46 +149,67 @@ class LocalHttpServer::Listener : public QTcpServer {
             delete socket;
             return;
         }
-        if (open_ >= server_.limits_.maxConnections) {
-            server_.log("refused a connection (503): " + QByteArray::number(open_) + " are open already");
+        const int open = openConnections();
+        if (open >= server_.limits_.maxConnections) {
+            server_.log("refused a connection (503): " + QByteArray::number(open) + " are open already");
             refuseRaw(socket, 503, "Service Unavailable", "too many connections are open");
-            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
             return;
         }
-        ++open_;
-        connect(socket, &QObject::destroyed, this, [this] { --open_; });
-        // Connected before the server's own reader, so it looks first; a WebSocket, once accepted, is
+        sockets_.emplace_back(socket);
+        auto* meter = new RequestMeter(socket);
+        // Connected before the server's own reader, so it counts first; a WebSocket, once accepted, is
         // disconnected from both and keeps to its own limits.
-        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { watch(socket); });
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket, meter] { watch(socket, *meter); });
         addPendingConnection(socket);
     }
 
   private:
-    void watch(QTcpSocket* socket) {
-        const qsizetype waiting = socket->bytesAvailable();
-        const QByteArray head = socket->peek(std::min<qsizetype>(waiting, kMaxHeadBytes));
-        const qsizetype headEnd = head.indexOf("\r\n\r\n");
+    // Connections still open. A connection taken over by a WebSocket loses every signal connection on the
+    // way, so they are counted by looking, not by being told.
+    int openConnections() {
+        std::erase_if(sockets_, [](const QPointer<QTcpSocket>& s) {
+            return !s || s->state() == QAbstractSocket::UnconnectedState;
+        });
+        return static_cast<int>(sockets_.size());
+    }
+
+    void watch(QTcpSocket* socket, RequestMeter& meter) {
+        const qint64 waiting = socket->bytesAvailable();
         const qint64 limit = server_.limits_.maxRequestBytes;
+        std::optional<qint64> announced;
+        if (!meter.headDone) {
+            const QByteArray piece = socket->peek(std::min<qint64>(waiting, kMaxHeadBytes + 4));
+            const QByteArray seen = meter.tail + piece;
+            const qsizetype end = seen.indexOf("\r\n\r\n");
+            if (end >= 0) {
+                meter.headDone = true;
+                // A head that came in one piece tells the body's length before the body comes.
+                if (meter.received == 0) {
+                    announced = announcedLength(piece.left(end + 2));
+                    if (announced) *announced += end + 4;
+                }
+            } else {
+                meter.tail = seen.right(3);
+            }
+        }
+        meter.received += waiting;
         int status = 0;
         const char* reason = "";
         QByteArray why;
-        if (headEnd < 0 && waiting >= kMaxHeadBytes) {
+        if (!meter.headDone && meter.received > kMaxHeadBytes) {
             status = 431, reason = "Request Header Fields Too Large";
             why = "the request's head is longer than " + QByteArray::number(kMaxHeadBytes) + " bytes";
-        } else if (const std::optional<qint64> length =
-                       headEnd >= 0 ? announcedLength(head.left(headEnd + 2)) : std::nullopt;
-                   (length && *length > limit - headEnd - 4) || waiting > limit) {
+        } else if (meter.received > limit || (announced && *announced > limit)) {
             status = 413, reason = "Content Too Large";
             why = "the request is larger than the " + QByteArray::number(limit) + " bytes this server takes";
         }
         if (!status) return;
-        QObject::disconnect(socket, &QTcpSocket::readyRead, nullptr, nullptr);
         server_.log("refused a request (" + QByteArray::number(status) + "): " + why);
         refuseRaw(socket, status, reason, why);
     }
 
     const LocalHttpServer& server_;
-    int open_ = 0;
+    std::vector<QPointer<QTcpSocket>> sockets_;
 };
 
 LocalHttpServer::LocalHttpServer(QByteArray logName, LocalServerLimits limits)
@@ -200,7 +249,8 @@ void LocalHttpServer::log(const QByteArray& line) const {
 
 void LocalHttpServer::refuse(const QHttpServerRequest& request, QHttpServerResponder& responder, int status,
                              const QByteArray& why, const Headers& extra) const {
-    log("refused " + describe(request) + " (" + QByteArray::number(status) + "): " + why);
+    log("refused " + describe(request, guard_ ? guard_->token() : QByteArray()) + " (" +
+        QByteArray::number(status) + "): " + why);
     QHttpServerResponse response("application/json", refusalBody(why),
                                  static_cast<QHttpServerResponse::StatusCode>(status));
     response.addHeader("Cache-Control", "no-store");
@@ -213,6 +263,12 @@ void LocalHttpServer::refuseAccess(const QHttpServerRequest& request, QHttpServe
     Headers extra;
     if (verdict.status == 401) extra.append(qMakePair(QByteArray("WWW-Authenticate"), QByteArray("Bearer")));
     refuse(request, responder, verdict.status, verdict.reason, extra);
+}
+
+bool LocalHttpServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+    // The request has come whole: the next one on this connection is counted afresh.
+    if (RequestMeter* meter = RequestMeter::of(socket)) meter->reset();
+    return handleLocalRequest(request, socket);
 }
 
 void LocalHttpServer::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {

@@ -84,6 +84,10 @@ class LocalHttpServer : public QAbstractHttpServer {
     void refuseAccess(const QHttpServerRequest& request, QHttpServerResponder& responder,
                       const AccessVerdict& verdict) const;
     void log(const QByteArray& line) const;
+    /// A request that has come whole (within the limits); true when it was answered, false to let Qt answer
+    /// (a WebSocket handshake is accepted by returning true without an answer).
+    virtual bool handleLocalRequest(const QHttpServerRequest& request, QTcpSocket* socket) = 0;
+    bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) final;
     void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
   private:
@@ -94,7 +98,7 @@ class LocalHttpServer : public QAbstractHttpServer {
     std::optional<LocalAccessGuard> guard_;
 };
 
-/// "GET /path" of a request, for log lines.
-QByteArray describe(const QHttpServerRequest& request);
+/// "GET /path" of a request, for log lines, with the token (and anything in its place) left out.
+QByteArray describe(const QHttpServerRequest& request, const QByteArray& token);
 
 }  // namespace vela::cli

@@ -45,10 +45,17 @@ class BrowserView : public bridge::AssistantPageView {
     QString address;
 };
 
-void openInBrowser(const QString& url) {
-    if (QDesktopServices::openUrl(QUrl(url))) return;
+void openInBrowser(const QString& text) {
+    // A page may only hand over web addresses: other schemes start whatever program the desktop ties to them.
+    const QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid() || (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https"))) {
+        std::fprintf(stderr, "vela-assist serve: not opened (only http and https addresses are): %s\n",
+                     text.left(200).toUtf8().constData());
+        return;
+    }
+    if (QDesktopServices::openUrl(url)) return;
     // Without a desktop session Qt has no way to open it; the system's opener may.
-    if (!QProcess::startDetached(QStringLiteral("xdg-open"), {url}))
+    if (!QProcess::startDetached(QStringLiteral("xdg-open"), {url.toString(QUrl::FullyEncoded)}))
         std::fprintf(stderr, "vela-assist serve: no browser could be started; open the address by hand\n");
 }
 

@@ -78,7 +78,7 @@ HttpTransport::HttpTransport(McpServer& server)
     : LocalHttpServer("vela-assist mcp", {.maxRequestBytes = 2 * server.options().maxRequestBytes}),
       server_(server) {}
 
-bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+bool HttpTransport::handleLocalRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
     QHttpServerResponder responder = makeResponder(request, socket);
     const auto headers = request.headers();
     const AccessVerdict verdict = guard().check(headers);

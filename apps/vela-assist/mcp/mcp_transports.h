@@ -38,7 +38,7 @@ class HttpTransport : public LocalHttpServer {
     explicit HttpTransport(McpServer& server);
 
   protected:
-    bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
+    bool handleLocalRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
   private:
     McpServer& server_;

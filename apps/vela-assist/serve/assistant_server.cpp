@@ -86,7 +86,7 @@ QString AssistantServer::pageBase() const {
     return QString::fromUtf8(origin() + "/session/" + guard().token());
 }
 
-bool AssistantServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
+bool AssistantServer::handleLocalRequest(const QHttpServerRequest& request, QTcpSocket* socket) {
     const auto headers = request.headers();
     const bool upgrade =
         LocalAccessGuard::header(headers, "Upgrade").compare("websocket", Qt::CaseInsensitive) == 0;
@@ -113,6 +113,11 @@ bool AssistantServer::handleRequest(const QHttpServerRequest& request, QTcpSocke
     const QString rest = session->rest.value_or(QString());
     if (upgrade) {
         if (rest != QLatin1String("ws")) return refuseWith(404, "the web channel is at ws");
+        if (LocalAccessGuard::header(headers, "Sec-WebSocket-Version") != "13")
+            return refuseWith(426, "this server speaks WebSocket version 13",
+                              {{"Sec-WebSocket-Version", "13"}});
+        if (LocalAccessGuard::header(headers, "Sec-WebSocket-Key").isEmpty())
+            return refuseWith(400, "a WebSocket handshake carries a Sec-WebSocket-Key");
         // Browsers always say which page opens a WebSocket; a page of this server is the only one let in.
         if (LocalAccessGuard::header(headers, "Origin").isEmpty())
             return refuseWith(403, "a WebSocket must come from this server's page (Origin)");

@@ -34,7 +34,7 @@ class AssistantServer : public LocalHttpServer {
     static constexpr int kMaxPagePixels = 4096 * 4096;            // one picture
 
   protected:
-    bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
+    bool handleLocalRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
   private:
     void acceptWebSockets();
