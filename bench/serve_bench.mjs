@@ -1,8 +1,9 @@
 // The round trip of a trivial query from the assistant page to the bridge and back, as the page makes it: Qt's
 // own qwebchannel.js (fetched from the server and run in node) over a WebSocket with the page's Origin, against
 // a bare WebSocket echo on the same machine (a separate node process with the ws package), in one run. 8
-// clients at once, each calling EvaluateLisp with "(+ 1 N)", N unique to the call, so that an answer lost or
-// given to the wrong call shows; the echo clients send messages of the same size and check what comes back.
+// clients at once, each asking SelectEntityByHandle for a handle "qN" that names nothing (a lookup that changes
+// nothing; the answer lists it as not found), N unique to the call, so that an answer lost or given to the wrong
+// call shows; the echo clients send messages of the same size and check what comes back.
 // The two sides alternate in halves so that the machine's moods fall on both alike.
 // Targets: bridge median at most 2x the echo's, bridge p99 at most 2 ms, no answer lost or mixed up. Exit code 1
 // when a target fails.
@@ -75,9 +76,10 @@ async function bridgeClient() {
   return {
     call: n => new Promise(resolve => {
       const timer = setTimeout(() => resolve(null), callTimeoutMs);
-      api.EvaluateLisp(JSON.stringify({ lispQuery: `(+ 1 ${n})` }), answer => { clearTimeout(timer); resolve(answer); });
+      api.SelectEntityByHandle(JSON.stringify({ handles: [`q${n}`], clearSelection: false }),
+        answer => { clearTimeout(timer); resolve(answer); });
     }),
-    check: (n, answer) => JSON.parse(answer).result === String(n + 1),
+    check: (n, answer) => JSON.parse(answer).notFoundHandles?.[0] === `q${n}`,
     sentBytes: () => sentBytes,
     close: () => socket.close(),
   };
@@ -136,7 +138,7 @@ for (const [name, side] of Object.entries(sides)) {
   const sorted = Float64Array.from(side.samples).sort();
   stats[name] = { p50: percentile(sorted, 50), p90: percentile(sorted, 90), p99: percentile(sorted, 99), max: sorted.at(-1) };
   const s = stats[name];
-  console.log(`  ${name === 'bridge' ? 'page -> bridge -> page (qwebchannel.js, EvaluateLisp)' : 'raw WebSocket echo (ws, own process)'.padEnd(52)}` +
+  console.log(`  ${name === 'bridge' ? 'page -> bridge -> page (qwebchannel.js, a lookup)'.padEnd(52) : 'raw WebSocket echo (ws, own process)'.padEnd(52)}` +
               `  p50 ${s.p50.toFixed(0)} us  p90 ${s.p90.toFixed(0)} us  p99 ${s.p99.toFixed(0)} us  max ${s.max.toFixed(0)} us;` +
               `  ${side.faults.lost} lost, ${side.faults.mixed} mixed up`);
 }
