@@ -75,6 +75,9 @@ AccessVerdict LocalAccessGuard::check(const Headers& headers, const QByteArray& 
     return {};
 }
 
+namespace {
+
+// "GET /path" of a request, for log lines, with the token (and anything in its place) left out.
 QByteArray describe(const QHttpServerRequest& request, const QByteArray& token) {
     // Tokens travel in page addresses; neither this server's nor a guess at it goes into a log.
     static const QRegularExpression session(QStringLiteral("^/session/[^/]*"));
@@ -83,8 +86,6 @@ QByteArray describe(const QHttpServerRequest& request, const QByteArray& token) 
     path.replace(session, QStringLiteral("/session/..."));
     return QVariant::fromValue(request.method()).toByteArray().toUpper() + ' ' + path.left(200).toUtf8();
 }
-
-namespace {
 
 QByteArray refusalBody(const QByteArray& why) {
     return QJsonDocument(QJsonObject{{QStringLiteral("error"), QString::fromUtf8(why)}})

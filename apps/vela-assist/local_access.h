@@ -98,7 +98,4 @@ class LocalHttpServer : public QAbstractHttpServer {
     std::optional<LocalAccessGuard> guard_;
 };
 
-/// "GET /path" of a request, for log lines, with the token (and anything in its place) left out.
-QByteArray describe(const QHttpServerRequest& request, const QByteArray& token);
-
 }  // namespace vela::cli

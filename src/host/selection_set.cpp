@@ -14,6 +14,7 @@ void SelectionSet::assignDistinct(std::vector<db::ObjectId> ids) {
     ids_ = std::move(ids);
     members_.clear();
     membersValid_ = false;
+    ++version_;
 }
 
 void SelectionSet::buildMembers() const {
@@ -26,7 +27,7 @@ void SelectionSet::buildMembers() const {
 
 void SelectionSet::add(db::ObjectId id) {
     buildMembers();
-    if (!id.isNull() && members_.insert(id).second) ids_.push_back(id);
+    if (!id.isNull() && members_.insert(id).second) ids_.push_back(id), ++version_;
 }
 
 bool SelectionSet::contains(db::ObjectId id) const {

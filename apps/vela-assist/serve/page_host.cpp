@@ -32,7 +32,7 @@ PageHost::PageHost(Session& session, const ServeSettings& settings, QObject* par
     watchActive();
     editsTold_ = edits_;
     databaseTold_ = watched_;
-    if (host::Document* doc = session_.activeDocument()) selectionTold_ = doc->selection().ids();
+    if (host::Document* doc = session_.activeDocument()) selectionTold_ = doc->selection().version();
 }
 
 PageHost::~PageHost() {
@@ -52,8 +52,7 @@ void PageHost::checkForChanges() {
     // Runs after every message a page sends: the common case, nothing changed, costs a comparison.
     watchActive();
     host::Document* doc = session_.activeDocument();
-    static const std::vector<db::ObjectId> none;
-    const std::vector<db::ObjectId>& selection = doc ? doc->selection().ids() : none;
+    const std::uint64_t selection = doc ? doc->selection().version() : 0;
     if (edits_ == editsTold_ && selection == selectionTold_ && watched_ == databaseTold_) return;
     editsTold_ = edits_;
     selectionTold_ = selection;

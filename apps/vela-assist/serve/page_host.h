@@ -3,7 +3,6 @@
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QObject>
-#include <QStringList>
 #include <memory>
 
 #include "db/database_reactor.h"
@@ -70,7 +69,7 @@ class PageHost : public QObject, private db::DatabaseReactor {
     QString settingsPath_;
     db::Database* watched_ = nullptr;
     quint64 edits_ = 0, editsTold_ = 0;
-    std::vector<db::ObjectId> selectionTold_;
+    std::uint64_t selectionTold_ = 0;  // the selection's version
     const db::Database* databaseTold_ = nullptr;
 };
 

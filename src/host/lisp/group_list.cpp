@@ -43,18 +43,9 @@ class GroupListOutput : public db::DxfOutput {
         if (!wanted(code)) return;
         add(code, textValue(v));
     }
-    void writeBool(int code, bool v) override {
-        if (!wanted(code)) return;
-        add(code, Value(std::int32_t(v)));
-    }
-    void writeInt8(int code, std::int8_t v) override {
-        if (!wanted(code)) return;
-        add(code, Value(std::int32_t(v)));
-    }
-    void writeInt16(int code, std::int16_t v) override {
-        if (!wanted(code)) return;
-        add(code, Value(std::int32_t(v)));
-    }
+    void writeBool(int code, bool v) override { writeInt32(code, v); }
+    void writeInt8(int code, std::int8_t v) override { writeInt32(code, v); }
+    void writeInt16(int code, std::int16_t v) override { writeInt32(code, v); }
     void writeInt32(int code, std::int32_t v) override {
         if (!wanted(code)) return;
         add(code, Value(v));
@@ -63,14 +54,8 @@ class GroupListOutput : public db::DxfOutput {
         if (!wanted(code)) return;
         add(code, v >= INT32_MIN && v <= INT32_MAX ? Value(std::int32_t(v)) : Value(double(v)));
     }
-    void writeUInt8(int code, std::uint8_t v) override {
-        if (!wanted(code)) return;
-        add(code, Value(std::int32_t(v)));
-    }
-    void writeUInt16(int code, std::uint16_t v) override {
-        if (!wanted(code)) return;
-        add(code, Value(std::int32_t(v)));
-    }
+    void writeUInt8(int code, std::uint8_t v) override { writeInt32(code, v); }
+    void writeUInt16(int code, std::uint16_t v) override { writeInt32(code, v); }
     void writeUInt32(int code, std::uint32_t v) override {
         if (!wanted(code)) return;
         writeInt64(code, v);
