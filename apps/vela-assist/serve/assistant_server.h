@@ -28,7 +28,6 @@ class AssistantServer : public LocalHttpServer {
 
     /// The page's base address: "http://HOST:PORT/session/TOKEN" (after start).
     QString pageBase() const;
-    PageHost& pageHost() { return *host_; }
 
     static constexpr qint64 kMaxMessageBytes = qint64(64) << 20;  // one web channel message
     static constexpr int kMaxPagePixels = 4096 * 4096;            // one picture

@@ -45,10 +45,9 @@ class Chat : public QObject {
     /// How to name a model, for a chat without one.
     QString configurationHelp() const;
 
+  private:
     /// The tools as the model is offered them.
     QJsonArray toolDefinitions() const;
-
-  private:
     void ask();
     void answered(QNetworkReply* reply);
     void runToolCalls(const QJsonArray& calls);

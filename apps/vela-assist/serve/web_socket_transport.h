@@ -18,7 +18,6 @@ class WebSocketTransport : public QWebChannelAbstractTransport {
     ~WebSocketTransport() override;
 
     void sendMessage(const QJsonObject& message) override;
-    QWebSocket& socket() { return *socket_; }
 
   signals:
     void closed();
