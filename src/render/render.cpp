@@ -66,6 +66,9 @@ constexpr double kFinestPatternPixels = 4.0;
 // Pattern lines closer than this many pixels are shown as a translucent fill instead.
 constexpr double kFinestHatchSpacingPixels = 1.5;
 constexpr std::size_t kMostHatchLines = 4000;
+// Ink an entity may leave beyond its box when part of a picture is drawn: half the widest lineweight, a
+// point's dot, antialiasing.
+constexpr double kAreaMarginPixels = 8.0;
 // Text is shaped at this size and scaled to the drawing's height.
 constexpr double kShapingPixelSize = 64.0;
 
@@ -148,10 +151,15 @@ class Placement {
 
 class Renderer {
   public:
-    Renderer(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame)
+    Renderer(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame,
+             const QRect* area = nullptr)
         : db_(db), painter_(painter), options_(options), frame_(frame) {
         shownTest_ = frame.shown;
         labelled_.insert(options.labelled.begin(), options.labelled.end());
+        if (area) {
+            const QRectF w = frame.toPixels.inverted().mapRect(QRectF(*area));
+            area_ = db::Extents3d(db::Point3d(w.left(), w.top(), 0), db::Point3d(w.right(), w.bottom(), 0));
+        }
     }
 
     void drawSpace(const db::BlockTableRecord& space);
@@ -189,6 +197,7 @@ class Renderer {
                           const Inherited& in) const;
     void drawBlockContents(db::ObjectId block, const Matrix3d& m, const Inherited& inner, int depth);
     void drawLabels();
+    bool nearArea(const db::Entity& e) const;
 
     const db::Database& db_;
     QPainter& painter_;
@@ -200,6 +209,7 @@ class Renderer {
     std::unordered_set<db::ObjectId> labelled_;
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
+    std::optional<db::Extents3d> area_;  // drawing only part of the picture: the window of that part
 };
 
 QColor Renderer::displayColor(db::Color c) const {
@@ -1125,11 +1135,32 @@ void Renderer::drawLabels() {
     painter_.setBrush(Qt::NoBrush);
 }
 
+// Whether an entity drawn into part of a picture may leave ink there. Boxes of curves hold their ink but for
+// the pen's width and antialiasing; boxes of text and what holds text (references, dimensions) are estimates
+// that may fall short by about a text height, hence their slack, as for the whole picture.
+bool Renderer::nearArea(const db::Entity& e) const {
+    db::Extents3d box;
+    if (e.getGeomExtents(box) != db::ErrorStatus::Ok || !box.isValid()) return true;
+    bool exact = db::objectCast<db::Curve>(&e) != nullptr && !db::objectCast<db::Polyline2d>(&e);
+    if (auto* pl = db::objectCast<db::Polyline>(&e)) {
+        // Widths are not in the box.
+        exact = !(pl->constantWidth() > 0) && std::none_of(pl->vertices().begin(), pl->vertices().end(), [](const auto& v) {
+            return v.startWidth > 0 || v.endWidth > 0;
+        });
+    }
+    const double ppu = std::max(std::abs(frame_.toPixels.m11()), 1e-300);
+    const double slack = kAreaMarginPixels / ppu + (exact ? 0.0 : box.maxPoint().y - box.minPoint().y);
+    const db::Point3d &lo = area_->minPoint(), &hi = area_->maxPoint();
+    return !(box.maxPoint().x < lo.x - slack || box.minPoint().x > hi.x + slack ||
+             box.maxPoint().y < lo.y - slack || box.minPoint().y > hi.y + slack);
+}
+
 void Renderer::drawSpace(const db::BlockTableRecord& space) {
     const std::size_t total = space.entityCount() + options_.ghosts.size();
     std::size_t done = 0;
     // The one loop over a space's entities: each is tested against the window and drawn on its own.
     auto draw = [&](db::Entity* e) {
+        if (area_ && !nearArea(*e)) return;
         std::optional<QColor> over;
         if (options_.highlight) over = options_.highlight(e->objectId());
         drawTopLevel(*e, over, false);
@@ -1139,10 +1170,15 @@ void Renderer::drawSpace(const db::BlockTableRecord& space) {
         // Only what lies near the window, in drawing order; the margin covers the estimated boxes of text.
         const db::Point3d &lo = shownTest_.minPoint(), &hi = shownTest_.maxPoint();
         const double mx = (hi.x - lo.x) * 0.05, my = (hi.y - lo.y) * 0.05;
-        for (const db::ObjectId& id :
-             options_.index->query(space.objectId(), db::Extents3d(db::Point3d(lo.x - mx, lo.y - my, 0),
-                                                                   db::Point3d(hi.x + mx, hi.y + my, 0))))
-            if (auto* e = db::objectCast<db::Entity>(id.peek())) draw(e);
+        db::Point3d qlo(lo.x - mx, lo.y - my, 0), qhi(hi.x + mx, hi.y + my, 0);
+        if (area_) {
+            // Part of the picture: what the whole picture would visit, near the part.
+            qlo = db::Point3d(std::max(qlo.x, area_->minPoint().x - mx), std::max(qlo.y, area_->minPoint().y - my), 0);
+            qhi = db::Point3d(std::min(qhi.x, area_->maxPoint().x + mx), std::min(qhi.y, area_->maxPoint().y + my), 0);
+        }
+        if (qlo.x <= qhi.x && qlo.y <= qhi.y)
+            for (const db::ObjectId& id : options_.index->query(space.objectId(), db::Extents3d(qlo, qhi)))
+                if (auto* e = db::objectCast<db::Entity>(id.peek())) draw(e);
     } else {
         space.forEachEntity(draw);
     }
@@ -1246,6 +1282,19 @@ void render(const db::Database& db, QPainter& painter, const RenderOptions& opti
     painter.fillRect(QRectF(0, 0, frame.size.width(), frame.size.height()), backgroundColor(options));
     if (const db::BlockTableRecord* space = spaceOf(db, options))
         Renderer(db, painter, options, frame).drawSpace(*space);
+    painter.restore();
+}
+
+void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame,
+                const QRect& area) {
+    const QRect part = area.intersected(QRect(QPoint(0, 0), frame.size));
+    if (part.isEmpty()) return;
+    painter.save();
+    painter.setClipRect(part);
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    painter.fillRect(part, backgroundColor(options));
+    if (const db::BlockTableRecord* space = spaceOf(db, options))
+        Renderer(db, painter, options, frame, &part).drawSpace(*space);
     painter.restore();
 }
 

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QImage>
+#include <QRect>
 #include <QSize>
 #include <QString>
 #include <QTransform>
@@ -56,6 +57,10 @@ struct RenderOptions {
     /// Where the entities lie, kept by the caller for its drawing: when given, only those whose boxes come
     /// near the window are visited, so that a window over a huge drawing costs what it shows.
     const db::SpatialIndex* index = nullptr;
+    /// Level of detail as a screen shows a drawing, where a picture must come in a few milliseconds: what is
+    /// smaller than a pixel is drawn as one pixel, text a few pixels high as the box it fills, a curve's
+    /// points closer together than a pixel merged. Pictures written to files are drawn in full.
+    bool levelOfDetail = false;
 };
 
 /// The drawing-to-pixel frame the options give (window fitted into size), and the window actually shown.
@@ -82,6 +87,12 @@ Frame frameFor(const db::Database& db, const RenderOptions& options);
 void render(const db::Database& db, QPainter& painter, const RenderOptions& options);
 
 QImage renderImage(const db::Database& db, const RenderOptions& options);
+
+/// Draws the pixels `area` of the picture `frame` gives (its window and size in the options are not asked)
+/// as the whole picture would show them: the painter is clipped to the area and its background filled, and
+/// only what comes near the area is visited. A view that pans draws the strips that came into view with it.
+void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame,
+                const QRect& area);
 
 /// Writes an SVG file (QSvgGenerator); false with `error` set when it cannot be written.
 bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error);

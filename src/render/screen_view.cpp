@@ -1,0 +1,159 @@
+#include "render/screen_view.h"
+
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace vela::render {
+
+namespace {
+
+// Scales beyond these lose the drawing in rounding: zooming stops there.
+constexpr double kMostPixelsPerUnit = 1e12;
+constexpr double kFewestPixelsPerUnit = 1e-12;
+// Fraction of the extents' size added on every side when they are fitted.
+constexpr double kExtentsMargin = 0.03;
+
+bool finite(const db::Extents3d& e) {
+    return e.isValid() && std::isfinite(e.minPoint().x) && std::isfinite(e.minPoint().y) &&
+           std::isfinite(e.maxPoint().x) && std::isfinite(e.maxPoint().y);
+}
+
+}  // namespace
+
+ScreenView::ScreenView(const db::Database& db, const db::SpatialIndex& index) : db_(db), index_(index) {}
+
+void ScreenView::setSpace(db::ObjectId space) {
+    space_ = space;
+    zoomExtents();
+}
+
+void ScreenView::setDark(bool dark) {
+    if (dark == dark_) return;
+    dark_ = dark;
+    invalidate();
+}
+
+void ScreenView::setHighlight(std::function<std::optional<QColor>(db::ObjectId)> highlight) {
+    highlight_ = std::move(highlight);
+    invalidate();
+}
+
+void ScreenView::resize(QSize pixels) {
+    pixels = QSize(std::max(1, pixels.width()), std::max(1, pixels.height()));
+    if (pixels == size_ && viewChosen_) return;
+    // The centre stays where it was on the screen's middle.
+    tx_ += (pixels.width() - size_.width()) / 2.0;
+    ty_ += (pixels.height() - size_.height()) / 2.0;
+    size_ = pixels;
+    if (!viewChosen_) zoomExtents();
+    invalidate();
+}
+
+void ScreenView::zoomExtents() {
+    const db::ObjectId space = space_.isNull() ? db_.modelSpaceId() : space_;
+    db::Extents3d e = index_.extents(space);
+    if (!finite(e)) e = db::Extents3d(db::Point3d(0, 0, 0), db::Point3d(1, 1, 0));
+    const double w = e.maxPoint().x - e.minPoint().x, h = e.maxPoint().y - e.minPoint().y;
+    const double mx = w > 0 || h > 0 ? w * kExtentsMargin : 0.5,
+                 my = w > 0 || h > 0 ? h * kExtentsMargin : 0.5;
+    fit(db::Extents3d(e.minPoint() - db::Vector3d(mx, my, 0), e.maxPoint() + db::Vector3d(mx, my, 0)));
+}
+
+void ScreenView::setWindow(const db::Extents3d& window) {
+    if (!finite(window)) return;
+    fit(window);
+}
+
+void ScreenView::fit(const db::Extents3d& window) {
+    double w = window.maxPoint().x - window.minPoint().x, h = window.maxPoint().y - window.minPoint().y;
+    if (!(w > 0) && !(h > 0)) w = h = 1.0;
+    double scale = std::min(w > 0 ? size_.width() / w : INFINITY, h > 0 ? size_.height() / h : INFINITY);
+    scale_ = std::clamp(scale, kFewestPixelsPerUnit, kMostPixelsPerUnit);
+    const db::Point3d c = window.center();
+    tx_ = size_.width() / 2.0 - c.x * scale_;
+    ty_ = size_.height() / 2.0 + c.y * scale_;
+    viewChosen_ = true;
+    invalidate();
+}
+
+void ScreenView::zoomAt(QPointF pixel, double factor) {
+    if (!(factor > 0) || !std::isfinite(factor)) return;
+    const db::Point3d p = toDrawing(pixel);
+    scale_ = std::clamp(scale_ * factor, kFewestPixelsPerUnit, kMostPixelsPerUnit);
+    tx_ = pixel.x() - p.x * scale_;
+    ty_ = pixel.y() + p.y * scale_;
+    viewChosen_ = true;
+    invalidate();
+}
+
+void ScreenView::pan(QPoint delta) {
+    tx_ += delta.x();
+    ty_ += delta.y();
+    viewChosen_ = true;
+}
+
+db::Point3d ScreenView::toDrawing(QPointF pixel) const {
+    return {(pixel.x() - tx_) / scale_, (ty_ - pixel.y()) / scale_, 0.0};
+}
+
+QPointF ScreenView::toPixels(const db::Point3d& point) const {
+    return {point.x * scale_ + tx_, -point.y * scale_ + ty_};
+}
+
+double ScreenView::unitsPerPixel() const {
+    return 1.0 / scale_;
+}
+
+db::Extents3d ScreenView::shownWindow() const {
+    return db::Extents3d(toDrawing(QPointF(0, size_.height())), toDrawing(QPointF(size_.width(), 0)));
+}
+
+Frame ScreenView::frame() const {
+    Frame f;
+    f.toPixels = QTransform(scale_, 0, 0, -scale_, tx_, ty_);
+    f.shown = shownWindow();
+    f.size = size_;
+    return f;
+}
+
+void ScreenView::invalidate() {
+    imageValid_ = false;
+}
+
+RenderOptions ScreenView::options() const {
+    RenderOptions o;
+    o.space = space_;
+    o.size = size_;
+    o.dark = dark_;
+    o.lineweights = false;
+    o.highlight = highlight_;
+    o.index = &index_;
+    o.levelOfDetail = true;
+    return o;
+}
+
+void ScreenView::drawArea(const QRect& area) {
+    QPainter painter(&image_);
+    renderArea(db_, painter, options(), frame(), area);
+}
+
+void ScreenView::drawWhole() {
+    if (image_.size() != size_) image_ = QImage(size_, QImage::Format_ARGB32_Premultiplied);
+    drawArea(image_.rect());
+    imageValid_ = true;
+    drawnTx_ = tx_, drawnTy_ = ty_;
+}
+
+const QImage& ScreenView::image() {
+    if (!imageValid_ || image_.size() != size_) {
+        drawWhole();
+        return image_;
+    }
+    if (tx_ == drawnTx_ && ty_ == drawnTy_) return image_;
+    drawWhole();
+    return image_;
+}
+
+}  // namespace vela::render
