@@ -1144,9 +1144,9 @@ bool Renderer::nearArea(const db::Entity& e) const {
     bool exact = db::objectCast<db::Curve>(&e) != nullptr && !db::objectCast<db::Polyline2d>(&e);
     if (auto* pl = db::objectCast<db::Polyline>(&e)) {
         // Widths are not in the box.
-        exact = !(pl->constantWidth() > 0) && std::none_of(pl->vertices().begin(), pl->vertices().end(), [](const auto& v) {
-            return v.startWidth > 0 || v.endWidth > 0;
-        });
+        exact = !(pl->constantWidth() > 0) &&
+                std::none_of(pl->vertices().begin(), pl->vertices().end(),
+                             [](const auto& v) { return v.startWidth > 0 || v.endWidth > 0; });
     }
     const double ppu = std::max(std::abs(frame_.toPixels.m11()), 1e-300);
     const double slack = kAreaMarginPixels / ppu + (exact ? 0.0 : box.maxPoint().y - box.minPoint().y);
@@ -1173,8 +1173,10 @@ void Renderer::drawSpace(const db::BlockTableRecord& space) {
         db::Point3d qlo(lo.x - mx, lo.y - my, 0), qhi(hi.x + mx, hi.y + my, 0);
         if (area_) {
             // Part of the picture: what the whole picture would visit, near the part.
-            qlo = db::Point3d(std::max(qlo.x, area_->minPoint().x - mx), std::max(qlo.y, area_->minPoint().y - my), 0);
-            qhi = db::Point3d(std::min(qhi.x, area_->maxPoint().x + mx), std::min(qhi.y, area_->maxPoint().y + my), 0);
+            qlo = db::Point3d(std::max(qlo.x, area_->minPoint().x - mx),
+                              std::max(qlo.y, area_->minPoint().y - my), 0);
+            qhi = db::Point3d(std::min(qhi.x, area_->maxPoint().x + mx),
+                              std::min(qhi.y, area_->maxPoint().y + my), 0);
         }
         if (qlo.x <= qhi.x && qlo.y <= qhi.y)
             for (const db::ObjectId& id : options_.index->query(space.objectId(), db::Extents3d(qlo, qhi)))

@@ -152,8 +152,42 @@ const QImage& ScreenView::image() {
         return image_;
     }
     if (tx_ == drawnTx_ && ty_ == drawnTy_) return image_;
-    drawWhole();
+    // Only pans moved the view since the picture was drawn, by whole pixels.
+    const long long dx = std::llround(tx_ - drawnTx_), dy = std::llround(ty_ - drawnTy_);
+    const int w = size_.width(), h = size_.height();
+    if (std::llabs(dx) >= w || std::llabs(dy) >= h) {
+        drawWhole();
+        return image_;
+    }
+    shift(static_cast<int>(dx), static_cast<int>(dy));
+    drawnTx_ = tx_, drawnTy_ = ty_;
+    // The columns that came in at the left or right, then the rows at the top or bottom beside them.
+    const int sx = static_cast<int>(dx), sy = static_cast<int>(dy);
+    if (sx > 0) drawArea(QRect(0, 0, sx, h));
+    if (sx < 0) drawArea(QRect(w + sx, 0, -sx, h));
+    const int left = std::max(0, sx), right = std::min(w, w + sx);
+    if (sy > 0) drawArea(QRect(left, 0, right - left, sy));
+    if (sy < 0) drawArea(QRect(left, h + sy, right - left, -sy));
     return image_;
+}
+
+// Moves the picture's pixels by (dx, dy), each less than the picture's size; what comes in is left as it
+// was, to be drawn.
+void ScreenView::shift(int dx, int dy) {
+    const int w = size_.width(), h = size_.height();
+    const qsizetype stride = image_.bytesPerLine();
+    uchar* bits = image_.bits();
+    const int columns = w - std::abs(dx);
+    const std::size_t bytes = static_cast<std::size_t>(columns) * 4;
+    const int from = std::max(0, -dx), to = std::max(0, dx);
+    auto move = [&](int y) {
+        std::memmove(bits + (y + dy) * stride + to * 4, bits + y * stride + from * 4, bytes);
+    };
+    // Rows are moved in the order that never overwrites a row before it has been moved.
+    if (dy > 0)
+        for (int y = h - 1 - dy; y >= 0; --y) move(y);
+    else
+        for (int y = -dy; y < h; ++y) move(y);
 }
 
 }  // namespace vela::render

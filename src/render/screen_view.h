@@ -72,6 +72,7 @@ class ScreenView {
     RenderOptions options() const;
     void drawWhole();
     void drawArea(const QRect& area);
+    void shift(int dx, int dy);
 
     const db::Database& db_;
     const db::SpatialIndex& index_;
