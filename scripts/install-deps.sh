@@ -10,7 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libfast-float-dev libedit-dev
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-httpserver-dev qt6-websockets-dev qt6-webchannel-dev
-  qt6-qpa-plugins fonts-dejavu-core chromium
+  qt6-webengine-dev qt6-qpa-plugins fonts-dejavu-core chromium xvfb xauth
   libboost-dev
   python3-ezdxf python3-matplotlib
   nodejs npm

@@ -9,7 +9,7 @@ here="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cd "$here"
 ./scripts/install-deps.sh
 cmake --preset release >/dev/null
-cmake --build --preset release -j "$(nproc)" --target vela-assist
+cmake --build --preset release -j "$(nproc)" --target vela-assist vela-desk
 bin=build/release/apps/vela-assist/vela-assist
 sample=examples/floor_plan.dxf
 "$bin" info "$sample"
@@ -29,3 +29,4 @@ if [ "${1:-}" != "--no-serve" ] && [ -t 1 ]; then
 fi
 echo
 echo "To work with the assistant page in a browser: $bin serve $sample"
+echo "To work in the desktop window with the assistant docked: build/release/apps/vela-desk/vela-desk $sample"

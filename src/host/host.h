@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 
+#include "host/account_services.h"
 #include "host/capabilities.h"
 #include "host/client_information.h"
 #include "host/command.h"
@@ -81,6 +82,9 @@ public:
     bool mayWriteFile(const QString& path) const;
     /// What pages the host shows are told about the client (application, user, licence, theme, language).
     ClientInformation& clientInformation() { return clientInformation_; }
+    /// The user's account and the consent they give to AI services.
+    AccountServices& account() { return account_; }
+    AiSession& aiSession() { return aiSession_; }
     /// True when the host runs under its automated test framework.
     bool isTestFrameworkMode() const { return testFrameworkMode_; }
     void setTestFrameworkMode(bool on) { testFrameworkMode_ = on; }
@@ -99,6 +103,8 @@ private:
     lisp::EvaluationSettings lispSettings_;
     QString fileRoot_;
     ClientInformation clientInformation_;
+    AccountServices account_;
+    AiSession aiSession_;
     // The host's own drawing commands (LINE, MOVE, UNDO, ...), registered before any module's.
     std::vector<std::unique_ptr<Command>> ownCommands_;
     std::unique_ptr<ModuleLoader> modules_;

@@ -89,4 +89,10 @@ void ModuleLoader::unloadAll() {
 
 QStringList ModuleLoader::loadedModules() const { return order_; }
 
+void* ModuleLoader::resolve(const QString& name, const char* symbol) const {
+    const auto it = modules_.find(name);
+    if (it == modules_.end()) return nullptr;
+    return reinterpret_cast<void*>(it->second.library->resolve(symbol));
+}
+
 }  // namespace vela::host

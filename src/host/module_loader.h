@@ -28,6 +28,8 @@ public:
     void unloadAll();
     bool isLoaded(const QString& name) const { return modules_.count(name) != 0; }
     QStringList loadedModules() const;
+    /// An exported function of a loaded module (a front end's hook into it), or null.
+    void* resolve(const QString& name, const char* symbol) const;
     const QStringList& searchFolders() const { return folders_; }
 
 private:

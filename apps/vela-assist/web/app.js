@@ -1,5 +1,6 @@
 // The assistant page: the drawing, a console of the assistant's commands, layers, changes, LISP, undo and a
-// chat, all through the web channel of the server that served it.
+// chat, all through the web channel of the server that served it. Docked in a desktop host's palette, the
+// channel is the web view's own and the host's window shows the drawing, so the page leaves that out.
 'use strict';
 
 (() => {
@@ -16,6 +17,8 @@
     return [decodeURIComponent(key), at < 0 ? '' : decodeURIComponent(item.slice(at + 1))];
   }));
   const dark = query.get('theme') === 'dark';
+  const docked = !!(window.qt && window.qt.webChannelTransport);
+  if (docked) document.documentElement.classList.add('docked');
   document.documentElement.dataset.theme = dark ? 'dark' : 'light';
   document.documentElement.lang = query.get('language') || 'en';
   if (query.get('application')) {
@@ -58,7 +61,16 @@
   }
 
   // ---- connection --------------------------------------------------------------------------------------
+  function connected(channel) {
+    api = channel.objects.VelaAssistantAPI;
+    host = channel.objects.VelaHost;
+    host.drawingChanged.connect(drawingChanged);
+    host.chatEvent.connect(chatEvent);
+    start().catch((e) => setStatus('closed', 'error: ' + e.message));
+  }
+
   function connect() {
+    if (docked) return new QWebChannel(window.qt.webChannelTransport, connected);
     const url = new URL('ws', location.href);
     url.protocol = 'ws:';
     url.search = '';
@@ -69,13 +81,7 @@
       for (const b of document.querySelectorAll('button')) b.disabled = true;
     });
     socket.addEventListener('open', () => {
-      new QWebChannel(socket, (channel) => {
-        api = channel.objects.VelaAssistantAPI;
-        host = channel.objects.VelaHost;
-        host.drawingChanged.connect(drawingChanged);
-        host.chatEvent.connect(chatEvent);
-        start().catch((e) => setStatus('closed', 'error: ' + e.message));
-      });
+      new QWebChannel(socket, connected);
     });
   }
 
@@ -149,7 +155,7 @@
 
   async function redraw() {
     const w = Math.max(1, view.clientWidth), h = Math.max(1, view.clientHeight);
-    if (!want) return;
+    if (docked || !want) return;
     const mine = ++sequence;
     requested = { ...t };
     const q = new URLSearchParams({ size: `${w}x${h}`, window: want.map((v) => +v.toPrecision(15)).join(',') });
@@ -480,7 +486,7 @@
         details.append(el('pre', { className: 'result', textContent: text }));
         details.classList.toggle('failed', ev.isError);
         details.querySelector('summary').textContent = `${ev.isError ? '✗' : '✓'} ${ev.name}`;
-        if (ev.since !== undefined) {
+        if (ev.since !== undefined && !docked) {
           const q = new URLSearchParams({ since: ev.since, size: '480x360' });
           if (dark) q.set('dark', '1');
           details.append(el('img', { src: 'picture.png?' + q, alt: `What ${ev.name} changed` }));

@@ -72,13 +72,21 @@ bool segmentMeetsBox(const db::Point3d& a, const db::Point3d& b, double x0, doub
     return true;
 }
 
-/// Entities of the active space inside the window (or, crossing, inside or touching it), in drawing order.
-std::vector<db::ObjectId> windowSelection(CommandContext& context, const db::Point3d& c1,
-                                          const db::Point3d& c2, bool crossing) {
+QString countText(std::size_t found, std::size_t duplicates, std::size_t total, bool removing) {
+    QString t = QStringLiteral("%1 found").arg(found);
+    if (duplicates) t += QStringLiteral(" (%1 duplicate)").arg(duplicates);
+    if (removing) t += QStringLiteral(", %1 removed").arg(found - duplicates);
+    return t + QStringLiteral(", %1 total").arg(total);
+}
+
+}  // namespace
+
+std::vector<db::ObjectId> windowSelection(db::ObjectId spaceId, const db::Point3d& c1, const db::Point3d& c2,
+                                          bool crossing) {
     const double x0 = std::min(c1.x, c2.x), x1 = std::max(c1.x, c2.x);
     const double y0 = std::min(c1.y, c2.y), y1 = std::max(c1.y, c2.y);
     std::vector<db::ObjectId> found;
-    auto* space = db::objectCast<db::BlockTableRecord>(activeSpace(context).peek());
+    auto* space = db::objectCast<db::BlockTableRecord>(spaceId.peek());
     if (!space) return found;
     space->forEachEntity([&](db::Entity* e) {
         if (onFrozenLayer(*e)) return;
@@ -109,15 +117,6 @@ std::vector<db::ObjectId> windowSelection(CommandContext& context, const db::Poi
     });
     return found;
 }
-
-QString countText(std::size_t found, std::size_t duplicates, std::size_t total, bool removing) {
-    QString t = QStringLiteral("%1 found").arg(found);
-    if (duplicates) t += QStringLiteral(" (%1 duplicate)").arg(duplicates);
-    if (removing) t += QStringLiteral(", %1 removed").arg(found - duplicates);
-    return t + QStringLiteral(", %1 total").arg(total);
-}
-
-}  // namespace
 
 PickFirst::PickFirst(CommandContext& context) : document_(context.document()), outer_(g_current) {
     if (document_) ids_ = document_->selection().ids();
@@ -201,7 +200,8 @@ int selectObjects(CommandContext& context, std::vector<db::ObjectId>& ids, const
                 if (io.getPoint(Prompt(QStringLiteral("Specify first corner")), c1) != RTNORM) return RTCAN;
                 if (io.getPoint(Prompt(QStringLiteral("Specify opposite corner")).from(c1), c2) != RTNORM)
                     return RTCAN;
-                apply(windowSelection(context, c1, c2, word.startsWith(QLatin1Char('C'))), removing);
+                apply(windowSelection(activeSpace(context), c1, c2, word.startsWith(QLatin1Char('C'))),
+                      removing);
             } else if (is("R", "REMOVE")) {
                 removing = true;
             } else if (is("A", "ADD")) {

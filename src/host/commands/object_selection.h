@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include "db/geometry/vector.h"
 #include "db/object_id.h"
 
 namespace vela::host {
@@ -30,5 +31,10 @@ class PickFirst {
     bool taken_ = false;
     PickFirst* outer_;
 };
+
+/// The entities of a space (a block record) inside the window the two corners span, or with `crossing` inside
+/// or touching it, in drawing order; entities on frozen layers are left out.
+std::vector<db::ObjectId> windowSelection(db::ObjectId space, const db::Point3d& c1, const db::Point3d& c2,
+                                          bool crossing);
 
 }  // namespace vela::host::commands

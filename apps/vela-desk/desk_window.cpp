@@ -1,0 +1,525 @@
+#include "desk_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QWebChannel>
+
+#include "command_line.h"
+#include "db/database.h"
+#include "desk_input.h"
+#include "desk_ui.h"
+#include "drawing_canvas.h"
+#include "host/commands/command_support.h"
+#include "host/document.h"
+#include "host/host.h"
+#include "host/lisp/evaluation.h"
+#include "host/result_codes.h"
+#include "layer_panel.h"
+#include "palette/velaassistant_palette.h"
+#include "palette/widget_highlighter.h"
+#include "serve/page_host.h"
+#include "session.h"
+
+namespace vela::desk {
+
+namespace {
+
+constexpr int kRecentFiles = 8;
+constexpr int kWatchMs = 100;
+
+// The palette is made by the module when the window exists, through these two functions; they reach the
+// window that is up.
+DeskWindow* g_window = nullptr;
+cli::Session* g_session = nullptr;
+cli::serve::ServeSettings* g_assistant = nullptr;
+palette::CJxWidgetVelaAssistantPalette* g_palette = nullptr;
+
+void* createPalette() {
+    auto* palette = new palette::CJxWidgetVelaAssistantPalette;
+    g_palette = palette;
+    palette->CreateUI();
+    if (palette->webChannel() && g_session && g_assistant) {
+        // The page's second object: the drawing's state, the catalogue, undo and the chat, as a served page
+        // has them.
+        auto* pageHost = new cli::serve::PageHost(*g_session, *g_assistant, palette);
+        palette->webChannel()->registerObject(QStringLiteral("VelaHost"), pageHost);
+    }
+    return palette;
+}
+
+void destroyPalette(void* palette) {
+    if (palette == g_palette) g_palette = nullptr;
+    delete static_cast<palette::CJxWidgetVelaAssistantPalette*>(palette);
+}
+
+using SetPaletteFactory = void (*)(void* (*)(), void (*)(void*));
+
+cli::serve::ServeSettings readAssistantSettings(const QString& path) {
+    QString why;
+    cli::serve::ServeSettings settings = cli::serve::readServeSettings(path, &why);
+    if (!why.isEmpty()) std::fprintf(stderr, "vela-desk: %s\n", why.toUtf8().constData());
+    // The page the palette shows: the one built in unless the settings name another (or none: "page=").
+    const QSettings file(path, QSettings::IniFormat);
+    settings.client.resources->assistantPageAddress =
+        file.contains(QStringLiteral("resources/page"))
+            ? file.value(QStringLiteral("resources/page")).toString().trimmed()
+            : QString::fromLatin1(kBuiltInAssistantPage);
+    return settings;
+}
+
+}  // namespace
+
+DeskSettings defaultDeskSettings() {
+    DeskSettings s;
+    s.assistantFile = cli::serve::defaultSettingsPath();
+    s.deskFile = QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
+                     .filePath(QStringLiteral("vela-assist/desk.ini"));
+    return s;
+}
+
+DeskWindow::DeskWindow(cli::Session& session, DeskInput& input, DeskSettings settings, QWidget* parent)
+    : QMainWindow(parent), session_(session), input_(input), settings_(std::move(settings)) {
+    setObjectName(QStringLiteral("VelaDesk"));
+    setDockOptions(QMainWindow::AnimatedDocks | QMainWindow::AllowTabbedDocks);
+    assistant_ = readAssistantSettings(settings_.assistantFile);
+    host::Host& h = session_.host();
+    h.clientInformation() = assistant_.client;
+    h.aiSession().setSettingsFile(settings_.assistantFile);
+
+    canvas_ = new DrawingCanvas(input_, this);
+    setCentralWidget(canvas_);
+
+    commandLine_ = new CommandLine(input_);
+    auto* commandDock = new QDockWidget(tr("Command Line"), this);
+    commandDock->setObjectName(QStringLiteral("commandLineDock"));
+    commandDock->setWidget(commandLine_);
+    addDockWidget(Qt::BottomDockWidgetArea, commandDock);
+    resizeDocks({commandDock}, {150}, Qt::Vertical);
+    connect(commandLine_, &CommandLine::commandEntered, this, &DeskWindow::startCommand);
+
+    layers_ = new LayerPanel(
+        [this](const QString& command, const QStringList& answers) { runCommand(command, answers); });
+    auto* layerDock = new QDockWidget(tr("Layers"), this);
+    layerDock->setObjectName(QStringLiteral("layerDock"));
+    layerDock->setWidget(layers_);
+    addDockWidget(Qt::LeftDockWidgetArea, layerDock);
+    resizeDocks({layerDock}, {230}, Qt::Horizontal);
+
+    coordinates_ = new QLabel;
+    coordinates_->setObjectName(QStringLiteral("coordinates"));
+    coordinates_->setMinimumWidth(220);
+    statusBar()->addPermanentWidget(coordinates_);
+    connect(canvas_, &DrawingCanvas::cursorMoved, this, [this](const db::Point3d& p) {
+        coordinates_->setText(
+            QStringLiteral("%1, %2").arg(host::commands::numberText(p.x), host::commands::numberText(p.y)));
+    });
+
+    buildMenus();
+    viewMenu_->addAction(commandDock->toggleViewAction());
+    viewMenu_->addAction(layerDock->toggleViewAction());
+
+    host::SystemServices& services = h.services();
+    ui_ = std::make_unique<DeskUiManager>(*this, viewMenu_);
+    services.setUserInput(&input_);
+    services.setUiManager(ui_.get());
+    services.setUrlOpener([](const QString& url) { QDesktopServices::openUrl(QUrl(url)); });
+    palette::SetJxAPIHelper(ui_.get());
+    h.account().setStartPageHandler([this] { showStartPage(); });
+
+    serveBuiltInPage();
+    g_window = this;
+    g_session = &session_;
+    g_assistant = &assistant_;
+    if (auto set = reinterpret_cast<SetPaletteFactory>(h.modules().resolve(
+            QString::fromLatin1(cli::Session::kModuleName), "VelaAssistSetPaletteFactory")))
+        set(&createPalette, &destroyPalette);
+    h.editor().fireMainWindowCreated();
+
+    connect(&watch_, &QTimer::timeout, this, &DeskWindow::watch);
+    watch_.start(kWatchMs);
+    documentChanged();
+    resize(1400, 900);
+}
+
+DeskWindow::~DeskWindow() {
+    watch_.stop();
+    input_.cancelAll();
+    palette::CJxWidgetHighlighter::instance().Clear();
+    host::Host& h = session_.host();
+    h.editor().fireMainWindowToBeDestroyed();
+    h.services().setUiManager(nullptr);
+    h.services().setUserInput(nullptr);
+    h.services().setUrlOpener({});
+    h.account().setStartPageHandler({});
+    palette::SetJxAPIHelper(nullptr);
+    if (g_window == this) g_window = nullptr, g_session = nullptr, g_assistant = nullptr;
+}
+
+palette::CJxWidgetVelaAssistantPalette* DeskWindow::assistantPalette() const {
+    return g_palette;
+}
+
+QAction* DeskWindow::addCommandAction(QMenu* menu, QToolBar* tools, const QString& text,
+                                      const QString& command, const QKeySequence& shortcut) {
+    auto* action = new QAction(text, this);
+    action->setObjectName(QStringLiteral("action") + command);
+    action->setProperty(kCommandProperty, command);
+    action->setStatusTip(command);
+    if (!shortcut.isEmpty()) action->setShortcut(shortcut);
+    connect(action, &QAction::triggered, this, [this, command] { startCommand(QLatin1Char('_') + command); });
+    if (menu) menu->addAction(action);
+    if (tools) tools->addAction(action);
+    return action;
+}
+
+void DeskWindow::buildMenus() {
+    auto menuNamed = [this](const QString& title, const char* name) {
+        QMenu* m = menuBar()->addMenu(title);
+        m->setObjectName(QLatin1String(name));
+        return m;
+    };
+    auto toolsNamed = [this](const QString& title, const char* name) {
+        QToolBar* t = addToolBar(title);
+        t->setObjectName(QLatin1String(name));
+        t->setToolButtonStyle(Qt::ToolButtonTextOnly);
+        return t;
+    };
+
+    QMenu* file = menuNamed(tr("&File"), "fileMenu");
+    QToolBar* standard = toolsNamed(tr("Standard"), "standardToolBar");
+    QAction* a = file->addAction(tr("&New"), QKeySequence::New, this, &DeskWindow::newDrawing);
+    standard->addAction(a);
+    a = file->addAction(tr("&Open..."), QKeySequence::Open, this, [this] {
+        if (!askToSave()) return;
+        const QString path = QFileDialog::getOpenFileName(this, tr("Open Drawing"), QString(),
+                                                          tr("Drawings (*.dxf);;All files (*)"));
+        if (!path.isEmpty()) openDrawing(path);
+    });
+    standard->addAction(a);
+    recentMenu_ = file->addMenu(tr("Recent &Files"));
+    recentMenu_->setObjectName(QStringLiteral("recentMenu"));
+    fillRecentMenu();
+    a = file->addAction(tr("&Save"), QKeySequence::Save, this, &DeskWindow::saveDrawing);
+    a->setProperty(kCommandProperty, QStringLiteral("QSAVE"));
+    standard->addAction(a);
+    a = file->addAction(tr("Save &As..."), QKeySequence::SaveAs, this, [this] {
+        const QString path =
+            QFileDialog::getSaveFileName(this, tr("Save Drawing As"), QString(), tr("Drawings (*.dxf)"));
+        if (!path.isEmpty())
+            saveDrawingAs(path.endsWith(QLatin1String(".dxf"), Qt::CaseInsensitive)
+                              ? path
+                              : path + QStringLiteral(".dxf"));
+    });
+    a->setProperty(kCommandProperty, QStringLiteral("SAVE"));
+    file->addSeparator();
+    file->addAction(tr("E&xit"), QKeySequence::Quit, this, &QWidget::close);
+
+    QMenu* edit = menuNamed(tr("&Edit"), "editMenu");
+    undoAction_ = addCommandAction(edit, standard, tr("&Undo"), QStringLiteral("U"), QKeySequence::Undo);
+    redoAction_ = addCommandAction(edit, standard, tr("&Redo"), QStringLiteral("REDO"), QKeySequence::Redo);
+    edit->addSeparator();
+    addCommandAction(edit, nullptr, tr("&Erase"), QStringLiteral("ERASE"), QKeySequence::Delete);
+
+    viewMenu_ = menuNamed(tr("&View"), "viewMenu");
+    a = viewMenu_->addAction(tr("Zoom &Extents"), this, [this] { canvas_->zoomExtents(); });
+    a->setObjectName(QStringLiteral("actionZoomExtents"));
+    standard->addAction(a);
+    addCommandAction(viewMenu_, nullptr, tr("&Zoom"), QStringLiteral("ZOOM"));
+    addCommandAction(viewMenu_, nullptr, tr("VELA AI Assist"), QStringLiteral("VELAAIASSIST"));
+    viewMenu_->addSeparator();
+
+    QMenu* draw = menuNamed(tr("&Draw"), "drawMenu");
+    QToolBar* drawTools = toolsNamed(tr("Draw"), "drawToolBar");
+    addCommandAction(draw, drawTools, tr("Line"), QStringLiteral("LINE"));
+    addCommandAction(draw, drawTools, tr("Polyline"), QStringLiteral("PLINE"));
+    addCommandAction(draw, drawTools, tr("Circle"), QStringLiteral("CIRCLE"));
+    addCommandAction(draw, drawTools, tr("Arc"), QStringLiteral("ARC"));
+    addCommandAction(draw, nullptr, tr("Ellipse"), QStringLiteral("ELLIPSE"));
+    addCommandAction(draw, drawTools, tr("Rectangle"), QStringLiteral("RECTANG"));
+    addCommandAction(draw, nullptr, tr("Point"), QStringLiteral("POINT"));
+    addCommandAction(draw, drawTools, tr("Text"), QStringLiteral("TEXT"));
+
+    QMenu* modify = menuNamed(tr("&Modify"), "modifyMenu");
+    QToolBar* modifyTools = toolsNamed(tr("Modify"), "modifyToolBar");
+    modifyTools->addAction(commandAction(QStringLiteral("ERASE")));
+    // Erase has an entry here too, as CAD programs have it in both menus.
+    addCommandAction(modify, nullptr, tr("Erase"), QStringLiteral("ERASE"));
+    addCommandAction(modify, modifyTools, tr("Move"), QStringLiteral("MOVE"));
+    addCommandAction(modify, modifyTools, tr("Copy"), QStringLiteral("COPY"));
+    addCommandAction(modify, modifyTools, tr("Rotate"), QStringLiteral("ROTATE"));
+    addCommandAction(modify, modifyTools, tr("Scale"), QStringLiteral("SCALE"));
+    addCommandAction(modify, nullptr, tr("Mirror"), QStringLiteral("MIRROR"));
+    addCommandAction(modify, modifyTools, tr("Offset"), QStringLiteral("OFFSET"));
+    addCommandAction(modify, nullptr, tr("Explode"), QStringLiteral("EXPLODE"));
+    addCommandAction(modify, nullptr, tr("Match Properties"), QStringLiteral("MATCHPROP"));
+
+    QMenu* tools = menuNamed(tr("&Tools"), "toolsMenu");
+    addCommandAction(tools, nullptr, tr("Highlight Command..."), QStringLiteral("HIGHLIGHTUI"));
+    tools->addAction(tr("Start Page..."), this, &DeskWindow::showStartPage);
+}
+
+QAction* DeskWindow::commandAction(const QString& command) const {
+    for (QAction* action : findChildren<QAction*>())
+        if (action->property(kCommandProperty).toString() == command) return action;
+    return nullptr;
+}
+
+QToolBar* DeskWindow::toolBar(const QString& objectName) const {
+    return findChild<QToolBar*>(objectName);
+}
+
+QMenu* DeskWindow::menu(const QString& objectName) const {
+    return findChild<QMenu*>(objectName);
+}
+
+void DeskWindow::startCommand(const QString& line) {
+    if (running_ > 0) {
+        // The command asking now is cancelled; this one follows once it has ended.
+        queued_ = line;
+        input_.cancelAll();
+        return;
+    }
+    const QString text = line.trimmed();
+    if (text.isEmpty()) return;
+    ++running_;
+    if (text.startsWith(QLatin1Char('('))) {
+        commandLine_->appendLog(host::lisp::evaluateLisp(text).text);
+    } else {
+        QStringList words = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        const QString name = words.takeFirst();
+        if (!session_.host().commands().lookup(name)) {
+            commandLine_->appendLog(tr("Unknown command \"%1\".").arg(name.toUpper()));
+        } else {
+            // A cancelled question is echoed by the input as "*Cancel*".
+            session_.host().services().runCommand(name, words);
+        }
+    }
+    --running_;
+    watch();
+    if (!queued_.isEmpty() && running_ == 0) {
+        const QString next = std::exchange(queued_, QString());
+        QTimer::singleShot(0, this, [this, next] { startCommand(next); });
+    }
+}
+
+void DeskWindow::runCommand(const QString& name, const QStringList& answers) {
+    if (running_ > 0) return;  // the panel's changes wait for the command line to be free
+    ++running_;
+    session_.host().services().runCommand(name, answers);
+    --running_;
+    watch();
+}
+
+void DeskWindow::watch() {
+    // Every source of change ends here: the command line, the menus, the palette's page, programs. What
+    // changed since the last look is shown.
+    host::Document* doc = session_.activeDocument();
+    if (doc != shownDocument_) {
+        documentChanged();
+        return;
+    }
+    if (!doc) return;
+    if (doc->selection().version() != shownSelection_) {
+        shownSelection_ = doc->selection().version();
+        canvas_->refresh();
+    }
+    const db::UndoManager& undo = doc->database()->undoManager();
+    if (undo.undoCount() != shownUndo_ || undo.redoCount() != shownRedo_) {
+        shownUndo_ = undo.undoCount();
+        shownRedo_ = undo.redoCount();
+        layers_->showLayers(doc);
+        updateTitle();
+    }
+    if (running_ == 0) canvas_->followDocumentView();
+    if (g_palette)
+        if (auto* pageHost = g_palette->findChild<cli::serve::PageHost*>()) pageHost->checkForChanges();
+}
+
+void DeskWindow::documentChanged() {
+    host::Document* doc = session_.activeDocument();
+    shownDocument_ = doc;
+    canvas_->setDocument(doc);
+    layers_->showLayers(doc);
+    shownSelection_ = doc ? doc->selection().version() : 0;
+    shownUndo_ = doc ? doc->database()->undoManager().undoCount() : 0;
+    shownRedo_ = doc ? doc->database()->undoManager().redoCount() : 0;
+    savedUndo_ = shownUndo_;
+    canvas_->resetEdits();
+    updateTitle();
+}
+
+bool DeskWindow::isModified() const {
+    return session_.activeDocument() && canvas_->edits() > 0;
+}
+
+void DeskWindow::updateTitle() {
+    host::Document* doc = session_.activeDocument();
+    setWindowTitle(QStringLiteral("%1[*] - VELA Desk").arg(doc ? doc->title() : tr("No drawing")));
+    setWindowModified(isModified());
+    if (doc) {
+        undoAction_->setEnabled(doc->database()->undoManager().undoCount() > 0);
+        redoAction_->setEnabled(doc->database()->undoManager().redoCount() > 0);
+    }
+}
+
+bool DeskWindow::openDrawing(const QString& path, bool quiet) {
+    if (running_ > 0) return false;
+    QProgressDialog progress(tr("Reading %1...").arg(QFileInfo(path).fileName()), QString(), 0, 1000, this);
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(500);
+    QString error;
+    host::Document* before = session_.activeDocument();
+    const bool ok = session_.open(path, &error, [&](std::size_t done, std::size_t total) {
+        if (total) progress.setValue(int(1000.0 * double(done) / double(total)));
+    });
+    if (!ok) {
+        if (!quiet) QMessageBox::warning(this, tr("Open Drawing"), error);
+        commandLine_->appendLog(error);
+        return false;
+    }
+    if (before) session_.host().documents().close(before);
+    addRecentFile(QFileInfo(path).absoluteFilePath());
+    documentChanged();
+    return true;
+}
+
+void DeskWindow::newDrawing() {
+    if (running_ > 0 || !askToSave()) return;
+    host::Document* before = session_.activeDocument();
+    session_.createNew();
+    if (before) session_.host().documents().close(before);
+    documentChanged();
+}
+
+bool DeskWindow::saveDrawing() {
+    host::Document* doc = session_.activeDocument();
+    if (!doc) return false;
+    if (doc->path().isEmpty() || !doc->path().endsWith(QLatin1String(".dxf"), Qt::CaseInsensitive)) {
+        const QString path =
+            QFileDialog::getSaveFileName(this, tr("Save Drawing As"), QString(), tr("Drawings (*.dxf)"));
+        return !path.isEmpty() && saveDrawingAs(path);
+    }
+    return saveDrawingAs(doc->path());
+}
+
+bool DeskWindow::saveDrawingAs(const QString& path) {
+    QString error;
+    if (!session_.save(path, &error)) {
+        QMessageBox::warning(this, tr("Save Drawing"), error);
+        commandLine_->appendLog(error);
+        return false;
+    }
+    commandLine_->appendLog(tr("Saved %1.").arg(path));
+    canvas_->resetEdits();
+    addRecentFile(QFileInfo(path).absoluteFilePath());
+    updateTitle();
+    return true;
+}
+
+bool DeskWindow::askToSave() {
+    if (!isModified()) return true;
+    const auto answer = QMessageBox::question(
+        this, tr("VELA Desk"), tr("Save the changes to %1?").arg(session_.activeDocument()->title()),
+        QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
+    if (answer == QMessageBox::Cancel) return false;
+    return answer == QMessageBox::Discard || saveDrawing();
+}
+
+void DeskWindow::addRecentFile(const QString& path) {
+    QSettings settings(settings_.deskFile, QSettings::IniFormat);
+    QStringList files = settings.value(QStringLiteral("recent/files")).toStringList();
+    files.removeAll(path);
+    files.prepend(path);
+    while (files.size() > kRecentFiles) files.removeLast();
+    settings.setValue(QStringLiteral("recent/files"), files);
+    fillRecentMenu();
+}
+
+void DeskWindow::fillRecentMenu() {
+    recentMenu_->clear();
+    const QStringList files = QSettings(settings_.deskFile, QSettings::IniFormat)
+                                  .value(QStringLiteral("recent/files"))
+                                  .toStringList();
+    for (int i = 0; i < files.size(); ++i) {
+        const QString path = files[i];
+        recentMenu_
+            ->addAction(QStringLiteral("&%1 %2").arg(i + 1).arg(QFileInfo(path).fileName()), this,
+                        [this, path] {
+                            if (askToSave()) openDrawing(path);
+                        })
+            ->setStatusTip(path);
+    }
+    recentMenu_->setEnabled(!files.isEmpty());
+}
+
+void DeskWindow::showStartPage() {
+    // Signing in, for this host: naming the assistant page and who uses it.
+    QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("startPage"));
+    dialog.setWindowTitle(tr("Start Page"));
+    auto* form = new QFormLayout(&dialog);
+    auto* page = new QLineEdit(assistant_.client.resources->assistantPageAddress);
+    page->setObjectName(QStringLiteral("pageAddress"));
+    page->setPlaceholderText(QString::fromLatin1(kBuiltInAssistantPage));
+    auto* builtIn = new QPushButton(tr("Use the built-in page"));
+    connect(builtIn, &QPushButton::clicked, page,
+            [page] { page->setText(QString::fromLatin1(kBuiltInAssistantPage)); });
+    auto* user = new QLineEdit(assistant_.client.user.userId);
+    form->addRow(
+        new QLabel(tr("The assistant's page and your name are kept in %1.").arg(settings_.assistantFile)));
+    form->addRow(tr("Assistant page:"), page);
+    form->addRow(QString(), builtIn);
+    form->addRow(tr("User:"), user);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    form->addRow(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    if (dialog.exec() != QDialog::Accepted) return;
+    QSettings file(settings_.assistantFile, QSettings::IniFormat);
+    file.setValue(QStringLiteral("resources/page"), page->text().trimmed());
+    file.setValue(QStringLiteral("user/id"), user->text().trimmed());
+    file.sync();
+    reloadAssistantSettings();
+}
+
+void DeskWindow::reloadAssistantSettings() {
+    assistant_ = readAssistantSettings(settings_.assistantFile);
+    session_.host().clientInformation() = assistant_.client;
+    if (g_palette) g_palette->CheckPages();
+}
+
+void DeskWindow::closeEvent(QCloseEvent* event) {
+    if (running_ > 0 || input_.isWaiting()) {
+        // A command is asking: it is cancelled, and the window closes once it has ended.
+        input_.cancelAll();
+        event->ignore();
+        QTimer::singleShot(0, this, &QWidget::close);
+        return;
+    }
+    if (!askToSave()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+}
+
+}  // namespace vela::desk
