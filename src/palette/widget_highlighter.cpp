@@ -1,6 +1,7 @@
 #include "palette/widget_highlighter.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
 #include <QMenu>
@@ -84,9 +85,21 @@ bool CJxWidgetHighlightHelper::eventFilter(QObject* watched, QEvent* event) {
 // ---- the highlighter
 // ----------------------------------------------------------------------------------------
 
+namespace {
+CJxWidgetHighlighter* g_highlighter = nullptr;
+void deleteHighlighter() {
+    delete g_highlighter;
+    g_highlighter = nullptr;
+}
+}  // namespace
+
 CJxWidgetHighlighter& CJxWidgetHighlighter::instance() {
-    static CJxWidgetHighlighter* highlighter = new CJxWidgetHighlighter;  // kept until the process ends
-    return *highlighter;
+    if (!g_highlighter) {
+        // Kept until the application object goes; its timer and overlays cannot outlive it.
+        g_highlighter = new CJxWidgetHighlighter;
+        qAddPostRoutine(deleteHighlighter);
+    }
+    return *g_highlighter;
 }
 
 CJxWidgetHighlighter::CJxWidgetHighlighter() {
@@ -161,17 +174,15 @@ void CJxWidgetHighlighter::removeHelper(CJxWidgetHighlightHelper* helper) {
     helper->deleteLater();
 }
 
-void CJxWidgetHighlighter::forget(QObject* helper) {
-    auto* h = static_cast<CJxWidgetHighlightHelper*>(helper);
-    if (!helpers_.removeOne(h)) return;
-    for (auto it = actionCounts_.begin(); it != actionCounts_.end(); ++it) {
-        // The helper's action is unknown once it is being destroyed; the count is recounted from those left.
-        int count = 0;
-        for (CJxWidgetHighlightHelper* left : helpers_)
-            if (left->action() == it.key()) ++count;
-        it.value() = count;
-    }
-    actionCounts_.removeIf([](const auto& entry) { return entry.value() == 0; });
+void CJxWidgetHighlighter::forget(QObject* gone) {
+    // Called while the helper is being destroyed: it is compared as the object it still is, not as a helper.
+    const qsizetype before = helpers_.size();
+    helpers_.removeIf([gone](CJxWidgetHighlightHelper* h) { return static_cast<QObject*>(h) == gone; });
+    if (helpers_.size() == before) return;
+    // Its action cannot be asked any more: the counts are made again from the helpers left.
+    actionCounts_.clear();
+    for (CJxWidgetHighlightHelper* left : helpers_)
+        if (left->action()) ++actionCounts_[left->action()];
 }
 
 }  // namespace vela::palette

@@ -86,7 +86,7 @@ class CJxWidgetHighlighter : public QObject {
     CJxWidgetHighlighter();
     void hovered();
     void removeHelper(CJxWidgetHighlightHelper* helper);
-    void forget(QObject* helper);
+    void forget(QObject* gone);
 
     QList<CJxWidgetHighlightHelper*> helpers_;
     QMap<QAction*, int> actionCounts_;

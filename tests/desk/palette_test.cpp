@@ -291,7 +291,6 @@ TEST(Palette, AConsentStoreThatCannotBeWrittenShowsTheCloudPageUntilTryAgainSucc
     const QString blocker = desk().dir.filePath(QStringLiteral("not-a-folder"));
     QFile(blocker).open(QIODevice::WriteOnly);
     theHost().aiSession().setSettingsFile(blocker + QStringLiteral("/assistant.ini"));
-    p.statusPage(Palette::ConsentDeclined);  // the question is reached through Review Consent
     p.pageStack()->setCurrentWidget(p.statusPage(Palette::ConsentQuestion));
     button(Palette::ConsentQuestion, QStringLiteral("Yes"))->click();
     ASSERT_TRUE(showingStatus(Palette::CloudStorageFailure));
