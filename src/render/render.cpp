@@ -13,6 +13,7 @@
 #include <QSvgGenerator>
 #include <QTextLayout>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -66,6 +67,12 @@ constexpr double kFinestPatternPixels = 4.0;
 // Pattern lines closer than this many pixels are shown as a translucent fill instead.
 constexpr double kFinestHatchSpacingPixels = 1.5;
 constexpr std::size_t kMostHatchLines = 4000;
+// Level of detail on screens: text whose height comes to fewer pixels than this is drawn as the box it fills
+// (its letters would be a blur), and a curve's points closer together than a pixel are merged.
+constexpr double kGreekingPixels = 6.0;
+constexpr double kMergePixels = 1.0;
+// How dark a box of greeked text is: letters cover about half of their line's box.
+constexpr double kGreekedInk = 0.5;
 // Ink an entity may leave beyond its box when part of a picture is drawn: half the widest lineweight, a
 // point's dot, antialiasing.
 constexpr double kAreaMarginPixels = 8.0;
@@ -160,6 +167,15 @@ class Renderer {
             const QRectF w = frame.toPixels.inverted().mapRect(QRectF(*area));
             area_ = db::Extents3d(db::Point3d(w.left(), w.top(), 0), db::Point3d(w.right(), w.bottom(), 0));
         }
+        areaPixels_ = area ? *area : QRect(QPoint(0, 0), frame.size);
+        if (options.levelOfDetail && painter.device() && painter.device()->devType() == QInternal::Image &&
+            painter.transform().isIdentity()) {
+            auto* image = static_cast<QImage*>(painter.device());
+            if (image->format() == QImage::Format_ARGB32_Premultiplied) {
+                image_ = image;
+                areaPixels_ = areaPixels_.intersected(image->rect());
+            }
+        }
     }
 
     void drawSpace(const db::BlockTableRecord& space);
@@ -198,6 +214,10 @@ class Renderer {
     void drawBlockContents(db::ObjectId block, const Matrix3d& m, const Inherited& inner, int depth);
     void drawLabels();
     bool nearArea(const db::Entity& e) const;
+    bool drawnAsDot(const db::Entity& e, const db::Extents3d& box, const Inherited& top);
+    void plot(const QPointF& at, const QColor& color);
+    bool isLinetype(const db::DbObject* record, bool byLayer) const;
+    double greekAdvance(const QString& text, double height, double widthFactor) const;
 
     const db::Database& db_;
     QPainter& painter_;
@@ -210,6 +230,12 @@ class Renderer {
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
     std::optional<db::Extents3d> area_;  // drawing only part of the picture: the window of that part
+    QRect areaPixels_;                   // and its pixels (the whole picture's when it is drawn whole)
+    // Dots of what is smaller than a pixel are written straight into a picture in memory, when the painter
+    // draws into one untransformed; else they are painted.
+    QImage* image_ = nullptr;
+    // Which linetype records are the ByLayer and ByBlock ones, as they are met: asked of every entity.
+    mutable std::unordered_map<const db::DbObject*, int> linetypeKinds_;
 };
 
 QColor Renderer::displayColor(db::Color c) const {
@@ -252,8 +278,8 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     if (weight < 0) weight = kDefaultLineweight;
 
     const db::DbObject* linetype = e.linetypeId().peek();
-    if (isNamed(linetype, "ByLayer")) linetype = layer ? layer->linetypeId().peek() : nullptr;
-    if (isNamed(linetype, "ByBlock")) linetype = in.inBlock ? in.linetype.peek() : nullptr;
+    if (isLinetype(linetype, true)) linetype = layer ? layer->linetypeId().peek() : nullptr;
+    if (isLinetype(linetype, false)) linetype = in.inBlock ? in.linetype.peek() : nullptr;
 
     db::Transparency t = e.transparency();
     if (t.isByLayer()) t = layer ? layer->transparency() : db::Transparency::fromAlpha(255);
@@ -266,6 +292,15 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     // Patterns inside a block scale with the reference: the block transformation is in the pixels per unit.
     pen.linetypeScale = e.linetypeScale() * db_.linetypeScale();
     return true;
+}
+
+bool Renderer::isLinetype(const db::DbObject* record, bool byLayer) const {
+    if (!record) return false;
+    auto it = linetypeKinds_.find(record);
+    if (it == linetypeKinds_.end())
+        it = linetypeKinds_.emplace(record, isNamed(record, "ByLayer") ? 1 : isNamed(record, "ByBlock") ? 2 : 0)
+                 .first;
+    return it->second == (byLayer ? 1 : 2);
 }
 
 // The part of the segment p..q (as fractions 0..1 of it) inside `r`; false when none is.
@@ -288,8 +323,21 @@ bool clipSegment(const QPointF& p, const QPointF& q, const QRectF& r, double& t0
     return t0 <= t1;
 }
 
-void Renderer::stroke(const std::vector<QPointF>& points, bool closed, const Pen& pen, double patternPixels) {
-    if (points.empty()) return;
+void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen& pen, double patternPixels) {
+    if (given.empty()) return;
+    // On screens, points closer than a pixel to the last one kept are merged into it; the last point stays,
+    // so that a chain still ends where it ends.
+    std::vector<QPointF> merged;
+    if (options_.levelOfDetail && given.size() > 2) {
+        merged.reserve(given.size());
+        merged.push_back(given.front());
+        for (std::size_t i = 1; i + 1 < given.size(); ++i) {
+            const QPointF d = given[i] - merged.back();
+            if (std::abs(d.x()) >= kMergePixels || std::abs(d.y()) >= kMergePixels) merged.push_back(given[i]);
+        }
+        merged.push_back(given.back());
+    }
+    const std::vector<QPointF>& points = merged.empty() ? given : merged;
     QPen qpen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
     QPen dotPen = qpen;
     dotPen.setCapStyle(Qt::RoundCap);
@@ -637,6 +685,18 @@ double descentRatio() {
     return metrics.descent() / metrics.capHeight();
 }
 
+double Renderer::greekAdvance(const QString& text, double height, double widthFactor) const {
+    static const QFontMetricsF metrics(shapingFont());
+    static std::array<double, 256> latin = [] {
+        std::array<double, 256> a{};
+        for (int c = 0; c < 256; ++c) a[static_cast<std::size_t>(c)] = metrics.horizontalAdvance(QChar(c));
+        return a;
+    }();
+    double sum = 0.0;
+    for (const QChar c : text) sum += c.unicode() < 256 ? latin[c.unicode()] : metrics.horizontalAdvance(c);
+    return sum * height / metrics.capHeight() * widthFactor;
+}
+
 void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) {
     const QString text = decodeTextCodes(t.textString());
     if (text.isEmpty() || !(t.height() > 0) || !canShapeText()) return;
@@ -650,7 +710,10 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Point3d first = db::wcsToOcs(t.position(), normal);
     const Point3d second = db::wcsToOcs(t.alignmentPoint(), normal);
     double rotation = t.rotation();
-    double advance = textAdvance(text, height, widthFactor);
+    // Text too small to read is drawn as its box on screens: its width is the sum of its characters'
+    // advances, without shaping it.
+    const bool greeked = options_.levelOfDetail && height * at.pixelsPerUnit() < kGreekingPixels;
+    double advance = greeked ? greekAdvance(text, height, widthFactor) : textAdvance(text, height, widthFactor);
     Point3d anchor = leftBaseline ? first : second;
     double x = 0.0, y = 0.0;
     if (hm == H::Aligned || hm == H::Fit) {
@@ -687,6 +750,14 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Vector3d xAxis = db::ocsToWcs(Vector3d(std::cos(rotation), std::sin(rotation), 0), normal);
     const Vector3d yAxis = db::ocsToWcs(Vector3d(-std::sin(rotation), std::cos(rotation), 0), normal);
     const QTransform toPx = mirror * at.planeToPixels(db::ocsToWcs(anchor, normal), xAxis, yAxis);
+    if (greeked) {
+        QPainterPath box;
+        box.addRect(QRectF(x, y, advance, height));
+        QColor ink = pen.color;
+        ink.setAlphaF(ink.alphaF() * kGreekedInk);
+        fill(toPx.map(box), ink);
+        return;
+    }
     const QTransform glyphsToPx = runPlacement(x, y, height, widthFactor, t.oblique()) * toPx;
     if (painter_.device() && painter_.device()->devType() == QInternal::Image) {
         // Into a picture, glyphs are drawn from Qt's cache of rendered glyphs, kept per size and slant: most
@@ -708,6 +779,10 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                          const Vector3d& normal, double height, double width, int attachment, double spacing,
                          const Pen& pen, const Placement& at) {
     if (!(height > 0) || !canShapeText()) return;
+    const bool greeked = options_.levelOfDetail && height * at.pixelsPerUnit() < kGreekingPixels;
+    auto advanceOf = [&](const QString& s, double h, double widthFactor) {
+        return greeked ? greekAdvance(s, h, widthFactor) : textAdvance(s, h, widthFactor);
+    };
     struct Piece {
         QString text;
         double height, widthFactor, advance;
@@ -743,9 +818,9 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                 if (!word.isEmpty()) words << word;
             }
             for (const QString& w : words) {
-                const double adv = textAdvance(w, run.height, run.widthFactor);
+                const double adv = advanceOf(w, run.height, run.widthFactor);
                 Line& line = lines.back();
-                const double trimmed = textAdvance(w.trimmed(), run.height, run.widthFactor);
+                const double trimmed = advanceOf(w.trimmed(), run.height, run.widthFactor);
                 if (width > 0 && !line.pieces.empty() && line.width + trimmed > width * 1.0001 &&
                     !run.nonBreaking) {
                     lines.emplace_back();
@@ -793,12 +868,23 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
             const Piece& last = l.pieces.back();
             QString trimmed = last.text;
             while (trimmed.endsWith(QChar(' '))) trimmed.chop(1);
-            shown -= last.advance - textAdvance(trimmed, last.height, last.widthFactor);
+            shown -= last.advance - advanceOf(trimmed, last.height, last.widthFactor);
         }
         double x = dx + (align == 0 ? 0.0 : align == 1 ? (boxWidth - shown) / 2 : boxWidth - shown);
         for (const Piece& p : l.pieces) {
             QPainterPath path;
             const double base = baselines[i] + dy;
+            if (greeked) {
+                const QString word = p.text.trimmed();
+                QColor ink = p.color;
+                ink.setAlphaF(ink.alphaF() * kGreekedInk);
+                if (!word.isEmpty()) {
+                    path.addRect(QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height));
+                    fill(toPx.map(path), ink);
+                }
+                x += p.advance;
+                continue;
+            }
             addTextRun(path, p.text, x, base, p.height, p.widthFactor);
             // Lines under, over and through the text, a fifteenth of its height thick.
             for (const auto& [on, at] :
@@ -1080,8 +1166,8 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     // What the spatial index found is near the window already; its box is asked again only for a label.
     const bool found = options_.index && !ghost;
     db::Extents3d box;
-    const bool hasBox = (!found || options_.handleLabels) && e.getGeomExtents(box) == db::ErrorStatus::Ok &&
-                        box.isValid();
+    const bool hasBox = (!found || options_.handleLabels || options_.levelOfDetail) &&
+                        e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
     if (hasBox && !found) {
         // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
         // about a text height, hence the slack.
@@ -1095,7 +1181,7 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     Inherited top;
     top.overrideColor = overrideColor;
     top.ghost = ghost;
-    drawEntity(e, Matrix3d(), top, 0);
+    if (!(options_.levelOfDetail && hasBox && drawnAsDot(e, box, top))) drawEntity(e, Matrix3d(), top, 0);
     if (options_.handleLabels && !ghost && hasBox && (labelled_.empty() || labelled_.count(e.objectId()))) {
         const Point3d c = box.center();
         const QPointF at = frame_.toPixels.map(QPointF(c.x, c.y));
@@ -1107,6 +1193,41 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
                 ++labelsLeftOut_;
         }
     }
+}
+
+// On screens, an entity of a kind that always leaves ink, whose box is smaller than a pixel, is drawn as the
+// pixel its box's centre falls in, in its colour: the drawing keeps its density when zoomed out, and costs a
+// fraction of drawing every entity in full.
+bool Renderer::drawnAsDot(const db::Entity& e, const db::Extents3d& box, const Inherited& top) {
+    const QPointF lo = frame_.toPixels.map(QPointF(box.minPoint().x, box.minPoint().y));
+    const QPointF hi = frame_.toPixels.map(QPointF(box.maxPoint().x, box.maxPoint().y));
+    if (!(std::abs(hi.x() - lo.x()) < 1.0 && std::abs(hi.y() - lo.y()) < 1.0)) return false;
+    const bool inks = db::objectCast<db::Curve>(&e) || db::objectCast<db::BlockReference>(&e) ||
+                      db::objectCast<db::Hatch>(&e) || db::objectCast<db::PointEntity>(&e) ||
+                      db::objectCast<db::OcsQuadrilateral>(&e) || db::objectCast<db::Dimension>(&e) ||
+                      (db::objectCast<db::Text>(&e) && !static_cast<const db::Text&>(e).textString().empty()) ||
+                      (db::objectCast<db::MText>(&e) && !static_cast<const db::MText&>(e).contents().empty());
+    if (!inks) return false;
+    Pen pen;
+    const db::LayerTableRecord* layer = nullptr;
+    if (resolve(e, top, pen, layer)) plot((lo + hi) / 2, pen.color);
+    return true;
+}
+
+void Renderer::plot(const QPointF& at, const QColor& color) {
+    if (!std::isfinite(at.x()) || !std::isfinite(at.y())) return;
+    const QPoint px(static_cast<int>(std::floor(at.x())), static_cast<int>(std::floor(at.y())));
+    if (!areaPixels_.contains(px)) return;
+    if (!image_) {
+        painter_.fillRect(QRect(px, QSize(1, 1)), color);
+        return;
+    }
+    QRgb& dst = reinterpret_cast<QRgb*>(image_->scanLine(px.y()))[px.x()];
+    const QRgb src = qPremultiply(color.rgba());
+    const int keep = 255 - qAlpha(src);
+    auto mix = [&](int s, int d) { return s + (d * keep + 127) / 255; };
+    dst = qRgba(mix(qRed(src), qRed(dst)), mix(qGreen(src), qGreen(dst)), mix(qBlue(src), qBlue(dst)),
+                mix(qAlpha(src), qAlpha(dst)));
 }
 
 void Renderer::drawLabels() {
@@ -1156,7 +1277,8 @@ bool Renderer::nearArea(const db::Entity& e) const {
 }
 
 void Renderer::drawSpace(const db::BlockTableRecord& space) {
-    const std::size_t total = space.entityCount() + options_.ghosts.size();
+    // Counting a space's entities walks them all: only done for a caller that follows the progress.
+    const std::size_t total = options_.progress ? space.entityCount() + options_.ghosts.size() : 0;
     std::size_t done = 0;
     // The one loop over a space's entities: each is tested against the window and drawn on its own.
     auto draw = [&](db::Entity* e) {
@@ -1184,7 +1306,7 @@ void Renderer::drawSpace(const db::BlockTableRecord& space) {
     } else {
         space.forEachEntity(draw);
     }
-    done = space.entityCount();
+    done = options_.progress ? space.entityCount() : 0;
     for (const auto& [id, color] : options_.ghosts) {
         auto* e = db::objectCast<db::Entity>(id.peek());
         if (e) drawTopLevel(*e, color, true);
