@@ -298,7 +298,10 @@ bool Renderer::isLinetype(const db::DbObject* record, bool byLayer) const {
     if (!record) return false;
     auto it = linetypeKinds_.find(record);
     if (it == linetypeKinds_.end())
-        it = linetypeKinds_.emplace(record, isNamed(record, "ByLayer") ? 1 : isNamed(record, "ByBlock") ? 2 : 0)
+        it = linetypeKinds_
+                 .emplace(record, isNamed(record, "ByLayer")   ? 1
+                                  : isNamed(record, "ByBlock") ? 2
+                                                               : 0)
                  .first;
     return it->second == (byLayer ? 1 : 2);
 }
@@ -333,7 +336,8 @@ void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen&
         merged.push_back(given.front());
         for (std::size_t i = 1; i + 1 < given.size(); ++i) {
             const QPointF d = given[i] - merged.back();
-            if (std::abs(d.x()) >= kMergePixels || std::abs(d.y()) >= kMergePixels) merged.push_back(given[i]);
+            if (std::abs(d.x()) >= kMergePixels || std::abs(d.y()) >= kMergePixels)
+                merged.push_back(given[i]);
         }
         merged.push_back(given.back());
     }
@@ -713,7 +717,8 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     // Text too small to read is drawn as its box on screens: its width is the sum of its characters'
     // advances, without shaping it.
     const bool greeked = options_.levelOfDetail && height * at.pixelsPerUnit() < kGreekingPixels;
-    double advance = greeked ? greekAdvance(text, height, widthFactor) : textAdvance(text, height, widthFactor);
+    double advance =
+        greeked ? greekAdvance(text, height, widthFactor) : textAdvance(text, height, widthFactor);
     Point3d anchor = leftBaseline ? first : second;
     double x = 0.0, y = 0.0;
     if (hm == H::Aligned || hm == H::Fit) {
@@ -1202,11 +1207,12 @@ bool Renderer::drawnAsDot(const db::Entity& e, const db::Extents3d& box, const I
     const QPointF lo = frame_.toPixels.map(QPointF(box.minPoint().x, box.minPoint().y));
     const QPointF hi = frame_.toPixels.map(QPointF(box.maxPoint().x, box.maxPoint().y));
     if (!(std::abs(hi.x() - lo.x()) < 1.0 && std::abs(hi.y() - lo.y()) < 1.0)) return false;
-    const bool inks = db::objectCast<db::Curve>(&e) || db::objectCast<db::BlockReference>(&e) ||
-                      db::objectCast<db::Hatch>(&e) || db::objectCast<db::PointEntity>(&e) ||
-                      db::objectCast<db::OcsQuadrilateral>(&e) || db::objectCast<db::Dimension>(&e) ||
-                      (db::objectCast<db::Text>(&e) && !static_cast<const db::Text&>(e).textString().empty()) ||
-                      (db::objectCast<db::MText>(&e) && !static_cast<const db::MText&>(e).contents().empty());
+    const bool inks =
+        db::objectCast<db::Curve>(&e) || db::objectCast<db::BlockReference>(&e) ||
+        db::objectCast<db::Hatch>(&e) || db::objectCast<db::PointEntity>(&e) ||
+        db::objectCast<db::OcsQuadrilateral>(&e) || db::objectCast<db::Dimension>(&e) ||
+        (db::objectCast<db::Text>(&e) && !static_cast<const db::Text&>(e).textString().empty()) ||
+        (db::objectCast<db::MText>(&e) && !static_cast<const db::MText&>(e).contents().empty());
     if (!inks) return false;
     Pen pen;
     const db::LayerTableRecord* layer = nullptr;
