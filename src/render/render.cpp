@@ -218,6 +218,7 @@ class Renderer {
     void plot(const QPointF& at, const QColor& color);
     bool isLinetype(const db::DbObject* record, bool byLayer) const;
     double greekAdvance(const QString& text, double height, double widthFactor) const;
+    void drawGreeked(const QTransform& toPx, const QRectF& box, const QColor& color);
 
     const db::Database& db_;
     QPainter& painter_;
@@ -231,6 +232,8 @@ class Renderer {
         expanding_;  // blocks being drawn, against blocks that hold themselves
     std::optional<db::Extents3d> area_;  // drawing only part of the picture: the window of that part
     QRect areaPixels_;                   // and its pixels (the whole picture's when it is drawn whole)
+    std::vector<QPointF> merged_;        // a chain's points after merging, kept to spare allocations
+    QPen linePen_;                       // the pen of the last chain, kept while chains share it
     // Dots of what is smaller than a pixel are written straight into a picture in memory, when the painter
     // draws into one untransformed; else they are painted.
     QImage* image_ = nullptr;
@@ -330,9 +333,9 @@ void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen&
     if (given.empty()) return;
     // On screens, points closer than a pixel to the last one kept are merged into it; the last point stays,
     // so that a chain still ends where it ends.
-    std::vector<QPointF> merged;
+    std::vector<QPointF>& merged = merged_;
+    merged.clear();
     if (options_.levelOfDetail && given.size() > 2) {
-        merged.reserve(given.size());
         merged.push_back(given.front());
         for (std::size_t i = 1; i + 1 < given.size(); ++i) {
             const QPointF d = given[i] - merged.back();
@@ -342,12 +345,27 @@ void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen&
         merged.push_back(given.back());
     }
     const std::vector<QPointF>& points = merged.empty() ? given : merged;
-    QPen qpen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
-    QPen dotPen = qpen;
-    dotPen.setCapStyle(Qt::RoundCap);
+    if (linePen_.color() != pen.color || linePen_.widthF() != pen.width)
+        linePen_ = QPen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    const QPen& qpen = linePen_;
     const double margin = pen.width + 4.0;
     const QRectF view = QRectF(QPointF(0, 0), QSizeF(frame_.size)).adjusted(-margin, -margin, margin, margin);
     painter_.setBrush(Qt::NoBrush);
+    double period = 0.0;
+    if (pen.linetype)
+        for (const db::LinetypeDash& d : pen.linetype->dashes()) period += std::abs(d.length * patternPixels);
+    if (points.size() > 1 && period < kFinestPatternPixels &&
+        std::all_of(points.begin(), points.end(), [&](const QPointF& p) { return view.contains(p); })) {
+        // All in the picture and continuous: the chain as it is, which is what the pieces below come to.
+        painter_.setPen(qpen);
+        if (closed)
+            painter_.drawPolygon(points.data(), static_cast<int>(points.size()));
+        else
+            painter_.drawPolyline(points.data(), static_cast<int>(points.size()));
+        return;
+    }
+    QPen dotPen = qpen;
+    dotPen.setCapStyle(Qt::RoundCap);
     if (points.size() == 1) {
         if (!view.contains(points[0])) return;
         painter_.setPen(dotPen);
@@ -380,12 +398,8 @@ void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen&
         return piece.from + (piece.to - piece.from) * ((distance - piece.start) / piece.length);
     };
     std::vector<double> dashes;
-    double period = 0.0;
     if (pen.linetype)
-        for (const db::LinetypeDash& d : pen.linetype->dashes()) {
-            dashes.push_back(d.length * patternPixels);
-            period += std::abs(d.length * patternPixels);
-        }
+        for (const db::LinetypeDash& d : pen.linetype->dashes()) dashes.push_back(d.length * patternPixels);
     const bool dashed = !dashes.empty() && period >= kFinestPatternPixels && visible / period < 100000;
     painter_.setPen(qpen);
     QPolygonF run;  // the chain drawn so far, continued while pieces join up
@@ -701,6 +715,25 @@ double Renderer::greekAdvance(const QString& text, double height, double widthFa
     return sum * height / metrics.capHeight() * widthFactor;
 }
 
+// Text too small to read, as the box its letters fill (`box` in the text's plane, mapped by `toPx`) in a
+// lighter shade of its colour; a box thinner than a pixel and a half as a line along its middle.
+void Renderer::drawGreeked(const QTransform& toPx, const QRectF& box, const QColor& color) {
+    QColor ink = color;
+    ink.setAlphaF(ink.alphaF() * kGreekedInk);
+    const QPointF corners[4] = {toPx.map(box.topLeft()), toPx.map(box.topRight()), toPx.map(box.bottomRight()),
+                                toPx.map(box.bottomLeft())};
+    if (QLineF(corners[0], corners[3]).length() < 1.5) {
+        const QPointF from = (corners[0] + corners[3]) / 2, to = (corners[1] + corners[2]) / 2;
+        painter_.setPen(QPen(ink, 1.0, Qt::SolidLine, Qt::FlatCap));
+        painter_.drawLine(from, to);
+        return;
+    }
+    painter_.setPen(Qt::NoPen);
+    painter_.setBrush(ink);
+    painter_.drawPolygon(corners, 4);
+    painter_.setBrush(Qt::NoBrush);
+}
+
 void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) {
     const QString text = decodeTextCodes(t.textString());
     if (text.isEmpty() || !(t.height() > 0) || !canShapeText()) return;
@@ -756,11 +789,7 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Vector3d yAxis = db::ocsToWcs(Vector3d(-std::sin(rotation), std::cos(rotation), 0), normal);
     const QTransform toPx = mirror * at.planeToPixels(db::ocsToWcs(anchor, normal), xAxis, yAxis);
     if (greeked) {
-        QPainterPath box;
-        box.addRect(QRectF(x, y, advance, height));
-        QColor ink = pen.color;
-        ink.setAlphaF(ink.alphaF() * kGreekedInk);
-        fill(toPx.map(box), ink);
+        drawGreeked(toPx, QRectF(x, y, advance, height), pen.color);
         return;
     }
     const QTransform glyphsToPx = runPlacement(x, y, height, widthFactor, t.oblique()) * toPx;
@@ -881,12 +910,8 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
             const double base = baselines[i] + dy;
             if (greeked) {
                 const QString word = p.text.trimmed();
-                QColor ink = p.color;
-                ink.setAlphaF(ink.alphaF() * kGreekedInk);
-                if (!word.isEmpty()) {
-                    path.addRect(QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height));
-                    fill(toPx.map(path), ink);
-                }
+                if (!word.isEmpty())
+                    drawGreeked(toPx, QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height), p.color);
                 x += p.advance;
                 continue;
             }
@@ -1423,8 +1448,10 @@ void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& 
     painter.setClipRect(part);
     painter.setRenderHint(QPainter::Antialiasing, true);
     painter.fillRect(part, backgroundColor(options));
+    // The whole picture visits what the whole picture would.
+    const bool whole = part == QRect(QPoint(0, 0), frame.size);
     if (const db::BlockTableRecord* space = spaceOf(db, options))
-        Renderer(db, painter, options, frame, &part).drawSpace(*space);
+        Renderer(db, painter, options, frame, whole ? nullptr : &part).drawSpace(*space);
     painter.restore();
 }
 
