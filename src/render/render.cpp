@@ -720,8 +720,8 @@ double Renderer::greekAdvance(const QString& text, double height, double widthFa
 void Renderer::drawGreeked(const QTransform& toPx, const QRectF& box, const QColor& color) {
     QColor ink = color;
     ink.setAlphaF(ink.alphaF() * kGreekedInk);
-    const QPointF corners[4] = {toPx.map(box.topLeft()), toPx.map(box.topRight()), toPx.map(box.bottomRight()),
-                                toPx.map(box.bottomLeft())};
+    const QPointF corners[4] = {toPx.map(box.topLeft()), toPx.map(box.topRight()),
+                                toPx.map(box.bottomRight()), toPx.map(box.bottomLeft())};
     if (QLineF(corners[0], corners[3]).length() < 1.5) {
         const QPointF from = (corners[0] + corners[3]) / 2, to = (corners[1] + corners[2]) / 2;
         painter_.setPen(QPen(ink, 1.0, Qt::SolidLine, Qt::FlatCap));
@@ -911,7 +911,8 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
             if (greeked) {
                 const QString word = p.text.trimmed();
                 if (!word.isEmpty())
-                    drawGreeked(toPx, QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height), p.color);
+                    drawGreeked(toPx, QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height),
+                                p.color);
                 x += p.advance;
                 continue;
             }
