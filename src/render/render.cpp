@@ -120,6 +120,8 @@ struct Pen {
     double linetypeScale = 1.0;  // entity scale times the drawing's
 };
 
+bool screenBox(const db::Entity& e, db::Extents3d& box);
+
 bool isNamed(const db::DbObject* record, std::string_view name) {
     auto* r = db::objectCast<db::SymbolTableRecord>(record);
     return r && db::namesEqual(r->name(), name);
@@ -1197,8 +1199,11 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     // What the spatial index found is near the window already; its box is asked again only for a label.
     const bool found = options_.index && !ghost;
     db::Extents3d box;
-    const bool hasBox = (!found || options_.handleLabels || options_.levelOfDetail) &&
-                        e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+    bool hasBox = false;
+    if (!found || options_.handleLabels)
+        hasBox = e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+    else if (options_.levelOfDetail)
+        hasBox = screenBox(e, box);
     if (hasBox && !found) {
         // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
         // about a text height, hence the slack.
@@ -1224,6 +1229,50 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
                 ++labelsLeftOut_;
         }
     }
+}
+
+// A box around an entity, enough to tell whether it is smaller than a pixel: the exact box where it is cheap,
+// else a box that may be larger (the chords of a polyline's arcs widened by their bulge), which only makes
+// fewer entities dots; what is not plain in plan asks the entity.
+bool screenBox(const db::Entity& e, db::Extents3d& box) {
+    if (auto* line = db::objectCast<db::Line>(&e)) {
+        box = db::Extents3d(line->startPoint(), line->endPoint());
+        return true;
+    }
+    if (auto* circle = db::objectCast<db::Circle>(&e);
+        circle && circle->normal().x == 0.0 && circle->normal().y == 0.0 && circle->normal().z > 0.0) {
+        const db::Point3d& c = circle->center();
+        const double r = circle->radius();
+        box = db::Extents3d(db::Point3d(c.x - r, c.y - r, c.z), db::Point3d(c.x + r, c.y + r, c.z));
+        return true;
+    }
+    if (auto* pl = db::objectCast<db::Polyline>(&e);
+        pl && pl->normal().x == 0.0 && pl->normal().y == 0.0 && pl->normal().z > 0.0) {
+        const auto& vs = pl->vertices();
+        if (vs.empty()) return false;
+        double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+        const std::size_t n = vs.size(), segments = pl->isClosed() ? n : n - 1;
+        auto take = [&](const Point2d& p, double grow) {
+            x0 = std::min(x0, p.x - grow), y0 = std::min(y0, p.y - grow);
+            x1 = std::max(x1, p.x + grow), y1 = std::max(y1, p.y + grow);
+        };
+        for (std::size_t i = 0; i < n; ++i) {
+            const Point2d& p = vs[i].point;
+            take(p, 0.0);
+            if (vs[i].bulge != 0.0 && i < segments) {
+                // An arc of bulge b <= 1 strays at most b times half its chord from it; larger arcs are
+                // asked.
+                const double b = std::abs(vs[i].bulge);
+                if (b > 1.0) return e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+                const Point2d& q = vs[(i + 1) % n].point;
+                const double grow = b * std::hypot(q.x - p.x, q.y - p.y) / 2;
+                take(p, grow), take(q, grow);
+            }
+        }
+        box = db::Extents3d(db::Point3d(x0, y0, pl->elevation()), db::Point3d(x1, y1, pl->elevation()));
+        return box.isValid();
+    }
+    return e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
 }
 
 // On screens, an entity of a kind that always leaves ink, whose box is smaller than a pixel, is drawn as the
@@ -1293,7 +1342,7 @@ void Renderer::drawLabels() {
 // that may fall short by about a text height, hence their slack, as for the whole picture.
 bool Renderer::nearArea(const db::Entity& e) const {
     db::Extents3d box;
-    if (e.getGeomExtents(box) != db::ErrorStatus::Ok || !box.isValid()) return true;
+    if (!screenBox(e, box)) return true;
     bool exact = db::objectCast<db::Curve>(&e) != nullptr && !db::objectCast<db::Polyline2d>(&e);
     if (auto* pl = db::objectCast<db::Polyline>(&e)) {
         // Widths are not in the box.
