@@ -642,8 +642,11 @@ void Renderer::drawHatch(const db::Hatch& h, const Pen& pen, const Placement& at
 // Adds a line of text to `path` in plane units: left end of its baseline at (x, y), y up.
 /// The outline of a glyph, y down, baseline at 0. Outlines are read from the font file once: reading them is
 /// most of the cost of drawing text (drawings repeat a few dozen glyphs many thousand times).
+///
+/// Fonts, their metrics and these caches are kept per thread: a picture may be drawn in bands on several
+/// threads, and Qt's font objects may not be shared between threads.
 const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
-    static std::unordered_map<QString, std::unordered_map<quint32, QPainterPath>> outlines;
+    thread_local std::unordered_map<QString, std::unordered_map<quint32, QPainterPath>> outlines;
     auto& ofFont = outlines[font.familyName() + QLatin1Char('/') + font.styleName()];
     auto it = ofFont.find(glyph);
     if (it == ofFont.end()) it = ofFont.emplace(glyph, font.pathForGlyph(glyph)).first;
@@ -653,7 +656,7 @@ const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
 /// A text shaped as one line in the shaping font (kerning, fallback fonts for missing characters): its glyph
 /// runs, positioned y down with the baseline at 0.
 QList<QGlyphRun> shapedRuns(const QString& text) {
-    static const QFont font = shapingFont();
+    thread_local const QFont font = shapingFont();
     QTextLayout layout(text, font);
     layout.beginLayout();
     const QTextLine line = layout.createLine();
@@ -695,18 +698,18 @@ void addTextRun(QPainterPath& path, const QString& text, double x, double y, dou
 }
 
 double textAdvance(const QString& text, double height, double widthFactor) {
-    static const QFont font = shapingFont();
-    static const QFontMetricsF metrics(font);
+    thread_local const QFont font = shapingFont();
+    thread_local const QFontMetricsF metrics(font);
     return metrics.horizontalAdvance(text) * height / metrics.capHeight() * widthFactor;
 }
 
 double descentRatio() {
-    static const QFontMetricsF metrics(shapingFont());
+    thread_local const QFontMetricsF metrics(shapingFont());
     return metrics.descent() / metrics.capHeight();
 }
 
 double Renderer::greekAdvance(const QString& text, double height, double widthFactor) const {
-    static const QFontMetricsF metrics(shapingFont());
+    thread_local const QFontMetricsF metrics(shapingFont());
     static std::array<double, 256> latin = [] {
         std::array<double, 256> a{};
         for (int c = 0; c < 256; ++c) a[static_cast<std::size_t>(c)] = metrics.horizontalAdvance(QChar(c));

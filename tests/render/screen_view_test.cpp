@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QPainter>
 #include <cmath>
 
 #include "db/entities/block_reference.h"
@@ -198,6 +199,30 @@ TEST(ScreenView, APannedPictureIsTheFreshPictureOfTheSameView) {
     int differing = 0;
     EXPECT_GT(largestDifference(last, fresh.image(), &differing), 100);
     EXPECT_GT(differing, 1000);
+}
+
+// A whole picture is drawn in two bands on two threads; together they make the picture drawn in one piece,
+// but for the antialiasing noise of lines cut at the seam (see the pan's test).
+TEST(ScreenView, TheBandsMakeThePictureDrawnInOnePiece) {
+    db::Database db;
+    fillBusy(db);
+    add(db, text(150, 140, 14, "Across the seam", 3));
+    db::SpatialIndex index(db);
+    ScreenView view(db, index);
+    view.resize(QSize(300, 240));
+    const QImage banded = view.image();
+
+    RenderOptions options;
+    options.lineweights = false;
+    options.levelOfDetail = true;
+    options.index = &index;
+    QImage whole(view.size(), QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&whole);
+    renderArea(db, painter, options, view.frame(), whole.rect());
+    painter.end();
+    int differing = 0;
+    EXPECT_LE(largestDifference(banded, whole, &differing), 12);
+    EXPECT_GT(countPixels(banded, banded.rect(), [](QRgb p) { return isInk(p); }), 3000);
 }
 
 RenderOptions screenOptions(double x0, double y0, int w, int h) {
