@@ -234,7 +234,11 @@ class Renderer {
         expanding_;  // blocks being drawn, against blocks that hold themselves
     std::optional<db::Extents3d> area_;  // drawing only part of the picture: the window of that part
     QRect areaPixels_;                   // and its pixels (the whole picture's when it is drawn whole)
-    std::vector<QPointF> merged_;        // a chain's points after merging, kept to spare allocations
+    // Points of the chain being drawn, kept from one entity to the next to spare allocations: a chain's
+    // plane points, its pixels, its pixels after merging.
+    std::vector<Point2d> chain_;
+    std::vector<QPointF> scratch_;
+    std::vector<QPointF> merged_;
     QPen linePen_;                       // the pen of the last chain, kept while chains share it
     // Dots of what is smaller than a pixel are written straight into a picture in memory, when the painter
     // draws into one untransformed; else they are painted.
@@ -464,8 +468,8 @@ void Renderer::fill(const QPainterPath& path, const QColor& color) {
 
 void Renderer::strokeOcs(const std::vector<Point2d>& pts, double elevation, const Vector3d& normal,
                          bool closed, const Pen& pen, const Placement& at) {
-    std::vector<QPointF> px;
-    px.reserve(pts.size());
+    std::vector<QPointF>& px = scratch_;
+    px.clear();
     for (const Point2d& p : pts) px.push_back(at.ocs({p.x, p.y, elevation}, normal));
     stroke(px, closed, pen, pen.linetypeScale * at.pixelsPerUnit());
 }
@@ -529,7 +533,8 @@ void Renderer::drawPolyline(const db::Polyline& pl, const Pen& pen, const Placem
         if (n > 1) drawWideSegments(pts, bulges, widths, closed, pl.elevation(), pl.normal(), pen.color, at);
         return;
     }
-    std::vector<Point2d> pts{vs[0].point};
+    std::vector<Point2d>& pts = chain_;
+    pts.assign(1, vs[0].point);
     for (std::size_t i = 0; i + 1 < n; ++i)
         appendBulgeSegment(pts, vs[i].point, vs[i + 1].point, vs[i].bulge, at.tolerance());
     if (closed) {
@@ -1007,7 +1012,9 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
     const double patternPixels = pen.linetypeScale * at.pixelsPerUnit();
 
     if (auto* line = db::objectCast<db::Line>(&e)) {
-        stroke({at(line->startPoint()), at(line->endPoint())}, false, pen, patternPixels);
+        std::vector<QPointF>& ends = scratch_;
+        ends.assign({at(line->startPoint()), at(line->endPoint())});
+        stroke(ends, false, pen, patternPixels);
     } else if (auto* circle = db::objectCast<db::Circle>(&e)) {
         const Point3d c = db::wcsToOcs(circle->center(), circle->normal());
         const int n = std::max(8, arcSegments(circle->radius(), db::kTwoPi, at.tolerance()));
@@ -1500,7 +1507,19 @@ void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& 
     painter.save();
     painter.setClipRect(part);
     painter.setRenderHint(QPainter::Antialiasing, true);
-    painter.fillRect(part, backgroundColor(options));
+    // The background straight into a picture in memory: the painter would hand a large fill to its pool of
+    // threads, which costs more than it saves on a screen's picture drawn in bands.
+    auto* image = painter.device() && painter.device()->devType() == QInternal::Image
+                      ? static_cast<QImage*>(painter.device())
+                      : nullptr;
+    if (image && image->format() == QImage::Format_ARGB32_Premultiplied && painter.transform().isIdentity() &&
+        image->rect().contains(part)) {
+        const QRgb background = qPremultiply(backgroundColor(options).rgba());
+        for (int y = part.top(); y <= part.bottom(); ++y)
+            std::fill_n(reinterpret_cast<QRgb*>(image->scanLine(y)) + part.left(), part.width(), background);
+    } else {
+        painter.fillRect(part, backgroundColor(options));
+    }
     // The whole picture visits what the whole picture would.
     const bool whole = part == QRect(QPoint(0, 0), frame.size);
     if (const db::BlockTableRecord* space = spaceOf(db, options))

@@ -20,6 +20,8 @@ constexpr double kFewestPixelsPerUnit = 1e-12;
 constexpr double kExtentsMargin = 0.03;
 // Pictures with fewer rows than this are drawn in one piece: a second thread would not pay for itself.
 constexpr int kFewestRowsForBands = 64;
+// Bands of a whole picture, shared between two threads.
+constexpr int kMostBands = 8;
 
 bool finite(const db::Extents3d& e) {
     return e.isValid() && std::isfinite(e.minPoint().x) && std::isfinite(e.minPoint().y) &&
@@ -215,13 +217,18 @@ void ScreenView::drawWhole() {
     if (image_.size() != size_) image_ = QImage(size_, QImage::Format_ARGB32_Premultiplied);
     const int h = size_.height();
     if (h >= kFewestRowsForBands && std::thread::hardware_concurrency() > 1) {
-        // Two bands on two threads. The index is brought up to date first, so that both only read it.
+        // Two threads, each drawing every other band of rows: drawings are seldom spread evenly, and halves
+        // would leave one thread waiting for the other. The index is brought up to date first, so that both
+        // only read it.
         (void)index_.extents(space_.isNull() ? db_.modelSpaceId() : space_);
         if (!helper_) helper_ = std::make_unique<Helper>();
         uchar* bits = image_.bits();
-        const int split = h / 2;
-        helper_->start([this, bits, split, h] { drawBand(bits, split, h); });
-        drawBand(bits, 0, split);
+        const int bands = std::clamp(h / kFewestRowsForBands * 2, 2, kMostBands);
+        auto every = [this, bits, bands, h](int first) {
+            for (int b = first; b < bands; b += 2) drawBand(bits, h * b / bands, h * (b + 1) / bands);
+        };
+        helper_->start([every] { every(1); });
+        every(0);
         helper_->wait();
     } else {
         drawArea(image_.rect());
