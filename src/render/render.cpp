@@ -734,7 +734,9 @@ void Renderer::drawGreeked(const QTransform& toPx, const QRectF& box, const QCol
                                 toPx.map(box.bottomRight()), toPx.map(box.bottomLeft())};
     if (QLineF(corners[0], corners[3]).length() < 1.5) {
         const QPointF from = (corners[0] + corners[3]) / 2, to = (corners[1] + corners[2]) / 2;
-        painter_.setPen(QPen(ink, 1.0, Qt::SolidLine, Qt::FlatCap));
+        if (linePen_.color() != ink || linePen_.widthF() != 1.0)
+            linePen_ = QPen(ink, 1.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+        painter_.setPen(linePen_);
         painter_.drawLine(from, to);
         return;
     }
