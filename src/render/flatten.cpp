@@ -21,8 +21,12 @@ int arcSegments(double radius, double sweep, double tolerance) {
 
 void appendBulgeSegment(std::vector<Point2d>& out, const Point2d& a, const Point2d& b, double bulge,
                         double tolerance) {
+    if (bulge == 0.0 || !std::isfinite(bulge)) {
+        out.push_back(b);
+        return;
+    }
     const double chord = std::hypot(b.x - a.x, b.y - a.y);
-    if (bulge == 0.0 || !std::isfinite(bulge) || chord <= 0.0) {
+    if (chord <= 0.0) {
         out.push_back(b);
         return;
     }

@@ -13,6 +13,7 @@
 #include <QSvgGenerator>
 #include <QTextLayout>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -66,6 +67,12 @@ constexpr double kFinestPatternPixels = 4.0;
 // Pattern lines closer than this many pixels are shown as a translucent fill instead.
 constexpr double kFinestHatchSpacingPixels = 1.5;
 constexpr std::size_t kMostHatchLines = 4000;
+// Level of detail on screens: text whose height comes to fewer pixels than this is drawn as the box it fills
+// (its letters would be a blur), and a curve's points closer together than a pixel are merged.
+constexpr double kGreekingPixels = 6.0;
+constexpr double kMergePixels = 1.0;
+// How dark a box of greeked text is: letters cover about half of their line's box.
+constexpr double kGreekedInk = 0.5;
 // Ink an entity may leave beyond its box when part of a picture is drawn: half the widest lineweight, a
 // point's dot, antialiasing.
 constexpr double kAreaMarginPixels = 8.0;
@@ -112,6 +119,8 @@ struct Pen {
     const db::LinetypeTableRecord* linetype = nullptr;
     double linetypeScale = 1.0;  // entity scale times the drawing's
 };
+
+bool screenBox(const db::Entity& e, db::Extents3d& box);
 
 bool isNamed(const db::DbObject* record, std::string_view name) {
     auto* r = db::objectCast<db::SymbolTableRecord>(record);
@@ -160,6 +169,15 @@ class Renderer {
             const QRectF w = frame.toPixels.inverted().mapRect(QRectF(*area));
             area_ = db::Extents3d(db::Point3d(w.left(), w.top(), 0), db::Point3d(w.right(), w.bottom(), 0));
         }
+        areaPixels_ = area ? *area : QRect(QPoint(0, 0), frame.size);
+        if (options.levelOfDetail && painter.device() && painter.device()->devType() == QInternal::Image &&
+            painter.transform().isIdentity()) {
+            auto* image = static_cast<QImage*>(painter.device());
+            if (image->format() == QImage::Format_ARGB32_Premultiplied) {
+                image_ = image;
+                areaPixels_ = areaPixels_.intersected(image->rect());
+            }
+        }
     }
 
     void drawSpace(const db::BlockTableRecord& space);
@@ -198,6 +216,11 @@ class Renderer {
     void drawBlockContents(db::ObjectId block, const Matrix3d& m, const Inherited& inner, int depth);
     void drawLabels();
     bool nearArea(const db::Entity& e) const;
+    bool drawnAsDot(const db::Entity& e, const db::Extents3d& box, const Inherited& top);
+    void plot(const QPointF& at, const QColor& color);
+    bool isLinetype(const db::DbObject* record, bool byLayer) const;
+    double greekAdvance(const QString& text, double height, double widthFactor) const;
+    void drawGreeked(const QTransform& toPx, const QRectF& box, const QColor& color);
 
     const db::Database& db_;
     QPainter& painter_;
@@ -210,6 +233,18 @@ class Renderer {
     std::unordered_set<const db::DbObject*>
         expanding_;  // blocks being drawn, against blocks that hold themselves
     std::optional<db::Extents3d> area_;  // drawing only part of the picture: the window of that part
+    QRect areaPixels_;                   // and its pixels (the whole picture's when it is drawn whole)
+    // Points of the chain being drawn, kept from one entity to the next to spare allocations: a chain's
+    // plane points, its pixels, its pixels after merging.
+    std::vector<Point2d> chain_;
+    std::vector<QPointF> scratch_;
+    std::vector<QPointF> merged_;
+    QPen linePen_;                       // the pen of the last chain, kept while chains share it
+    // Dots of what is smaller than a pixel are written straight into a picture in memory, when the painter
+    // draws into one untransformed; else they are painted.
+    QImage* image_ = nullptr;
+    // Which linetype records are the ByLayer and ByBlock ones, as they are met: asked of every entity.
+    mutable std::unordered_map<const db::DbObject*, int> linetypeKinds_;
 };
 
 QColor Renderer::displayColor(db::Color c) const {
@@ -252,8 +287,8 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     if (weight < 0) weight = kDefaultLineweight;
 
     const db::DbObject* linetype = e.linetypeId().peek();
-    if (isNamed(linetype, "ByLayer")) linetype = layer ? layer->linetypeId().peek() : nullptr;
-    if (isNamed(linetype, "ByBlock")) linetype = in.inBlock ? in.linetype.peek() : nullptr;
+    if (isLinetype(linetype, true)) linetype = layer ? layer->linetypeId().peek() : nullptr;
+    if (isLinetype(linetype, false)) linetype = in.inBlock ? in.linetype.peek() : nullptr;
 
     db::Transparency t = e.transparency();
     if (t.isByLayer()) t = layer ? layer->transparency() : db::Transparency::fromAlpha(255);
@@ -266,6 +301,18 @@ bool Renderer::resolve(const db::Entity& e, const Inherited& in, Pen& pen,
     // Patterns inside a block scale with the reference: the block transformation is in the pixels per unit.
     pen.linetypeScale = e.linetypeScale() * db_.linetypeScale();
     return true;
+}
+
+bool Renderer::isLinetype(const db::DbObject* record, bool byLayer) const {
+    if (!record) return false;
+    auto it = linetypeKinds_.find(record);
+    if (it == linetypeKinds_.end())
+        it = linetypeKinds_
+                 .emplace(record, isNamed(record, "ByLayer")   ? 1
+                                  : isNamed(record, "ByBlock") ? 2
+                                                               : 0)
+                 .first;
+    return it->second == (byLayer ? 1 : 2);
 }
 
 // The part of the segment p..q (as fractions 0..1 of it) inside `r`; false when none is.
@@ -288,14 +335,43 @@ bool clipSegment(const QPointF& p, const QPointF& q, const QRectF& r, double& t0
     return t0 <= t1;
 }
 
-void Renderer::stroke(const std::vector<QPointF>& points, bool closed, const Pen& pen, double patternPixels) {
-    if (points.empty()) return;
-    QPen qpen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
-    QPen dotPen = qpen;
-    dotPen.setCapStyle(Qt::RoundCap);
+void Renderer::stroke(const std::vector<QPointF>& given, bool closed, const Pen& pen, double patternPixels) {
+    if (given.empty()) return;
+    // On screens, points closer than a pixel to the last one kept are merged into it; the last point stays,
+    // so that a chain still ends where it ends.
+    std::vector<QPointF>& merged = merged_;
+    merged.clear();
+    if (options_.levelOfDetail && given.size() > 2) {
+        merged.push_back(given.front());
+        for (std::size_t i = 1; i + 1 < given.size(); ++i) {
+            const QPointF d = given[i] - merged.back();
+            if (std::abs(d.x()) >= kMergePixels || std::abs(d.y()) >= kMergePixels)
+                merged.push_back(given[i]);
+        }
+        merged.push_back(given.back());
+    }
+    const std::vector<QPointF>& points = merged.empty() ? given : merged;
+    if (linePen_.color() != pen.color || linePen_.widthF() != pen.width)
+        linePen_ = QPen(pen.color, pen.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+    const QPen& qpen = linePen_;
     const double margin = pen.width + 4.0;
     const QRectF view = QRectF(QPointF(0, 0), QSizeF(frame_.size)).adjusted(-margin, -margin, margin, margin);
     painter_.setBrush(Qt::NoBrush);
+    double period = 0.0;
+    if (pen.linetype)
+        for (const db::LinetypeDash& d : pen.linetype->dashes()) period += std::abs(d.length * patternPixels);
+    if (points.size() > 1 && period < kFinestPatternPixels &&
+        std::all_of(points.begin(), points.end(), [&](const QPointF& p) { return view.contains(p); })) {
+        // All in the picture and continuous: the chain as it is, which is what the pieces below come to.
+        painter_.setPen(qpen);
+        if (closed)
+            painter_.drawPolygon(points.data(), static_cast<int>(points.size()));
+        else
+            painter_.drawPolyline(points.data(), static_cast<int>(points.size()));
+        return;
+    }
+    QPen dotPen = qpen;
+    dotPen.setCapStyle(Qt::RoundCap);
     if (points.size() == 1) {
         if (!view.contains(points[0])) return;
         painter_.setPen(dotPen);
@@ -328,12 +404,8 @@ void Renderer::stroke(const std::vector<QPointF>& points, bool closed, const Pen
         return piece.from + (piece.to - piece.from) * ((distance - piece.start) / piece.length);
     };
     std::vector<double> dashes;
-    double period = 0.0;
     if (pen.linetype)
-        for (const db::LinetypeDash& d : pen.linetype->dashes()) {
-            dashes.push_back(d.length * patternPixels);
-            period += std::abs(d.length * patternPixels);
-        }
+        for (const db::LinetypeDash& d : pen.linetype->dashes()) dashes.push_back(d.length * patternPixels);
     const bool dashed = !dashes.empty() && period >= kFinestPatternPixels && visible / period < 100000;
     painter_.setPen(qpen);
     QPolygonF run;  // the chain drawn so far, continued while pieces join up
@@ -396,8 +468,8 @@ void Renderer::fill(const QPainterPath& path, const QColor& color) {
 
 void Renderer::strokeOcs(const std::vector<Point2d>& pts, double elevation, const Vector3d& normal,
                          bool closed, const Pen& pen, const Placement& at) {
-    std::vector<QPointF> px;
-    px.reserve(pts.size());
+    std::vector<QPointF>& px = scratch_;
+    px.clear();
     for (const Point2d& p : pts) px.push_back(at.ocs({p.x, p.y, elevation}, normal));
     stroke(px, closed, pen, pen.linetypeScale * at.pixelsPerUnit());
 }
@@ -461,7 +533,8 @@ void Renderer::drawPolyline(const db::Polyline& pl, const Pen& pen, const Placem
         if (n > 1) drawWideSegments(pts, bulges, widths, closed, pl.elevation(), pl.normal(), pen.color, at);
         return;
     }
-    std::vector<Point2d> pts{vs[0].point};
+    std::vector<Point2d>& pts = chain_;
+    pts.assign(1, vs[0].point);
     for (std::size_t i = 0; i + 1 < n; ++i)
         appendBulgeSegment(pts, vs[i].point, vs[i + 1].point, vs[i].bulge, at.tolerance());
     if (closed) {
@@ -574,8 +647,11 @@ void Renderer::drawHatch(const db::Hatch& h, const Pen& pen, const Placement& at
 // Adds a line of text to `path` in plane units: left end of its baseline at (x, y), y up.
 /// The outline of a glyph, y down, baseline at 0. Outlines are read from the font file once: reading them is
 /// most of the cost of drawing text (drawings repeat a few dozen glyphs many thousand times).
+///
+/// Fonts, their metrics and these caches are kept per thread: a picture may be drawn in bands on several
+/// threads, and Qt's font objects may not be shared between threads.
 const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
-    static std::unordered_map<QString, std::unordered_map<quint32, QPainterPath>> outlines;
+    thread_local std::unordered_map<QString, std::unordered_map<quint32, QPainterPath>> outlines;
     auto& ofFont = outlines[font.familyName() + QLatin1Char('/') + font.styleName()];
     auto it = ofFont.find(glyph);
     if (it == ofFont.end()) it = ofFont.emplace(glyph, font.pathForGlyph(glyph)).first;
@@ -585,7 +661,7 @@ const QPainterPath& glyphOutline(const QRawFont& font, quint32 glyph) {
 /// A text shaped as one line in the shaping font (kerning, fallback fonts for missing characters): its glyph
 /// runs, positioned y down with the baseline at 0.
 QList<QGlyphRun> shapedRuns(const QString& text) {
-    static const QFont font = shapingFont();
+    thread_local const QFont font = shapingFont();
     QTextLayout layout(text, font);
     layout.beginLayout();
     const QTextLine line = layout.createLine();
@@ -627,14 +703,47 @@ void addTextRun(QPainterPath& path, const QString& text, double x, double y, dou
 }
 
 double textAdvance(const QString& text, double height, double widthFactor) {
-    static const QFont font = shapingFont();
-    static const QFontMetricsF metrics(font);
+    thread_local const QFont font = shapingFont();
+    thread_local const QFontMetricsF metrics(font);
     return metrics.horizontalAdvance(text) * height / metrics.capHeight() * widthFactor;
 }
 
 double descentRatio() {
-    static const QFontMetricsF metrics(shapingFont());
+    thread_local const QFontMetricsF metrics(shapingFont());
     return metrics.descent() / metrics.capHeight();
+}
+
+double Renderer::greekAdvance(const QString& text, double height, double widthFactor) const {
+    thread_local const QFontMetricsF metrics(shapingFont());
+    static std::array<double, 256> latin = [] {
+        std::array<double, 256> a{};
+        for (int c = 0; c < 256; ++c) a[static_cast<std::size_t>(c)] = metrics.horizontalAdvance(QChar(c));
+        return a;
+    }();
+    double sum = 0.0;
+    for (const QChar c : text) sum += c.unicode() < 256 ? latin[c.unicode()] : metrics.horizontalAdvance(c);
+    return sum * height / metrics.capHeight() * widthFactor;
+}
+
+// Text too small to read, as the box its letters fill (`box` in the text's plane, mapped by `toPx`) in a
+// lighter shade of its colour; a box thinner than a pixel and a half as a line along its middle.
+void Renderer::drawGreeked(const QTransform& toPx, const QRectF& box, const QColor& color) {
+    QColor ink = color;
+    ink.setAlphaF(ink.alphaF() * kGreekedInk);
+    const QPointF corners[4] = {toPx.map(box.topLeft()), toPx.map(box.topRight()),
+                                toPx.map(box.bottomRight()), toPx.map(box.bottomLeft())};
+    if (QLineF(corners[0], corners[3]).length() < 1.5) {
+        const QPointF from = (corners[0] + corners[3]) / 2, to = (corners[1] + corners[2]) / 2;
+        if (linePen_.color() != ink || linePen_.widthF() != 1.0)
+            linePen_ = QPen(ink, 1.0, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+        painter_.setPen(linePen_);
+        painter_.drawLine(from, to);
+        return;
+    }
+    painter_.setPen(Qt::NoPen);
+    painter_.setBrush(ink);
+    painter_.drawPolygon(corners, 4);
+    painter_.setBrush(Qt::NoBrush);
 }
 
 void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) {
@@ -650,7 +759,11 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Point3d first = db::wcsToOcs(t.position(), normal);
     const Point3d second = db::wcsToOcs(t.alignmentPoint(), normal);
     double rotation = t.rotation();
-    double advance = textAdvance(text, height, widthFactor);
+    // Text too small to read is drawn as its box on screens: its width is the sum of its characters'
+    // advances, without shaping it.
+    const bool greeked = options_.levelOfDetail && height * at.pixelsPerUnit() < kGreekingPixels;
+    double advance =
+        greeked ? greekAdvance(text, height, widthFactor) : textAdvance(text, height, widthFactor);
     Point3d anchor = leftBaseline ? first : second;
     double x = 0.0, y = 0.0;
     if (hm == H::Aligned || hm == H::Fit) {
@@ -687,6 +800,10 @@ void Renderer::drawText(const db::Text& t, const Pen& pen, const Placement& at) 
     const Vector3d xAxis = db::ocsToWcs(Vector3d(std::cos(rotation), std::sin(rotation), 0), normal);
     const Vector3d yAxis = db::ocsToWcs(Vector3d(-std::sin(rotation), std::cos(rotation), 0), normal);
     const QTransform toPx = mirror * at.planeToPixels(db::ocsToWcs(anchor, normal), xAxis, yAxis);
+    if (greeked) {
+        drawGreeked(toPx, QRectF(x, y, advance, height), pen.color);
+        return;
+    }
     const QTransform glyphsToPx = runPlacement(x, y, height, widthFactor, t.oblique()) * toPx;
     if (painter_.device() && painter_.device()->devType() == QInternal::Image) {
         // Into a picture, glyphs are drawn from Qt's cache of rendered glyphs, kept per size and slant: most
@@ -708,6 +825,10 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                          const Vector3d& normal, double height, double width, int attachment, double spacing,
                          const Pen& pen, const Placement& at) {
     if (!(height > 0) || !canShapeText()) return;
+    const bool greeked = options_.levelOfDetail && height * at.pixelsPerUnit() < kGreekingPixels;
+    auto advanceOf = [&](const QString& s, double h, double widthFactor) {
+        return greeked ? greekAdvance(s, h, widthFactor) : textAdvance(s, h, widthFactor);
+    };
     struct Piece {
         QString text;
         double height, widthFactor, advance;
@@ -743,9 +864,9 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
                 if (!word.isEmpty()) words << word;
             }
             for (const QString& w : words) {
-                const double adv = textAdvance(w, run.height, run.widthFactor);
+                const double adv = advanceOf(w, run.height, run.widthFactor);
                 Line& line = lines.back();
-                const double trimmed = textAdvance(w.trimmed(), run.height, run.widthFactor);
+                const double trimmed = advanceOf(w.trimmed(), run.height, run.widthFactor);
                 if (width > 0 && !line.pieces.empty() && line.width + trimmed > width * 1.0001 &&
                     !run.nonBreaking) {
                     lines.emplace_back();
@@ -793,12 +914,20 @@ void Renderer::drawMText(const std::string& contents, const Point3d& location, c
             const Piece& last = l.pieces.back();
             QString trimmed = last.text;
             while (trimmed.endsWith(QChar(' '))) trimmed.chop(1);
-            shown -= last.advance - textAdvance(trimmed, last.height, last.widthFactor);
+            shown -= last.advance - advanceOf(trimmed, last.height, last.widthFactor);
         }
         double x = dx + (align == 0 ? 0.0 : align == 1 ? (boxWidth - shown) / 2 : boxWidth - shown);
         for (const Piece& p : l.pieces) {
             QPainterPath path;
             const double base = baselines[i] + dy;
+            if (greeked) {
+                const QString word = p.text.trimmed();
+                if (!word.isEmpty())
+                    drawGreeked(toPx, QRectF(x, base, advanceOf(word, p.height, p.widthFactor), p.height),
+                                p.color);
+                x += p.advance;
+                continue;
+            }
             addTextRun(path, p.text, x, base, p.height, p.widthFactor);
             // Lines under, over and through the text, a fifteenth of its height thick.
             for (const auto& [on, at] :
@@ -885,7 +1014,9 @@ void Renderer::drawEntity(const db::Entity& e, const Matrix3d& m, const Inherite
     const double patternPixels = pen.linetypeScale * at.pixelsPerUnit();
 
     if (auto* line = db::objectCast<db::Line>(&e)) {
-        stroke({at(line->startPoint()), at(line->endPoint())}, false, pen, patternPixels);
+        std::vector<QPointF>& ends = scratch_;
+        ends.assign({at(line->startPoint()), at(line->endPoint())});
+        stroke(ends, false, pen, patternPixels);
     } else if (auto* circle = db::objectCast<db::Circle>(&e)) {
         const Point3d c = db::wcsToOcs(circle->center(), circle->normal());
         const int n = std::max(8, arcSegments(circle->radius(), db::kTwoPi, at.tolerance()));
@@ -1080,8 +1211,11 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     // What the spatial index found is near the window already; its box is asked again only for a label.
     const bool found = options_.index && !ghost;
     db::Extents3d box;
-    const bool hasBox = (!found || options_.handleLabels) && e.getGeomExtents(box) == db::ErrorStatus::Ok &&
-                        box.isValid();
+    bool hasBox = false;
+    if (!found || options_.handleLabels)
+        hasBox = e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+    else if (options_.levelOfDetail)
+        hasBox = screenBox(e, box);
     if (hasBox && !found) {
         // Cheap rejection of what lies outside the window. Boxes of text are estimates that may fall short by
         // about a text height, hence the slack.
@@ -1095,7 +1229,7 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
     Inherited top;
     top.overrideColor = overrideColor;
     top.ghost = ghost;
-    drawEntity(e, Matrix3d(), top, 0);
+    if (!(options_.levelOfDetail && hasBox && drawnAsDot(e, box, top))) drawEntity(e, Matrix3d(), top, 0);
     if (options_.handleLabels && !ghost && hasBox && (labelled_.empty() || labelled_.count(e.objectId()))) {
         const Point3d c = box.center();
         const QPointF at = frame_.toPixels.map(QPointF(c.x, c.y));
@@ -1107,6 +1241,86 @@ void Renderer::drawTopLevel(const db::Entity& e, std::optional<QColor> overrideC
                 ++labelsLeftOut_;
         }
     }
+}
+
+// A box around an entity, enough to tell whether it is smaller than a pixel: the exact box where it is cheap,
+// else a box that may be larger (the chords of a polyline's arcs widened by their bulge), which only makes
+// fewer entities dots; what is not plain in plan asks the entity.
+bool screenBox(const db::Entity& e, db::Extents3d& box) {
+    if (auto* line = db::objectCast<db::Line>(&e)) {
+        box = db::Extents3d(line->startPoint(), line->endPoint());
+        return true;
+    }
+    if (auto* circle = db::objectCast<db::Circle>(&e);
+        circle && circle->normal().x == 0.0 && circle->normal().y == 0.0 && circle->normal().z > 0.0) {
+        const db::Point3d& c = circle->center();
+        const double r = circle->radius();
+        box = db::Extents3d(db::Point3d(c.x - r, c.y - r, c.z), db::Point3d(c.x + r, c.y + r, c.z));
+        return true;
+    }
+    if (auto* pl = db::objectCast<db::Polyline>(&e);
+        pl && pl->normal().x == 0.0 && pl->normal().y == 0.0 && pl->normal().z > 0.0) {
+        const auto& vs = pl->vertices();
+        if (vs.empty()) return false;
+        double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+        const std::size_t n = vs.size(), segments = pl->isClosed() ? n : n - 1;
+        auto take = [&](const Point2d& p, double grow) {
+            x0 = std::min(x0, p.x - grow), y0 = std::min(y0, p.y - grow);
+            x1 = std::max(x1, p.x + grow), y1 = std::max(y1, p.y + grow);
+        };
+        for (std::size_t i = 0; i < n; ++i) {
+            const Point2d& p = vs[i].point;
+            take(p, 0.0);
+            if (vs[i].bulge != 0.0 && i < segments) {
+                // An arc of bulge b <= 1 strays at most b times half its chord from it; larger arcs are
+                // asked.
+                const double b = std::abs(vs[i].bulge);
+                if (b > 1.0) return e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+                const Point2d& q = vs[(i + 1) % n].point;
+                const double grow = b * std::hypot(q.x - p.x, q.y - p.y) / 2;
+                take(p, grow), take(q, grow);
+            }
+        }
+        box = db::Extents3d(db::Point3d(x0, y0, pl->elevation()), db::Point3d(x1, y1, pl->elevation()));
+        return box.isValid();
+    }
+    return e.getGeomExtents(box) == db::ErrorStatus::Ok && box.isValid();
+}
+
+// On screens, an entity of a kind that always leaves ink, whose box is smaller than a pixel, is drawn as the
+// pixel its box's centre falls in, in its colour: the drawing keeps its density when zoomed out, and costs a
+// fraction of drawing every entity in full.
+bool Renderer::drawnAsDot(const db::Entity& e, const db::Extents3d& box, const Inherited& top) {
+    const QPointF lo = frame_.toPixels.map(QPointF(box.minPoint().x, box.minPoint().y));
+    const QPointF hi = frame_.toPixels.map(QPointF(box.maxPoint().x, box.maxPoint().y));
+    if (!(std::abs(hi.x() - lo.x()) < 1.0 && std::abs(hi.y() - lo.y()) < 1.0)) return false;
+    const bool inks =
+        db::objectCast<db::Curve>(&e) || db::objectCast<db::BlockReference>(&e) ||
+        db::objectCast<db::Hatch>(&e) || db::objectCast<db::PointEntity>(&e) ||
+        db::objectCast<db::OcsQuadrilateral>(&e) || db::objectCast<db::Dimension>(&e) ||
+        (db::objectCast<db::Text>(&e) && !static_cast<const db::Text&>(e).textString().empty()) ||
+        (db::objectCast<db::MText>(&e) && !static_cast<const db::MText&>(e).contents().empty());
+    if (!inks) return false;
+    Pen pen;
+    const db::LayerTableRecord* layer = nullptr;
+    if (resolve(e, top, pen, layer)) plot((lo + hi) / 2, pen.color);
+    return true;
+}
+
+void Renderer::plot(const QPointF& at, const QColor& color) {
+    if (!std::isfinite(at.x()) || !std::isfinite(at.y())) return;
+    const QPoint px(static_cast<int>(std::floor(at.x())), static_cast<int>(std::floor(at.y())));
+    if (!areaPixels_.contains(px)) return;
+    if (!image_) {
+        painter_.fillRect(QRect(px, QSize(1, 1)), color);
+        return;
+    }
+    QRgb& dst = reinterpret_cast<QRgb*>(image_->scanLine(px.y()))[px.x()];
+    const QRgb src = qPremultiply(color.rgba());
+    const int keep = 255 - qAlpha(src);
+    auto mix = [&](int s, int d) { return s + (d * keep + 127) / 255; };
+    dst = qRgba(mix(qRed(src), qRed(dst)), mix(qGreen(src), qGreen(dst)), mix(qBlue(src), qBlue(dst)),
+                mix(qAlpha(src), qAlpha(dst)));
 }
 
 void Renderer::drawLabels() {
@@ -1140,7 +1354,7 @@ void Renderer::drawLabels() {
 // that may fall short by about a text height, hence their slack, as for the whole picture.
 bool Renderer::nearArea(const db::Entity& e) const {
     db::Extents3d box;
-    if (e.getGeomExtents(box) != db::ErrorStatus::Ok || !box.isValid()) return true;
+    if (!screenBox(e, box)) return true;
     bool exact = db::objectCast<db::Curve>(&e) != nullptr && !db::objectCast<db::Polyline2d>(&e);
     if (auto* pl = db::objectCast<db::Polyline>(&e)) {
         // Widths are not in the box.
@@ -1156,7 +1370,8 @@ bool Renderer::nearArea(const db::Entity& e) const {
 }
 
 void Renderer::drawSpace(const db::BlockTableRecord& space) {
-    const std::size_t total = space.entityCount() + options_.ghosts.size();
+    // Counting a space's entities walks them all: only done for a caller that follows the progress.
+    const std::size_t total = options_.progress ? space.entityCount() + options_.ghosts.size() : 0;
     std::size_t done = 0;
     // The one loop over a space's entities: each is tested against the window and drawn on its own.
     auto draw = [&](db::Entity* e) {
@@ -1184,7 +1399,7 @@ void Renderer::drawSpace(const db::BlockTableRecord& space) {
     } else {
         space.forEachEntity(draw);
     }
-    done = space.entityCount();
+    done = options_.progress ? space.entityCount() : 0;
     for (const auto& [id, color] : options_.ghosts) {
         auto* e = db::objectCast<db::Entity>(id.peek());
         if (e) drawTopLevel(*e, color, true);
@@ -1294,9 +1509,23 @@ void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& 
     painter.save();
     painter.setClipRect(part);
     painter.setRenderHint(QPainter::Antialiasing, true);
-    painter.fillRect(part, backgroundColor(options));
+    // The background straight into a picture in memory: the painter would hand a large fill to its pool of
+    // threads, which costs more than it saves on a screen's picture drawn in bands.
+    auto* image = painter.device() && painter.device()->devType() == QInternal::Image
+                      ? static_cast<QImage*>(painter.device())
+                      : nullptr;
+    if (image && image->format() == QImage::Format_ARGB32_Premultiplied && painter.transform().isIdentity() &&
+        image->rect().contains(part)) {
+        const QRgb background = qPremultiply(backgroundColor(options).rgba());
+        for (int y = part.top(); y <= part.bottom(); ++y)
+            std::fill_n(reinterpret_cast<QRgb*>(image->scanLine(y)) + part.left(), part.width(), background);
+    } else {
+        painter.fillRect(part, backgroundColor(options));
+    }
+    // The whole picture visits what the whole picture would.
+    const bool whole = part == QRect(QPoint(0, 0), frame.size);
     if (const db::BlockTableRecord* space = spaceOf(db, options))
-        Renderer(db, painter, options, frame, &part).drawSpace(*space);
+        Renderer(db, painter, options, frame, whole ? nullptr : &part).drawSpace(*space);
     painter.restore();
 }
 

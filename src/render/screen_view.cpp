@@ -1,9 +1,13 @@
 #include "render/screen_view.h"
 
+#include <QGuiApplication>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <thread>
 
 namespace vela::render {
 
@@ -14,6 +18,10 @@ constexpr double kMostPixelsPerUnit = 1e12;
 constexpr double kFewestPixelsPerUnit = 1e-12;
 // Fraction of the extents' size added on every side when they are fitted.
 constexpr double kExtentsMargin = 0.03;
+// Pictures with fewer rows than this are drawn in one piece: a second thread would not pay for itself.
+constexpr int kFewestRowsForBands = 64;
+// Bands of a whole picture, shared between two threads.
+constexpr int kMostBands = 8;
 
 bool finite(const db::Extents3d& e) {
     return e.isValid() && std::isfinite(e.minPoint().x) && std::isfinite(e.minPoint().y) &&
@@ -22,7 +30,61 @@ bool finite(const db::Extents3d& e) {
 
 }  // namespace
 
-ScreenView::ScreenView(const db::Database& db, const db::SpatialIndex& index) : db_(db), index_(index) {}
+/// One thread that runs one job at a time for the view, kept for the view's life so that its font caches
+/// stay warm.
+class ScreenView::Helper {
+  public:
+    Helper() : thread_([this] { run(); }) {}
+    ~Helper() {
+        {
+            std::lock_guard lock(mutex_);
+            quit_ = true;
+        }
+        wake_.notify_all();
+        thread_.join();
+    }
+    void start(std::function<void()> job) {
+        {
+            std::lock_guard lock(mutex_);
+            job_ = std::move(job);
+            busy_ = true;
+        }
+        wake_.notify_all();
+    }
+    void wait() {
+        std::unique_lock lock(mutex_);
+        wake_.wait(lock, [&] { return !busy_; });
+    }
+
+  private:
+    void run() {
+        std::unique_lock lock(mutex_);
+        for (;;) {
+            wake_.wait(lock, [&] { return quit_ || job_; });
+            if (quit_) return;
+            std::function<void()> job = std::move(job_);
+            job_ = nullptr;
+            lock.unlock();
+            job();
+            lock.lock();
+            busy_ = false;
+            wake_.notify_all();
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::function<void()> job_;
+    bool busy_ = false, quit_ = false;
+    std::thread thread_;  // last: it runs once the rest is ready
+};
+
+ScreenView::ScreenView(const db::Database& db, const db::SpatialIndex& index) : db_(db), index_(index) {
+    // The bundled fonts are made known on this (the application's) thread, before a drawing thread asks.
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance())) loadBundledFonts();
+}
+
+ScreenView::~ScreenView() = default;
 
 void ScreenView::setSpace(db::ObjectId space) {
     space_ = space;
@@ -139,9 +201,38 @@ void ScreenView::drawArea(const QRect& area) {
     renderArea(db_, painter, options(), frame(), area);
 }
 
+// Rows top..bottom of the picture, drawn as a picture of their own over the same pixels.
+void ScreenView::drawBand(uchar* bits, int top, int bottom) {
+    QImage band(bits + static_cast<qsizetype>(top) * image_.bytesPerLine(), size_.width(), bottom - top,
+                image_.bytesPerLine(), image_.format());
+    Frame f;
+    f.toPixels = QTransform(scale_, 0, 0, -scale_, tx_, ty_ - top);
+    f.size = band.size();
+    f.shown = db::Extents3d(toDrawing(QPointF(0, bottom)), toDrawing(QPointF(size_.width(), top)));
+    QPainter painter(&band);
+    renderArea(db_, painter, options(), f, band.rect());
+}
+
 void ScreenView::drawWhole() {
     if (image_.size() != size_) image_ = QImage(size_, QImage::Format_ARGB32_Premultiplied);
-    drawArea(image_.rect());
+    const int h = size_.height();
+    if (h >= kFewestRowsForBands && std::thread::hardware_concurrency() > 1) {
+        // Two threads, each drawing every other band of rows: drawings are seldom spread evenly, and halves
+        // would leave one thread waiting for the other. The index is brought up to date first, so that both
+        // only read it.
+        (void)index_.extents(space_.isNull() ? db_.modelSpaceId() : space_);
+        if (!helper_) helper_ = std::make_unique<Helper>();
+        uchar* bits = image_.bits();
+        const int bands = std::clamp(h / kFewestRowsForBands * 2, 2, kMostBands);
+        auto every = [this, bits, bands, h](int first) {
+            for (int b = first; b < bands; b += 2) drawBand(bits, h * b / bands, h * (b + 1) / bands);
+        };
+        helper_->start([every] { every(1); });
+        every(0);
+        helper_->wait();
+    } else {
+        drawArea(image_.rect());
+    }
     imageValid_ = true;
     drawnTx_ = tx_, drawnTy_ = ty_;
 }

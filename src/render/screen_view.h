@@ -7,6 +7,7 @@
 #include <QRect>
 #include <QSize>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "db/database.h"
@@ -22,21 +23,27 @@ namespace vela::render {
 /// upward.
 ///
 /// A pan keeps the pixels it has, shifted, and draws only the strips that came into view; zooming, resizing
-/// and invalidate() draw the whole picture again. Pictures are drawn as screens show drawings: without
-/// lineweights and with the renderer's level of detail.
+/// and invalidate() draw the whole picture again, in two bands on two threads where the machine has two
+/// cores. Pictures are drawn as screens show drawings: without lineweights and with the renderer's level of
+/// detail.
+///
+/// The view is used from one thread; while image() draws, the drawing must not change.
 ///
 /// Until a view is chosen (zoomExtents, zoomAt, pan or setWindow), the first resize fits the space's extents.
 class ScreenView {
   public:
     /// Both must outlive the view; the index follows the database's changes by itself.
     ScreenView(const db::Database& db, const db::SpatialIndex& index);
+    ~ScreenView();
+    ScreenView(const ScreenView&) = delete;
+    ScreenView& operator=(const ScreenView&) = delete;
 
     /// The space shown (a block record of model or paper space); null: model space. A new space is shown
     /// fitted to its extents.
     void setSpace(db::ObjectId space);
     void setDark(bool dark);
     /// The colour each top-level entity is drawn in instead of its own (a selection's colours); none: its
-    /// own.
+    /// own. It is called from the drawing threads, two at once: it must only read what it looks at.
     void setHighlight(std::function<std::optional<QColor>(db::ObjectId)> highlight);
 
     /// The picture's size in pixels; the centre and scale stay.
@@ -71,6 +78,7 @@ class ScreenView {
     void fit(const db::Extents3d& window);
     RenderOptions options() const;
     void drawWhole();
+    void drawBand(uchar* bits, int top, int bottom);
     void drawArea(const QRect& area);
     void shift(int dx, int dy);
 
@@ -89,6 +97,9 @@ class ScreenView {
     QImage image_;
     bool imageValid_ = false;
     double drawnTx_ = 0.0, drawnTy_ = 0.0;
+    // The thread that draws the lower band of whole pictures, started when first needed.
+    class Helper;
+    std::unique_ptr<Helper> helper_;
 };
 
 }  // namespace vela::render

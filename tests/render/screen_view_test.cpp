@@ -2,13 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <QPainter>
 #include <cmath>
 
+#include "db/entities/block_reference.h"
 #include "db/entities/circle.h"
 #include "db/entities/hatch.h"
 #include "db/entities/line.h"
 #include "db/entities/polyline.h"
 #include "db/entities/text.h"
+#include "db/geometry/plane.h"
+#include "db/records/block_table_record.h"
+#include "db/records/layer_table_record.h"
 #include "picture.h"
 
 namespace vela::render::test {
@@ -27,6 +32,14 @@ std::unique_ptr<db::Text> text(double x, double y, double height, const char* s,
     t->setTextString(s);
     t->setColor(db::Color::fromIndex(static_cast<std::uint8_t>(colorIndex)));
     return t;
+}
+
+db::ObjectId addLayer(db::Database& db, const char* name, bool off) {
+    auto layer = std::make_unique<db::LayerTableRecord>(name);
+    layer->setIsOff(off);
+    db::ObjectId id;
+    EXPECT_EQ(db.addRecord(db.layerTableId(), std::move(layer), &id), db::ErrorStatus::Ok);
+    return id;
 }
 
 /// A busy drawing: a fan of slanted lines, rings of circles, texts and a closed polyline, over 0..400 by
@@ -186,6 +199,117 @@ TEST(ScreenView, APannedPictureIsTheFreshPictureOfTheSameView) {
     int differing = 0;
     EXPECT_GT(largestDifference(last, fresh.image(), &differing), 100);
     EXPECT_GT(differing, 1000);
+}
+
+// A whole picture is drawn in two bands on two threads; together they make the picture drawn in one piece,
+// but for the antialiasing noise of lines cut at the seam (see the pan's test).
+TEST(ScreenView, TheBandsMakeThePictureDrawnInOnePiece) {
+    db::Database db;
+    fillBusy(db);
+    add(db, text(150, 140, 14, "Across the seam", 3));
+    db::SpatialIndex index(db);
+    ScreenView view(db, index);
+    view.resize(QSize(300, 240));
+    const QImage banded = view.image();
+
+    RenderOptions options;
+    options.lineweights = false;
+    options.levelOfDetail = true;
+    options.index = &index;
+    QImage whole(view.size(), QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&whole);
+    renderArea(db, painter, options, view.frame(), whole.rect());
+    painter.end();
+    int differing = 0;
+    EXPECT_LE(largestDifference(banded, whole, &differing), 12);
+    EXPECT_GT(countPixels(banded, banded.rect(), [](QRgb p) { return isInk(p); }), 3000);
+}
+
+RenderOptions screenOptions(double x0, double y0, int w, int h) {
+    RenderOptions o = unitOptions(x0, y0, w, h);
+    o.lineweights = false;
+    o.levelOfDetail = true;
+    return o;
+}
+
+// Text too small to read is drawn as a box on screens: where its letters would be, turned with the text, and
+// filled, not left as scattered letter pixels. Readable text is drawn as letters, the same as for files.
+TEST(ScreenDetail, SmallTextIsItsBoxAndReadableTextItsLetters) {
+    for (const double rotation : {0.0, db::kPi / 2}) {
+        db::Database db;
+        auto t = text(20, 30, 3.0, "Wall 12 North", 1);
+        t->setRotation(rotation);
+        add(db, std::move(t));
+        const QImage letters = renderImage(db, unitOptions(0, 0, 100, 100));
+        const QImage greeked = renderImage(db, screenOptions(0, 0, 100, 100));
+        const QRect full = inkBounds(letters), box = inkBounds(greeked);
+        ASSERT_FALSE(full.isNull());
+        ASSERT_FALSE(box.isNull());
+        // The same place and size, to a pixel or two (the box runs from the baseline to the cap height).
+        EXPECT_NEAR(box.left(), full.left(), 2) << rotation;
+        EXPECT_NEAR(box.right(), full.right(), 2) << rotation;
+        EXPECT_NEAR(box.top(), full.top(), 2) << rotation;
+        EXPECT_NEAR(box.bottom(), full.bottom(), 2) << rotation;
+        if (rotation == 0.0) EXPECT_GT(box.width(), 3 * box.height());
+        if (rotation != 0.0) EXPECT_GT(box.height(), 3 * box.width());
+        // Filled: the inner part of the box is ink throughout.
+        const QRect inner = box.adjusted(1, 1, -1, -1);
+        EXPECT_EQ(countPixels(greeked, inner, [](QRgb p) { return isInk(p); }),
+                  inner.width() * inner.height());
+    }
+    db::Database db;
+    add(db, text(10, 40, 12.0, "Wall 12", 1));
+    EXPECT_EQ(renderImage(db, screenOptions(0, 0, 100, 100)), renderImage(db, unitOptions(0, 0, 100, 100)));
+}
+
+// What is smaller than a pixel still shows on screens, as the pixel it lies in, in its colour: a short line,
+// a small circle, a tiny text, a block reference too small to see. What is hidden stays hidden.
+TEST(ScreenDetail, WhatIsSmallerThanAPixelLeavesAMarkWhereItLies) {
+    db::Database db;
+    add(db, line(10.2, 10.3, 10.6, 10.5, 1));
+    auto c = std::make_unique<db::Circle>(db::Point3d(30.5, 20.5), 0.3);
+    c->setColor(db::Color::fromIndex(1));
+    add(db, std::move(c));
+    add(db, text(50.1, 70.2, 0.2, "x", 1));
+    auto block = std::make_unique<db::BlockTableRecord>("Speck");
+    db::ObjectId blockId;
+    ASSERT_EQ(db.addRecord(db.blockTableId(), std::move(block), &blockId), db::ErrorStatus::Ok);
+    add(db, line(0, 0, 10, 10, 1), blockId);
+    // A reference's mark is in its own colour.
+    auto ref = std::make_unique<db::BlockReference>(db::Point3d(80.1, 40.1), blockId);
+    ref->setColor(db::Color::fromIndex(1));
+    ref->setScaleFactors(db::Vector3d(0.05, 0.05, 0.05));
+    add(db, std::move(ref));
+    auto hidden = line(60.2, 60.2, 60.4, 60.4, 1);
+    hidden->setLayerId(addLayer(db, "Off", true));
+    add(db, std::move(hidden));
+
+    const QImage image = renderImage(db, screenOptions(0, 0, 100, 100));
+    // Pixel rows count down from the top: the point (x, y) lies in column x, row 99 - y.
+    for (const QPoint at : {QPoint(10, 89), QPoint(30, 79), QPoint(50, 29), QPoint(80, 59)})
+        EXPECT_TRUE(isReddish(image.pixel(at))) << at.x() << "," << at.y();
+    EXPECT_EQ(countPixels(image, image.rect(), [](QRgb p) { return isInk(p); }), 4);
+}
+
+// A chain with vertices far closer together than a pixel is drawn from fewer points on screens, and looks the
+// same: the same ends, the same pixels but for antialiasing.
+TEST(ScreenDetail, MergedVerticesDrawTheSameChain) {
+    db::Database db;
+    auto pl = std::make_unique<db::Polyline>();
+    for (int i = 0; i <= 2000; ++i) {
+        const double a = i * db::kTwoPi / 2000;
+        pl->addVertexAt(pl->vertices().size(),
+                        db::Point2d(50 + 30 * std::cos(a) + 0.1 * (i % 3), 50 + 20 * std::sin(3 * a)));
+    }
+    pl->setColor(db::Color::fromIndex(1));
+    add(db, std::move(pl));
+    const QImage merged = renderImage(db, screenOptions(0, 0, 100, 100));
+    const QImage full = renderImage(db, unitOptions(0, 0, 100, 100));
+    EXPECT_EQ(inkBounds(merged), inkBounds(full));
+    const int a = countPixels(merged, merged.rect(), isReddish),
+              b = countPixels(full, full.rect(), isReddish);
+    EXPECT_GT(b, 150);
+    EXPECT_NEAR(a, b, b / 10);
 }
 
 }  // namespace

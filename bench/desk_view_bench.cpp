@@ -1,0 +1,156 @@
+// A drawing on a screen (render::ScreenView) over the large generated drawing (bench/bench_files.h), at the
+// size of a full-HD screen, drawn as screens draw (no lineweights, level of detail):
+// - a whole redraw at the full extents, as after opening the drawing or zooming out: target at most 200 ms;
+// - a whole redraw of a window of 1% of the extents' area (a tenth of each side), zoomed in: at most 16 ms,
+//   one frame of a 60 Hz screen;
+// - pan frames: a run of 40-pixel pans, each shifting the picture and drawing the strip that came in, at the
+//   full extents and in the 1% window.
+#include <benchmark/benchmark.h>
+
+#include <QGuiApplication>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "bench_files.h"
+#include "db/dxf/file/dxf_reader.h"
+#include "db/spatial_index.h"
+#include "render/screen_view.h"
+
+namespace {
+
+using namespace vela;
+
+const QSize kScreen(1920, 1080);
+constexpr int kPanPixels = 40;
+
+struct Drawing {
+    std::unique_ptr<db::Database> db;
+    std::unique_ptr<db::SpatialIndex> index;
+    db::Extents3d extents;
+
+    Drawing() {
+        const std::string path = bench::bigDrawingPath();
+        if (path.empty()) return;
+        db::DxfReadResult read = db::readDxfFile(path);
+        if (!read.database) return;
+        db = std::move(read.database);
+        index = std::make_unique<db::SpatialIndex>(*db);
+        extents = index->extents(db->modelSpaceId());
+    }
+
+    /// A tenth of each side of the extents about their centre: 1% of their area.
+    db::Extents3d onePercent() const {
+        const db::Point3d c = extents.center(), lo = extents.minPoint(), hi = extents.maxPoint();
+        const double w = (hi.x - lo.x) / 20, h = (hi.y - lo.y) / 20;
+        return db::Extents3d(db::Point3d(c.x - w, c.y - h), db::Point3d(c.x + w, c.y + h));
+    }
+};
+
+Drawing& drawing() {
+    static Drawing d;
+    return d;
+}
+
+std::unique_ptr<render::ScreenView> screen(const Drawing& d, bool zoomedIn) {
+    auto view = std::make_unique<render::ScreenView>(*d.db, *d.index);
+    view->resize(kScreen);
+    if (zoomedIn) view->setWindow(d.onePercent());
+    (void)view->image();
+    return view;
+}
+
+// A pan frame brings in a strip of the drawing: the picture moves up by 40 pixels, the strip comes in at the
+// bottom. Runs of such frames start with the drawing pushed 1000 pixels down (at the full extents that part
+// of the screen is the margin), so that every strip shows the drawing; moving back is not timed.
+constexpr int kRun = 25;
+const QPoint kPan(0, -kPanPixels);
+
+void startRun(render::ScreenView& view, std::size_t frame) {
+    if (frame % kRun != 0) return;
+    view.pan(QPoint(0, kRun * kPanPixels));
+    (void)view.image();
+}
+
+void BM_WholeRedraw(benchmark::State& state) {
+    Drawing& d = drawing();
+    if (!d.db) return state.SkipWithError("cannot read the drawing");
+    auto view = screen(d, state.range(0) != 0);
+    for (auto _ : state) {
+        view->invalidate();
+        benchmark::DoNotOptimize(view->image().constBits());
+    }
+}
+BENCHMARK(BM_WholeRedraw)->Arg(0)->Arg(1)->ArgNames({"onePercent"})->Unit(benchmark::kMillisecond);
+
+void BM_PanFrame(benchmark::State& state) {
+    Drawing& d = drawing();
+    if (!d.db) return state.SkipWithError("cannot read the drawing");
+    auto view = screen(d, state.range(0) != 0);
+    std::size_t frame = 0;
+    for (auto _ : state) {
+        if (frame % kRun == 0) {
+            state.PauseTiming();
+            startRun(*view, frame);
+            state.ResumeTiming();
+        }
+        ++frame;
+        view->pan(kPan);
+        benchmark::DoNotOptimize(view->image().constBits());
+    }
+}
+BENCHMARK(BM_PanFrame)->Arg(0)->Arg(1)->ArgNames({"onePercent"})->Unit(benchmark::kMillisecond);
+
+/// The median of `runs` timings of `work`, in milliseconds.
+double medianMs(int runs, const std::function<void()>& work) {
+    std::vector<double> times;
+    for (int i = 0; i < runs; ++i) {
+        const auto t0 = std::chrono::steady_clock::now();
+        work();
+        times.push_back(
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count());
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    render::loadBundledFonts();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+
+    Drawing& d = drawing();
+    if (!d.db) return 1;
+    std::printf("\nthe screen's view of the large drawing, %dx%d, no lineweights (medians):\n",
+                kScreen.width(), kScreen.height());
+    const char* names[] = {"full extents", "1% window"};
+    for (const bool zoomedIn : {false, true}) {
+        auto view = screen(d, zoomedIn);
+        const double whole = medianMs(7, [&] {
+            view->invalidate();
+            benchmark::DoNotOptimize(view->image().constBits());
+        });
+        std::vector<double> frames;
+        for (std::size_t frame = 0; frame < 2 * kRun; ++frame) {
+            startRun(*view, frame);
+            frames.push_back(medianMs(1, [&] {
+                view->pan(kPan);
+                benchmark::DoNotOptimize(view->image().constBits());
+            }));
+        }
+        std::sort(frames.begin(), frames.end());
+        const double pan = frames[frames.size() / 2], slowest = frames.back();
+        std::printf(
+            "%-13s whole redraw %7.1f ms (target <= %s ms); pan frames of %d px: median %.2f ms, slowest "
+            "%.2f ms\n",
+            names[zoomedIn], whole, zoomedIn ? "16" : "200", kPanPixels, pan, slowest);
+    }
+    return 0;
+}
