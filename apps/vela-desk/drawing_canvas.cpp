@@ -53,9 +53,9 @@ void DrawingCanvas::setDocument(host::Document* document) {
         watched_->addReactor(this);
         view_ = std::make_unique<render::ScreenView>(*watched_, document_->spatialIndex());
         view_->setDark(true);
-        host::Document* doc = document_;
-        view_->setHighlight([doc](db::ObjectId id) -> std::optional<QColor> {
-            if (doc->selection().contains(id)) return kSelected;
+        selectedVersion_ = ~std::uint64_t(0);
+        view_->setHighlight([this](db::ObjectId id) -> std::optional<QColor> {
+            if (selected_.count(id)) return kSelected;
             return std::nullopt;
         });
         view_->resize(size());
@@ -133,6 +133,12 @@ void DrawingCanvas::paintEvent(QPaintEvent*) {
         p.setPen(QColor(180, 190, 200));
         p.drawText(rect(), Qt::AlignCenter, tr("No drawing is open. Open one with File > Open."));
         return;
+    }
+    if (document_->selection().version() != selectedVersion_) {
+        selectedVersion_ = document_->selection().version();
+        const std::vector<db::ObjectId>& ids = document_->selection().ids();
+        selected_ = std::unordered_set<db::ObjectId>(ids.begin(), ids.end());
+        view_->invalidate();
     }
     p.drawImage(0, 0, view_->image());
     if (drag_ == Drag::Window && cursor_) {

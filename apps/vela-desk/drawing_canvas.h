@@ -5,10 +5,12 @@
 #include <QWidget>
 #include <memory>
 #include <optional>
+#include <unordered_set>
 
 #include "db/database_reactor.h"
 #include "db/geometry/extents.h"
 #include "db/geometry/vector.h"
+#include "db/object_id.h"
 
 namespace vela::host {
 class Document;
@@ -98,6 +100,10 @@ class DrawingCanvas : public QWidget, private db::DatabaseReactor {
     QPointF dragStart_;
     bool spaceHeld_ = false;
     std::uint64_t edits_ = 0;
+    // What is selected, as the picture's drawing threads read it: a copy made on this thread before each
+    // picture, since the selection's own lookup builds itself on first use.
+    std::unordered_set<db::ObjectId> selected_;
+    std::uint64_t selectedVersion_ = ~std::uint64_t(0);
     // The document's view as the canvas last set it: a different one was set by someone else (ZOOM).
     db::Point3d storedCenter_;
     double storedWidth_ = 0, storedHeight_ = 0;
