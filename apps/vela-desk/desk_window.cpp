@@ -292,10 +292,12 @@ QMenu* DeskWindow::menu(const QString& objectName) const {
 }
 
 void DeskWindow::startCommand(const QString& line) {
-    if (running_ > 0) {
-        // The command asking now is cancelled; this one follows once it has ended.
+    if (running_ > 0 || input_.isWaiting()) {
+        // The command asking now (typed, or run by the assistant's page) is cancelled; this one follows once
+        // it has ended.
         queued_ = line;
         input_.cancelAll();
+        QTimer::singleShot(0, this, &DeskWindow::runQueued);
         return;
     }
     const QString text = line.trimmed();
@@ -306,19 +308,25 @@ void DeskWindow::startCommand(const QString& line) {
     } else {
         QStringList words = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
         const QString name = words.takeFirst();
-        if (!session_.host().commands().lookup(name)) {
+        if (!session_.host().commands().lookup(name))
             commandLine_->appendLog(tr("Unknown command \"%1\".").arg(name.toUpper()));
-        } else {
+        else
             // A cancelled question is echoed by the input as "*Cancel*".
             session_.host().services().runCommand(name, words);
-        }
     }
     --running_;
     watch();
-    if (!queued_.isEmpty() && running_ == 0) {
-        const QString next = std::exchange(queued_, QString());
-        QTimer::singleShot(0, this, [this, next] { startCommand(next); });
+    runQueued();
+}
+
+void DeskWindow::runQueued() {
+    if (queued_.isEmpty()) return;
+    if (running_ > 0 || input_.isWaiting()) {
+        // Still unwinding: a moment later.
+        QTimer::singleShot(10, this, &DeskWindow::runQueued);
+        return;
     }
+    startCommand(std::exchange(queued_, QString()));
 }
 
 void DeskWindow::runCommand(const QString& name, const QStringList& answers) {

@@ -80,6 +80,7 @@ class DeskWindow : public QMainWindow {
 
   private:
     void buildMenus();
+    void runQueued();
     QAction* addCommandAction(QMenu* menu, QToolBar* tools, const QString& text, const QString& command,
                               const QKeySequence& shortcut = {});
     void showStartPage();

@@ -10,6 +10,7 @@
 #include <QPlainTextEdit>
 #include <QProcess>
 #include <QTest>
+#include <QTimer>
 #include <QWheelEvent>
 
 #include "bridge/velaassistant_communication.h"
@@ -265,6 +266,26 @@ TEST(DeskWindow, ClicksPickAndDragsSelectByWindowOrCrossing) {
     window().commandAction(QStringLiteral("ERASE"))->trigger();
     EXPECT_TRUE(longLine.peek() == nullptr || longLine.peek()->isErased());
     EXPECT_FALSE(shortLine.peek()->isErased());
+}
+
+TEST(DeskWindow, AMenuPickWhileACommandAsksCancelsItAndStartsTheNewOne) {
+    window();
+    QStringList prompts;
+    const QMetaObject::Connection asked = QObject::connect(&desk().input, &DeskInput::waitingChanged, [&] {
+        if (!desk().input.isWaiting()) return;
+        const QString prompt = desk().input.request()->prompt;
+        prompts << prompt;
+        if (prompt.startsWith(QStringLiteral("Specify first point")))
+            QTimer::singleShot(0, [] { window().commandAction(QStringLiteral("CIRCLE"))->trigger(); });
+        else
+            QTimer::singleShot(0, [] { desk().input.cancel(); });
+    });
+    window().commandAction(QStringLiteral("LINE"))->trigger();
+    EXPECT_TRUE(waitFor(
+        [&] { return prompts.size() >= 2 && !desk().input.isWaiting() && !window().isCommandRunning(); }));
+    QObject::disconnect(asked);
+    ASSERT_EQ(prompts.size(), 2);
+    EXPECT_TRUE(prompts[1].startsWith(QStringLiteral("Specify center point"))) << prompts[1].toStdString();
 }
 
 TEST(DeskWindow, TheCommandLineRunsCommandsAndLispAndKeepsItsHistory) {
