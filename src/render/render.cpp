@@ -1297,7 +1297,7 @@ bool Renderer::drawnAsDot(const db::Entity& e, const db::Extents3d& box, const I
     const bool inks =
         db::objectCast<db::Curve>(&e) || db::objectCast<db::BlockReference>(&e) ||
         db::objectCast<db::Hatch>(&e) || db::objectCast<db::PointEntity>(&e) ||
-        db::objectCast<db::OcsQuadrilateral>(&e) || db::objectCast<db::Dimension>(&e) ||
+        db::objectCast<db::Solid>(&e) || db::objectCast<db::Trace>(&e) || db::objectCast<db::Dimension>(&e) ||
         (db::objectCast<db::Text>(&e) && !static_cast<const db::Text&>(e).textString().empty()) ||
         (db::objectCast<db::MText>(&e) && !static_cast<const db::MText&>(e).contents().empty());
     if (!inks) return false;
