@@ -15,9 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "bench_files.h"
-#include "db/dxf/file/dxf_reader.h"
-#include "db/spatial_index.h"
+#include "big_drawing.h"
 #include "render/screen_view.h"
 
 namespace {
@@ -27,33 +25,7 @@ using namespace vela;
 const QSize kScreen(1920, 1080);
 constexpr int kPanPixels = 40;
 
-struct Drawing {
-    std::unique_ptr<db::Database> db;
-    std::unique_ptr<db::SpatialIndex> index;
-    db::Extents3d extents;
-
-    Drawing() {
-        const std::string path = bench::bigDrawingPath();
-        if (path.empty()) return;
-        db::DxfReadResult read = db::readDxfFile(path);
-        if (!read.database) return;
-        db = std::move(read.database);
-        index = std::make_unique<db::SpatialIndex>(*db);
-        extents = index->extents(db->modelSpaceId());
-    }
-
-    /// A tenth of each side of the extents about their centre: 1% of their area.
-    db::Extents3d onePercent() const {
-        const db::Point3d c = extents.center(), lo = extents.minPoint(), hi = extents.maxPoint();
-        const double w = (hi.x - lo.x) / 20, h = (hi.y - lo.y) / 20;
-        return db::Extents3d(db::Point3d(c.x - w, c.y - h), db::Point3d(c.x + w, c.y + h));
-    }
-};
-
-Drawing& drawing() {
-    static Drawing d;
-    return d;
-}
+using Drawing = bench::BigDrawing;
 
 std::unique_ptr<render::ScreenView> screen(const Drawing& d, bool zoomedIn) {
     auto view = std::make_unique<render::ScreenView>(*d.db, *d.index);
@@ -76,7 +48,7 @@ void startRun(render::ScreenView& view, std::size_t frame) {
 }
 
 void BM_WholeRedraw(benchmark::State& state) {
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return state.SkipWithError("cannot read the drawing");
     auto view = screen(d, state.range(0) != 0);
     for (auto _ : state) {
@@ -87,7 +59,7 @@ void BM_WholeRedraw(benchmark::State& state) {
 BENCHMARK(BM_WholeRedraw)->Arg(0)->Arg(1)->ArgNames({"onePercent"})->Unit(benchmark::kMillisecond);
 
 void BM_PanFrame(benchmark::State& state) {
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return state.SkipWithError("cannot read the drawing");
     auto view = screen(d, state.range(0) != 0);
     std::size_t frame = 0;
@@ -126,7 +98,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return 1;
     std::printf("\nthe screen's view of the large drawing, %dx%d, no lineweights (medians):\n",
                 kScreen.width(), kScreen.height());

@@ -15,35 +15,14 @@
 #include <cstdlib>
 #include <string>
 
-#include "bench_files.h"
-#include "db/dxf/file/dxf_reader.h"
-#include "db/spatial_index.h"
+#include "big_drawing.h"
 #include "render/render.h"
 
 namespace {
 
 using namespace vela;
 
-struct Drawing {
-    std::unique_ptr<db::Database> db;
-    std::unique_ptr<db::SpatialIndex> index;
-    db::Extents3d extents;
-    std::string path;
-
-    Drawing() {
-        path = bench::bigDrawingPath();
-        db::DxfReadResult read = db::readDxfFile(path);
-        if (!read.database) return;
-        db = std::move(read.database);
-        index = std::make_unique<db::SpatialIndex>(*db);
-        extents = index->extents(db->modelSpaceId());
-    }
-};
-
-Drawing& drawing() {
-    static Drawing d;
-    return d;
-}
+using Drawing = bench::BigDrawing;
 
 QByteArray png(const QImage& image) {
     QByteArray bytes;
@@ -61,7 +40,7 @@ render::RenderOptions whole(const Drawing& d) {
 }
 
 void BM_WholeDrawingToPng(benchmark::State& state) {
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return state.SkipWithError("cannot read the drawing");
     for (auto _ : state) benchmark::DoNotOptimize(png(render::renderImage(*d.db, whole(d))));
 }
@@ -70,26 +49,22 @@ BENCHMARK(BM_WholeDrawingToPng)->Unit(benchmark::kMillisecond);
 // The window as a drawing canvas shows it: without lineweights, as CAD programs show model space unless asked
 // (arg 0); and with them, as pictures for files are drawn (arg 1), for comparison.
 void BM_WindowOfOnePercent(benchmark::State& state) {
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return state.SkipWithError("cannot read the drawing");
     render::RenderOptions options = whole(d);
     options.lineweights = state.range(0) != 0;
-    const db::Point3d c = d.extents.center(), lo = d.extents.minPoint(), hi = d.extents.maxPoint();
-    const double w = (hi.x - lo.x) / 20, h = (hi.y - lo.y) / 20;
-    options.window = db::Extents3d(db::Point3d(c.x - w, c.y - h), db::Point3d(c.x + w, c.y + h));
+    options.window = d.onePercent();
     // Drawn for a screen: the picture itself, not a file of it.
     for (auto _ : state) benchmark::DoNotOptimize(render::renderImage(*d.db, options));
 }
 BENCHMARK(BM_WindowOfOnePercent)->Arg(0)->Arg(1)->ArgNames({"lineweights"})->Unit(benchmark::kMillisecond);
 
 void BM_WindowWithoutTheIndex(benchmark::State& state) {
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return state.SkipWithError("cannot read the drawing");
     render::RenderOptions options = whole(d);
     options.index = nullptr;
-    const db::Point3d c = d.extents.center(), lo = d.extents.minPoint(), hi = d.extents.maxPoint();
-    const double w = (hi.x - lo.x) / 20, h = (hi.y - lo.y) / 20;
-    options.window = db::Extents3d(db::Point3d(c.x - w, c.y - h), db::Point3d(c.x + w, c.y + h));
+    options.window = d.onePercent();
     for (auto _ : state) benchmark::DoNotOptimize(render::renderImage(*d.db, options));
 }
 BENCHMARK(BM_WindowWithoutTheIndex)->Unit(benchmark::kMillisecond);
@@ -103,7 +78,7 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 
-    Drawing& d = drawing();
+    Drawing& d = bench::bigDrawing();
     if (!d.db) return 1;
     double ours = 1e9;
     for (int i = 0; i < 2; ++i) {

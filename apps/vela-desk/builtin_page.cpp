@@ -1,6 +1,9 @@
 #include "builtin_page.h"
 
+#include <unistd.h>
+
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QFile>
 #include <QHash>
 #include <QWebEngineProfile>
@@ -47,7 +50,10 @@ class BuiltInPageHandler : public QWebEngineUrlSchemeHandler {
 
 }  // namespace
 
-void registerBuiltInPageScheme() {
+void prepareWebEngine() {
+    if (::geteuid() == 0 && qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QWebEngineUrlScheme scheme(kScheme);
     scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
     scheme.setFlags(QWebEngineUrlScheme::SecureScheme | QWebEngineUrlScheme::LocalScheme |

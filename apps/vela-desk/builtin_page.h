@@ -9,8 +9,9 @@ namespace vela::desk {
 /// tells the page about the client.
 inline constexpr const char* kBuiltInAssistantPage = "vela-page://assistant";
 
-/// Makes the scheme known to the web engine; before the application object exists.
-void registerBuiltInPageScheme();
+/// What the web engine needs before the application object exists: the built-in page's scheme, shared GL
+/// contexts, and, as root, no sandbox (Chromium will not start its sandbox as root: containers, CI machines).
+void prepareWebEngine();
 /// Serves the built-in page to the web views of a profile (the default one when null).
 void serveBuiltInPage(QWebEngineProfile* profile = nullptr);
 

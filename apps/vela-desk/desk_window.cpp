@@ -47,11 +47,11 @@ constexpr int kRecentFiles = 8;
 constexpr int kWatchMs = 100;
 
 // The palette is made by the module when the window exists, through these two functions; they reach the
-// window that is up.
-DeskWindow* g_window = nullptr;
+// session and settings of the window that is up.
 cli::Session* g_session = nullptr;
 cli::serve::ServeSettings* g_assistant = nullptr;
 palette::CJxWidgetVelaAssistantPalette* g_palette = nullptr;
+cli::serve::PageHost* g_pageHost = nullptr;  // the palette's, told of changes after every look
 
 void* createPalette() {
     auto* palette = new palette::CJxWidgetVelaAssistantPalette;
@@ -60,14 +60,14 @@ void* createPalette() {
     if (palette->webChannel() && g_session && g_assistant) {
         // The page's second object: the drawing's state, the catalogue, undo and the chat, as a served page
         // has them.
-        auto* pageHost = new cli::serve::PageHost(*g_session, *g_assistant, palette);
-        palette->webChannel()->registerObject(QStringLiteral("VelaHost"), pageHost);
+        g_pageHost = new cli::serve::PageHost(*g_session, *g_assistant, palette);
+        palette->webChannel()->registerObject(QStringLiteral("VelaHost"), g_pageHost);
     }
     return palette;
 }
 
 void destroyPalette(void* palette) {
-    if (palette == g_palette) g_palette = nullptr;
+    if (palette == g_palette) g_palette = nullptr, g_pageHost = nullptr;
     delete static_cast<palette::CJxWidgetVelaAssistantPalette*>(palette);
 }
 
@@ -78,11 +78,8 @@ cli::serve::ServeSettings readAssistantSettings(const QString& path) {
     cli::serve::ServeSettings settings = cli::serve::readServeSettings(path, &why);
     if (!why.isEmpty()) std::fprintf(stderr, "vela-desk: %s\n", why.toUtf8().constData());
     // The page the palette shows: the one built in unless the settings name another (or none: "page=").
-    const QSettings file(path, QSettings::IniFormat);
     settings.client.resources->assistantPageAddress =
-        file.contains(QStringLiteral("resources/page"))
-            ? file.value(QStringLiteral("resources/page")).toString().trimmed()
-            : QString::fromLatin1(kBuiltInAssistantPage);
+        settings.page.value_or(QString::fromLatin1(kBuiltInAssistantPage));
     return settings;
 }
 
@@ -146,7 +143,6 @@ DeskWindow::DeskWindow(cli::Session& session, DeskInput& input, DeskSettings set
     h.account().setStartPageHandler([this] { showStartPage(); });
 
     serveBuiltInPage();
-    g_window = this;
     g_session = &session_;
     g_assistant = &assistant_;
     if (auto set = reinterpret_cast<SetPaletteFactory>(h.modules().resolve(
@@ -171,7 +167,7 @@ DeskWindow::~DeskWindow() {
     h.services().setUrlOpener({});
     h.account().setStartPageHandler({});
     palette::SetJxAPIHelper(nullptr);
-    if (g_window == this) g_window = nullptr, g_session = nullptr, g_assistant = nullptr;
+    if (g_assistant == &assistant_) g_session = nullptr, g_assistant = nullptr;
 }
 
 palette::CJxWidgetVelaAssistantPalette* DeskWindow::assistantPalette() const {
@@ -247,30 +243,39 @@ void DeskWindow::buildMenus() {
     addCommandAction(viewMenu_, nullptr, tr("VELA AI Assist"), QStringLiteral("VELAAIASSIST"));
     viewMenu_->addSeparator();
 
-    QMenu* draw = menuNamed(tr("&Draw"), "drawMenu");
-    QToolBar* drawTools = toolsNamed(tr("Draw"), "drawToolBar");
-    addCommandAction(draw, drawTools, tr("Line"), QStringLiteral("LINE"));
-    addCommandAction(draw, drawTools, tr("Polyline"), QStringLiteral("PLINE"));
-    addCommandAction(draw, drawTools, tr("Circle"), QStringLiteral("CIRCLE"));
-    addCommandAction(draw, drawTools, tr("Arc"), QStringLiteral("ARC"));
-    addCommandAction(draw, nullptr, tr("Ellipse"), QStringLiteral("ELLIPSE"));
-    addCommandAction(draw, drawTools, tr("Rectangle"), QStringLiteral("RECTANG"));
-    addCommandAction(draw, nullptr, tr("Point"), QStringLiteral("POINT"));
-    addCommandAction(draw, drawTools, tr("Text"), QStringLiteral("TEXT"));
+    // Entries that start host commands, in menu order; those marked also get a tool button.
+    struct Entry {
+        const char* text;
+        const char* command;
+        bool onToolBar;
+    };
+    auto fill = [this](QMenu* menu, QToolBar* bar, std::initializer_list<Entry> entries) {
+        for (const Entry& e : entries)
+            addCommandAction(menu, e.onToolBar ? bar : nullptr, tr(e.text), QLatin1String(e.command));
+    };
+    fill(menuNamed(tr("&Draw"), "drawMenu"), toolsNamed(tr("Draw"), "drawToolBar"),
+         {{QT_TR_NOOP("Line"), "LINE", true},
+          {QT_TR_NOOP("Polyline"), "PLINE", true},
+          {QT_TR_NOOP("Circle"), "CIRCLE", true},
+          {QT_TR_NOOP("Arc"), "ARC", true},
+          {QT_TR_NOOP("Ellipse"), "ELLIPSE", false},
+          {QT_TR_NOOP("Rectangle"), "RECTANG", true},
+          {QT_TR_NOOP("Point"), "POINT", false},
+          {QT_TR_NOOP("Text"), "TEXT", true}});
 
-    QMenu* modify = menuNamed(tr("&Modify"), "modifyMenu");
     QToolBar* modifyTools = toolsNamed(tr("Modify"), "modifyToolBar");
     modifyTools->addAction(commandAction(QStringLiteral("ERASE")));
-    // Erase has an entry here too, as CAD programs have it in both menus.
-    addCommandAction(modify, nullptr, tr("Erase"), QStringLiteral("ERASE"));
-    addCommandAction(modify, modifyTools, tr("Move"), QStringLiteral("MOVE"));
-    addCommandAction(modify, modifyTools, tr("Copy"), QStringLiteral("COPY"));
-    addCommandAction(modify, modifyTools, tr("Rotate"), QStringLiteral("ROTATE"));
-    addCommandAction(modify, modifyTools, tr("Scale"), QStringLiteral("SCALE"));
-    addCommandAction(modify, nullptr, tr("Mirror"), QStringLiteral("MIRROR"));
-    addCommandAction(modify, modifyTools, tr("Offset"), QStringLiteral("OFFSET"));
-    addCommandAction(modify, nullptr, tr("Explode"), QStringLiteral("EXPLODE"));
-    addCommandAction(modify, nullptr, tr("Match Properties"), QStringLiteral("MATCHPROP"));
+    // Erase has an entry of its own here too, as CAD programs have it in both menus.
+    fill(menuNamed(tr("&Modify"), "modifyMenu"), modifyTools,
+         {{QT_TR_NOOP("Erase"), "ERASE", false},
+          {QT_TR_NOOP("Move"), "MOVE", true},
+          {QT_TR_NOOP("Copy"), "COPY", true},
+          {QT_TR_NOOP("Rotate"), "ROTATE", true},
+          {QT_TR_NOOP("Scale"), "SCALE", true},
+          {QT_TR_NOOP("Mirror"), "MIRROR", false},
+          {QT_TR_NOOP("Offset"), "OFFSET", true},
+          {QT_TR_NOOP("Explode"), "EXPLODE", false},
+          {QT_TR_NOOP("Match Properties"), "MATCHPROP", false}});
 
     QMenu* tools = menuNamed(tr("&Tools"), "toolsMenu");
     addCommandAction(tools, nullptr, tr("Highlight Command..."), QStringLiteral("HIGHLIGHTUI"));
@@ -346,10 +351,7 @@ void DeskWindow::watch() {
         return;
     }
     if (!doc) return;
-    if (doc->selection().version() != shownSelection_) {
-        shownSelection_ = doc->selection().version();
-        canvas_->refresh();
-    }
+    canvas_->followSelection();
     const db::UndoManager& undo = doc->database()->undoManager();
     if (undo.undoCount() != shownUndo_ || undo.redoCount() != shownRedo_) {
         shownUndo_ = undo.undoCount();
@@ -358,8 +360,7 @@ void DeskWindow::watch() {
         updateTitle();
     }
     if (running_ == 0) canvas_->followDocumentView();
-    if (g_palette)
-        if (auto* pageHost = g_palette->findChild<cli::serve::PageHost*>()) pageHost->checkForChanges();
+    if (g_pageHost) g_pageHost->checkForChanges();
 }
 
 void DeskWindow::documentChanged() {
@@ -367,10 +368,8 @@ void DeskWindow::documentChanged() {
     shownDocument_ = doc;
     canvas_->setDocument(doc);
     layers_->showLayers(doc);
-    shownSelection_ = doc ? doc->selection().version() : 0;
     shownUndo_ = doc ? doc->database()->undoManager().undoCount() : 0;
     shownRedo_ = doc ? doc->database()->undoManager().redoCount() : 0;
-    savedUndo_ = shownUndo_;
     canvas_->resetEdits();
     updateTitle();
 }

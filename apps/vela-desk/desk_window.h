@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QMainWindow>
-#include <QPointer>
 #include <QTimer>
 #include <memory>
 
@@ -110,9 +109,7 @@ class DeskWindow : public QMainWindow {
     QString queued_;
     // What the window last showed, to see what changed since.
     const void* shownDocument_ = nullptr;
-    std::uint64_t shownSelection_ = 0;
     std::size_t shownUndo_ = 0, shownRedo_ = 0;
-    std::size_t savedUndo_ = 0;
 };
 
 }  // namespace vela::desk

@@ -121,6 +121,11 @@ void DrawingCanvas::followDocumentView() {
     update();
 }
 
+void DrawingCanvas::followSelection() {
+    // The picture is drawn again with the new selection when it is painted.
+    if (document_ && document_->selection().version() != selectedVersion_) update();
+}
+
 bool DrawingCanvas::askingForPoint() const {
     const host::InputRequest* request = input_.request();
     return request && request->wantsPoint;
@@ -243,8 +248,7 @@ void DrawingCanvas::pickAt(QPointF pixel, bool removing) {
     } else {
         selection.add(found.front());
     }
-    emit selectionChanged();
-    refresh();
+    update();
 }
 
 void DrawingCanvas::selectWindow(QPointF from, QPointF to, bool removing) {
@@ -270,8 +274,7 @@ void DrawingCanvas::selectWindow(QPointF from, QPointF to, bool removing) {
         if (!removing && !member) ids.push_back(id);
     }
     selection.set(ids);
-    emit selectionChanged();
-    refresh();
+    update();
 }
 
 void DrawingCanvas::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -302,8 +305,7 @@ void DrawingCanvas::keyPressEvent(QKeyEvent* event) {
             input_.cancel();
         } else if (document_ && !document_->selection().isEmpty()) {
             document_->selection().clear();
-            emit selectionChanged();
-            refresh();
+            update();
         }
         return;
     }

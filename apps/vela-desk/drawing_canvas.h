@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 #include <memory>
@@ -58,10 +57,11 @@ class DrawingCanvas : public QWidget, private db::DatabaseReactor {
     /// The document's view (a ZOOM command) is shown.
     void followDocumentView();
 
+    /// The document's selection, whoever changed it, is shown.
+    void followSelection();
+
   signals:
     void cursorMoved(const db::Point3d& point);
-    /// The picked entities changed (the document's selection).
-    void selectionChanged();
 
   protected:
     void paintEvent(QPaintEvent* event) override;

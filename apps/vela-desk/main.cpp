@@ -1,9 +1,6 @@
 // vela-desk: the desktop host. A drawing window with the assistant's palette docked beside it.
-#include <unistd.h>
 
 #include <QApplication>
-#include <QMessageBox>
-#include <QSurfaceFormat>
 #include <cstdio>
 
 #include "builtin_page.h"
@@ -13,11 +10,7 @@
 #include "session.h"
 
 int main(int argc, char** argv) {
-    // Chromium, which draws the web view, will not start its sandbox as root (containers, CI machines).
-    if (::geteuid() == 0 && qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX"))
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    vela::desk::registerBuiltInPageScheme();
+    vela::desk::prepareWebEngine();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("vela-desk"));
     QApplication::setOrganizationName(QStringLiteral("vela-assist"));

@@ -1,6 +1,5 @@
 #include "host/account_services.h"
 
-#include <QFileInfo>
 #include <QObject>
 #include <QSettings>
 #include <QTimer>
@@ -50,26 +49,14 @@ AiSession::~AiSession() {
     abortAll();
 }
 
-void AiSession::deliver(std::uint64_t id, std::function<void(ConsentCallbacks&)> answer) {
-    QTimer::singleShot(0, context_.get(), [this, id, answer = std::move(answer)] {
-        auto it = pending_.find(id);
-        if (it == pending_.end()) return;
-        ConsentCallbacks callbacks = std::move(it->second);
-        pending_.erase(it);
-        answer(callbacks);
-    });
-}
-
-void AiSession::requestConsent(const QString& service, ConsentCallbacks callbacks) {
+void AiSession::answerLater(ConsentCallbacks callbacks, const QString& problem, std::optional<bool> consent) {
     const std::uint64_t id = next_++;
     pending_.emplace(id, std::move(callbacks));
-    auto settings = openSettings(settingsFile_);
-    // A store the answer could not be written to is no place to keep a consent in: it counts as failing.
-    const QString problem = storeProblem(*settings, true);
-    const QVariant stored = settings->value(keyOf(service));
-    std::optional<bool> consent;
-    if (stored.isValid()) consent = stored.toString() == QLatin1String("granted");
-    deliver(id, [problem, consent](ConsentCallbacks& c) {
+    QTimer::singleShot(0, context_.get(), [this, id, problem, consent] {
+        auto it = pending_.find(id);
+        if (it == pending_.end()) return;
+        const ConsentCallbacks c = std::move(it->second);
+        pending_.erase(it);
         if (!problem.isEmpty()) {
             if (c.failed) c.failed(problem);
         } else if (c.finished) {
@@ -78,9 +65,17 @@ void AiSession::requestConsent(const QString& service, ConsentCallbacks callback
     });
 }
 
+void AiSession::requestConsent(const QString& service, ConsentCallbacks callbacks) {
+    auto settings = openSettings(settingsFile_);
+    // A store the answer could not be written to is no place to keep a consent in: it counts as failing.
+    const QString problem = storeProblem(*settings, true);
+    const QVariant stored = settings->value(keyOf(service));
+    std::optional<bool> consent;
+    if (stored.isValid()) consent = stored.toString() == QLatin1String("granted");
+    answerLater(std::move(callbacks), problem, consent);
+}
+
 void AiSession::saveConsent(const QString& service, bool consent, ConsentCallbacks callbacks) {
-    const std::uint64_t id = next_++;
-    pending_.emplace(id, std::move(callbacks));
     auto settings = openSettings(settingsFile_);
     QString problem = storeProblem(*settings, true);
     if (problem.isEmpty()) {
@@ -89,13 +84,7 @@ void AiSession::saveConsent(const QString& service, bool consent, ConsentCallbac
         if (settings->status() != QSettings::NoError)
             problem = QStringLiteral("the settings cannot be written");
     }
-    deliver(id, [problem, consent](ConsentCallbacks& c) {
-        if (!problem.isEmpty()) {
-            if (c.failed) c.failed(problem);
-        } else if (c.finished) {
-            c.finished(consent);
-        }
-    });
+    answerLater(std::move(callbacks), problem, consent);
 }
 
 void AiSession::abortAll() {

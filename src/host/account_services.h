@@ -57,7 +57,8 @@ class AiSession {
     std::size_t pending() const { return pending_.size(); }
 
   private:
-    void deliver(std::uint64_t id, std::function<void(ConsentCallbacks&)> answer);
+    /// Posts the request's end: `failed` when there is a problem, else `finished` with the consent.
+    void answerLater(ConsentCallbacks callbacks, const QString& problem, std::optional<bool> consent);
 
     QString settingsFile_;
     std::unique_ptr<QObject> context_;  // answers are posted to it; deleting it drops those not delivered

@@ -125,11 +125,7 @@ int runScripted(const QString& command, Script script) {
 }  // namespace vela::desk::test
 
 int main(int argc, char** argv) {
-    // Chromium will not start its sandbox as root.
-    if (qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX"))
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    vela::desk::registerBuiltInPageScheme();
+    vela::desk::prepareWebEngine();
     QApplication app(argc, argv);
     vela::render::loadBundledFonts();
     ::testing::InitGoogleTest(&argc, argv);

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "db/database.h"
+#include "db/entities/line.h"
 #include "db/entity.h"
 #include "render/render.h"
 
@@ -20,6 +21,13 @@ inline db::ObjectId add(db::Database& db, std::unique_ptr<db::Entity> e, db::Obj
     EXPECT_EQ(db.appendEntity(block.isNull() ? db.modelSpaceId() : block, std::move(e), &id),
               db::ErrorStatus::Ok);
     return id;
+}
+
+/// A line in a palette colour (red unless told).
+inline std::unique_ptr<db::Line> line(double x0, double y0, double x1, double y1, int colorIndex = 1) {
+    auto l = std::make_unique<db::Line>(db::Point3d(x0, y0), db::Point3d(x1, y1));
+    l->setColor(db::Color::fromIndex(static_cast<std::uint8_t>(colorIndex)));
+    return l;
 }
 
 /// Options that map drawing units one to one onto pixels: the window (x0, y0)-(x0 + w, y0 + h) fills a

@@ -26,12 +26,6 @@
 namespace vela::render::test {
 namespace {
 
-std::unique_ptr<db::Line> line(double x0, double y0, double x1, double y1, int colorIndex = 1) {
-    auto l = std::make_unique<db::Line>(db::Point3d(x0, y0), db::Point3d(x1, y1));
-    l->setColor(db::Color::fromIndex(static_cast<std::uint8_t>(colorIndex)));
-    return l;
-}
-
 db::ObjectId addLayer(db::Database& db, const char* name, bool off, bool frozen) {
     auto layer = std::make_unique<db::LayerTableRecord>(name);
     layer->setIsOff(off);

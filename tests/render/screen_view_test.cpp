@@ -19,12 +19,6 @@
 namespace vela::render::test {
 namespace {
 
-std::unique_ptr<db::Line> line(double x0, double y0, double x1, double y1, int colorIndex = 1) {
-    auto l = std::make_unique<db::Line>(db::Point3d(x0, y0), db::Point3d(x1, y1));
-    l->setColor(db::Color::fromIndex(static_cast<std::uint8_t>(colorIndex)));
-    return l;
-}
-
 std::unique_ptr<db::Text> text(double x, double y, double height, const char* s, int colorIndex = 5) {
     auto t = std::make_unique<db::Text>();
     t->setPosition(db::Point3d(x, y));
@@ -250,8 +244,11 @@ TEST(ScreenDetail, SmallTextIsItsBoxAndReadableTextItsLetters) {
         EXPECT_NEAR(box.right(), full.right(), 2) << rotation;
         EXPECT_NEAR(box.top(), full.top(), 2) << rotation;
         EXPECT_NEAR(box.bottom(), full.bottom(), 2) << rotation;
-        if (rotation == 0.0) EXPECT_GT(box.width(), 3 * box.height());
-        if (rotation != 0.0) EXPECT_GT(box.height(), 3 * box.width());
+        if (rotation == 0.0) {
+            EXPECT_GT(box.width(), 3 * box.height());
+        } else {
+            EXPECT_GT(box.height(), 3 * box.width());
+        }
         // Filled: the inner part of the box is ink throughout.
         const QRect inner = box.adjusted(1, 1, -1, -1);
         EXPECT_EQ(countPixels(greeked, inner, [](QRgb p) { return isInk(p); }),

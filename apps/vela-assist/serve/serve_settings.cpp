@@ -48,6 +48,7 @@ ServeSettings readServeSettings(const QString& path, QString* why) {
     resources.assistantService = text("resources/service", QStringLiteral("velaassist"));
     resources.customerPortalAddress = text("resources/customerPortal");
     out.client.resources = resources;
+    if (file.contains(QStringLiteral("resources/page"))) out.page = text("resources/page");
     out.client.user.userId = text("user/id", qEnvironmentVariable("USER", QStringLiteral("user")));
     out.client.user.intercom = text("user/intercom");
     out.client.user.hash = text("user/hash");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <optional>
 
 #include "host/client_information.h"
 
@@ -18,7 +19,7 @@ struct ChatSettings {
 
 /// What `vela-assist serve` reads from its settings file (INI). Every key may be left out:
 ///
-///   [resources]  application=VELA AI Assist   service=velaassist   customerPortal=
+///   [resources]  application=VELA AI Assist   service=velaassist   customerPortal=   page= (desktop only)
 ///   [user]       id=<the login name>   intercom=   hash=
 ///   [licence]    text=Apache-2.0   version=<this version>   special=false
 ///   [interface]  theme=0 (0, 1: light; 2 and above: dark)   language=0 (0: the system's; see languages.h)
@@ -26,6 +27,9 @@ struct ChatSettings {
 struct ServeSettings {
     QString path;  // the file read (it need not exist)
     host::ClientInformation client;
+    /// The assistant page a desktop's palette shows, when the file names one (empty: none at all). The
+    /// served page is its own, whatever this says.
+    std::optional<QString> page;
     ChatSettings chat;
 };
 
