@@ -184,6 +184,13 @@ class LocalHttpServer::Listener : public QTcpServer {
             const qsizetype end = seen.indexOf("\r\n\r\n");
             if (end >= 0) {
                 meter.headDone = true;
+                // The end may come in a later piece than the limit was passed in: the head is measured whole.
+                // `seen` starts with the tail, which was counted with the piece before.
+                const qint64 headBytes = meter.received - meter.tail.size() + end + 4;
+                if (headBytes > kMaxHeadBytes) {
+                    refuseHead(socket);
+                    return;
+                }
                 // A head that came in one piece tells the body's length before the body comes.
                 if (meter.received == 0) {
                     announced = announcedLength(piece.left(end + 2));
@@ -194,19 +201,21 @@ class LocalHttpServer::Listener : public QTcpServer {
             }
         }
         meter.received += waiting;
-        int status = 0;
-        const char* reason = "";
-        QByteArray why;
         if (!meter.headDone && meter.received > kMaxHeadBytes) {
-            status = 431, reason = "Request Header Fields Too Large";
-            why = "the request's head is longer than " + QByteArray::number(kMaxHeadBytes) + " bytes";
+            refuseHead(socket);
         } else if (meter.received > limit || (announced && *announced > limit)) {
-            status = 413, reason = "Content Too Large";
-            why = "the request is larger than the " + QByteArray::number(limit) + " bytes this server takes";
+            const QByteArray why =
+                "the request is larger than the " + QByteArray::number(limit) + " bytes this server takes";
+            server_.log("refused a request (413): " + why);
+            refuseRaw(socket, 413, "Content Too Large", why);
         }
-        if (!status) return;
-        server_.log("refused a request (" + QByteArray::number(status) + "): " + why);
-        refuseRaw(socket, status, reason, why);
+    }
+
+    void refuseHead(QTcpSocket* socket) {
+        const QByteArray why =
+            "the request's head is longer than " + QByteArray::number(kMaxHeadBytes) + " bytes";
+        server_.log("refused a request (431): " + why);
+        refuseRaw(socket, 431, "Request Header Fields Too Large", why);
     }
 
     const LocalHttpServer& server_;
