@@ -1,5 +1,6 @@
 #include "chat.h"
 
+#include <QCoreApplication>
 #include <QJsonDocument>
 #include <QNetworkReply>
 #include <QNetworkRequest>
@@ -71,8 +72,8 @@ QString Chat::configurationHelp() const {
                "The chat needs a model. Name an OpenAI-compatible endpoint in %1:\n\n"
                "[chat]\nurl=http://127.0.0.1:8080/v1\nmodel=the-model's-name\n"
                "key=your-key (if the endpoint wants one)\n\n"
-               "and start vela-assist serve again. Everything else on this page works without it.")
-        .arg(settingsPath_);
+               "and start %2 again. Everything else on this page works without it.")
+        .arg(settingsPath_, QCoreApplication::applicationName());
 }
 
 void Chat::send(const QString& text) {
