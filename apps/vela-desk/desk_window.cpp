@@ -25,6 +25,7 @@
 
 #include "command_line.h"
 #include "db/database.h"
+#include "desk_icons.h"
 #include "desk_input.h"
 #include "desk_ui.h"
 #include "drawing_canvas.h"
@@ -180,6 +181,7 @@ QAction* DeskWindow::addCommandAction(QMenu* menu, QToolBar* tools, const QStrin
     action->setObjectName(QStringLiteral("action") + command);
     action->setProperty(kCommandProperty, command);
     action->setStatusTip(command);
+    action->setIcon(commandIcon(command));
     if (!shortcut.isEmpty()) action->setShortcut(shortcut);
     connect(action, &QAction::triggered, this, [this, command] { startCommand(QLatin1Char('_') + command); });
     if (menu) menu->addAction(action);
@@ -196,13 +198,15 @@ void DeskWindow::buildMenus() {
     auto toolsNamed = [this](const QString& title, const char* name) {
         QToolBar* t = addToolBar(title);
         t->setObjectName(QLatin1String(name));
-        t->setToolButtonStyle(Qt::ToolButtonTextOnly);
+        t->setToolButtonStyle(Qt::ToolButtonIconOnly);
+        t->setIconSize(QSize(24, 24));
         return t;
     };
 
     QMenu* file = menuNamed(tr("&File"), "fileMenu");
     QToolBar* standard = toolsNamed(tr("Standard"), "standardToolBar");
     QAction* a = file->addAction(tr("&New"), QKeySequence::New, this, &DeskWindow::newDrawing);
+    a->setIcon(commandIcon(QStringLiteral("NEW")));
     standard->addAction(a);
     a = file->addAction(tr("&Open..."), QKeySequence::Open, this, [this] {
         if (!askToSave()) return;
@@ -210,12 +214,14 @@ void DeskWindow::buildMenus() {
                                                           tr("Drawings (*.dxf);;All files (*)"));
         if (!path.isEmpty()) openDrawing(path);
     });
+    a->setIcon(commandIcon(QStringLiteral("OPEN")));
     standard->addAction(a);
     recentMenu_ = file->addMenu(tr("Recent &Files"));
     recentMenu_->setObjectName(QStringLiteral("recentMenu"));
     fillRecentMenu();
     a = file->addAction(tr("&Save"), QKeySequence::Save, this, &DeskWindow::saveDrawing);
     a->setProperty(kCommandProperty, QStringLiteral("QSAVE"));
+    a->setIcon(commandIcon(QStringLiteral("QSAVE")));
     standard->addAction(a);
     a = file->addAction(tr("Save &As..."), QKeySequence::SaveAs, this, [this] {
         const QString path =
@@ -238,6 +244,7 @@ void DeskWindow::buildMenus() {
     viewMenu_ = menuNamed(tr("&View"), "viewMenu");
     a = viewMenu_->addAction(tr("Zoom &Extents"), this, [this] { canvas_->zoomExtents(); });
     a->setObjectName(QStringLiteral("actionZoomExtents"));
+    a->setIcon(commandIcon(QStringLiteral("ZOOMEXTENTS")));
     standard->addAction(a);
     addCommandAction(viewMenu_, nullptr, tr("&Zoom"), QStringLiteral("ZOOM"));
     addCommandAction(viewMenu_, nullptr, tr("VELA AI Assist"), QStringLiteral("VELAAIASSIST"));

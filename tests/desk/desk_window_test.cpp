@@ -11,6 +11,7 @@
 #include <QProcess>
 #include <QTest>
 #include <QTimer>
+#include <QToolBar>
 #include <QWheelEvent>
 
 #include "bridge/velaassistant_communication.h"
@@ -286,6 +287,31 @@ TEST(DeskWindow, AMenuPickWhileACommandAsksCancelsItAndStartsTheNewOne) {
     QObject::disconnect(asked);
     ASSERT_EQ(prompts.size(), 2);
     EXPECT_TRUE(prompts[1].startsWith(QStringLiteral("Specify center point"))) << prompts[1].toStdString();
+}
+
+TEST(DeskWindow, EveryToolButtonHasAnIconDrawnOnAClearGroundAndGreyedWhenDisabled) {
+    int buttons = 0;
+    for (QToolBar* bar : window().findChildren<QToolBar*>()) {
+        for (QAction* action : bar->actions()) {
+            if (action->isSeparator()) continue;
+            ++buttons;
+            const QString what = action->text();
+            ASSERT_FALSE(action->icon().isNull()) << what.toStdString();
+            for (int size : {24, 48}) {
+                const QImage normal = action->icon().pixmap(size).toImage();
+                const QImage disabled = action->icon().pixmap(QSize(size, size), QIcon::Disabled).toImage();
+                int inked = 0;
+                for (int y = 0; y < normal.height(); ++y)
+                    for (int x = 0; x < normal.width(); ++x) inked += qAlpha(normal.pixel(x, y)) > 128;
+                EXPECT_EQ(qAlpha(normal.pixel(0, normal.height() / 2)), 0)
+                    << what.toStdString() << " at " << size;
+                EXPECT_GT(inked, size) << what.toStdString() << " at " << size;
+                EXPECT_LT(inked, size * size / 2) << what.toStdString() << " at " << size;
+                EXPECT_NE(normal, disabled) << what.toStdString() << " at " << size;
+            }
+        }
+    }
+    EXPECT_GE(buttons, 15);
 }
 
 TEST(DeskWindow, TheCommandLineRunsCommandsAndLispAndKeepsItsHistory) {

@@ -204,7 +204,7 @@ TEST_F(HighlightTest, OverlaysFollowTheirControlWhenTheBarChanges) {
     tools->setIconSize(QSize(40, 40));
     ASSERT_TRUE(waitFor([&] { return h->overlay()->geometry() == button->geometry(); }, 3000))
         << "overlay " << h->overlay()->geometry().width() << " button " << button->geometry().width();
-    tools->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    tools->setToolButtonStyle(Qt::ToolButtonIconOnly);
     tools->setIconSize(QSize(24, 24));
     EXPECT_TRUE(waitFor([&] { return h->overlay()->geometry() == button->geometry(); }, 3000));
 }
