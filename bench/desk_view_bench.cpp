@@ -4,7 +4,9 @@
 // - a whole redraw of a window of 1% of the extents' area (a tenth of each side), zoomed in: at most 16 ms,
 //   one frame of a 60 Hz screen;
 // - pan frames: a run of 40-pixel pans, each shifting the picture and drawing the strip that came in, at the
-//   full extents and in the 1% window.
+//   full extents and in the 1% window;
+// - a small edit (one entity near the middle of the screen changes colour), the picture brought up to date by
+//   drawing again where it lies, beside the whole redraw it replaces.
 #include <benchmark/benchmark.h>
 
 #include <QGuiApplication>
@@ -16,6 +18,9 @@
 #include <vector>
 
 #include "big_drawing.h"
+#include "db/database_reactor.h"
+#include "db/entity.h"
+#include "db/object_ref.h"
 #include "render/screen_view.h"
 
 namespace {
@@ -76,6 +81,57 @@ void BM_PanFrame(benchmark::State& state) {
 }
 BENCHMARK(BM_PanFrame)->Arg(0)->Arg(1)->ArgNames({"onePercent"})->Unit(benchmark::kMillisecond);
 
+/// Tells a view what changes in the drawing, as a screen showing it does.
+struct Follower : db::DatabaseReactor {
+    explicit Follower(render::ScreenView& v) : view(v) {}
+    void objectOpenedForModify(const db::Database*, const db::DbObject* o) override {
+        view.objectChanged(*o);
+    }
+    void objectModified(const db::Database*, const db::DbObject* o) override { view.objectChanged(*o); }
+    render::ScreenView& view;
+};
+
+/// One entity near the middle of what the view shows changes colour, back and forth; the picture follows.
+class SmallEdit {
+  public:
+    SmallEdit(Drawing& d, render::ScreenView& view) : d_(d), view_(view), follower_(view) {
+        const db::Point3d c = view.shownWindow().center();
+        const double r = view.unitsPerPixel() * 20;
+        for (const db::ObjectId& id :
+             d.index->query(d.db->modelSpaceId(),
+                            db::Extents3d(db::Point3d(c.x - r, c.y - r), db::Point3d(c.x + r, c.y + r))))
+            target_ = id;
+        d.db->addReactor(&follower_);
+    }
+    ~SmallEdit() { d_.db->removeReactor(&follower_); }
+    bool found() const { return !target_.isNull(); }
+    void operator()() {
+        {
+            auto e = db::openObject<db::Entity>(target_, db::OpenMode::ForWrite);
+            e->setColor(db::Color::fromIndex(flip_ ? 1 : 3));
+        }
+        flip_ = !flip_;
+        benchmark::DoNotOptimize(view_.image().constBits());
+    }
+
+  private:
+    Drawing& d_;
+    render::ScreenView& view_;
+    Follower follower_;
+    db::ObjectId target_;
+    bool flip_ = false;
+};
+
+void BM_SmallEdit(benchmark::State& state) {
+    Drawing& d = bench::bigDrawing();
+    if (!d.db) return state.SkipWithError("cannot read the drawing");
+    auto view = screen(d, state.range(0) != 0);
+    SmallEdit edit(d, *view);
+    if (!edit.found()) return state.SkipWithError("nothing near the middle of the view");
+    for (auto _ : state) edit();
+}
+BENCHMARK(BM_SmallEdit)->Arg(0)->Arg(1)->ArgNames({"onePercent"})->Unit(benchmark::kMillisecond);
+
 /// The median of `runs` timings of `work`, in milliseconds.
 double medianMs(int runs, const std::function<void()>& work) {
     std::vector<double> times;
@@ -133,6 +189,12 @@ int main(int argc, char** argv) {
             benchmark::DoNotOptimize(render::renderImage(*d.db, full).constBits());
         });
         std::printf("%-13s without the level of detail, on one thread: %.1f ms\n", "", inFull);
+        SmallEdit edit(d, *view);
+        if (edit.found()) {
+            const double small = medianMs(15, std::ref(edit));
+            std::printf("%-13s a small edit drawn where it lies: %.2f ms (%.1f%% of the whole redraw)\n", "",
+                        small, 100 * small / whole);
+        }
     }
     return 0;
 }

@@ -30,12 +30,6 @@ DrawingCanvas::DrawingCanvas(DeskInput& input, QWidget* parent) : QWidget(parent
     setCursor(Qt::BlankCursor);  // the crosshair is drawn
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(200, 150);
-    redraw_.setSingleShot(true);
-    redraw_.setInterval(0);
-    connect(&redraw_, &QTimer::timeout, this, [this] {
-        if (view_) view_->invalidate();
-        update();
-    });
     connect(&input_, &DeskInput::waitingChanged, this, qOverload<>(&DrawingCanvas::update));
 }
 
@@ -54,6 +48,7 @@ void DrawingCanvas::setDocument(host::Document* document) {
         view_ = std::make_unique<render::ScreenView>(*watched_, document_->spatialIndex());
         view_->setDark(true);
         selectedVersion_ = ~std::uint64_t(0);
+        selected_.clear();
         view_->setHighlight([this](db::ObjectId id) -> std::optional<QColor> {
             if (selected_.count(id)) return kSelected;
             return std::nullopt;
@@ -69,11 +64,18 @@ void DrawingCanvas::goodbye(const db::Database*) {
     watched_ = nullptr;
     view_.reset();
     document_ = nullptr;
+    selected_.clear();
     update();
 }
 
-void DrawingCanvas::refresh() {
-    if (!redraw_.isActive()) redraw_.start();
+void DrawingCanvas::objectOpenedForModify(const db::Database*, const db::DbObject* object) {
+    if (view_) view_->objectChanged(*object);
+}
+
+void DrawingCanvas::edited(const db::DbObject& object) {
+    ++edits_;
+    if (view_) view_->objectChanged(object);
+    update();
 }
 
 void DrawingCanvas::zoomExtents() {
@@ -142,8 +144,19 @@ void DrawingCanvas::paintEvent(QPaintEvent*) {
     if (document_->selection().version() != selectedVersion_) {
         selectedVersion_ = document_->selection().version();
         const std::vector<db::ObjectId>& ids = document_->selection().ids();
-        selected_ = std::unordered_set<db::ObjectId>(ids.begin(), ids.end());
-        view_->invalidate();
+        std::unordered_set<db::ObjectId> now(ids.begin(), ids.end());
+        // Only what was selected or unselected changes colour.
+        auto restyle = [this](const db::ObjectId& id) {
+            if (const db::DbObject* object = id.peek())
+                view_->objectChanged(*object);
+            else
+                view_->invalidate();
+        };
+        for (const db::ObjectId& id : selected_)
+            if (!now.count(id)) restyle(id);
+        for (const db::ObjectId& id : now)
+            if (!selected_.count(id)) restyle(id);
+        selected_ = std::move(now);
     }
     p.drawImage(0, 0, view_->image());
     if (drag_ == Drag::Window && cursor_) {

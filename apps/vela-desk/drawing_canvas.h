@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QTimer>
 #include <QWidget>
 #include <memory>
 #include <optional>
@@ -49,8 +48,6 @@ class DrawingCanvas : public QWidget, private db::DatabaseReactor {
     void pickAt(QPointF pixel, bool removing);
     /// Selects like a drag from `from` to `to`.
     void selectWindow(QPointF from, QPointF to, bool removing);
-    /// The drawing or its selection changed: the picture is drawn again soon.
-    void refresh();
     /// Changes to the drawing seen since the last reset (a save).
     std::uint64_t edits() const { return edits_; }
     void resetEdits() { edits_ = 0; }
@@ -76,13 +73,12 @@ class DrawingCanvas : public QWidget, private db::DatabaseReactor {
     void leaveEvent(QEvent* event) override;
 
   private:
-    void objectAppended(const db::Database*, const db::DbObject*) override { edited(); }
-    void objectModified(const db::Database*, const db::DbObject*) override { edited(); }
-    void objectErased(const db::Database*, const db::DbObject*, bool) override { edited(); }
-    void edited() {
-        ++edits_;
-        refresh();
-    }
+    // What an object covered before a change and covers after it is drawn again when the canvas paints.
+    void objectOpenedForModify(const db::Database*, const db::DbObject* object) override;
+    void objectAppended(const db::Database*, const db::DbObject* object) override { edited(*object); }
+    void objectModified(const db::Database*, const db::DbObject* object) override { edited(*object); }
+    void objectErased(const db::Database*, const db::DbObject* object, bool) override { edited(*object); }
+    void edited(const db::DbObject& object);
     void goodbye(const db::Database*) override;
     void storeView();
     void track(QPointF pixel);
@@ -92,7 +88,6 @@ class DrawingCanvas : public QWidget, private db::DatabaseReactor {
     host::Document* document_ = nullptr;
     db::Database* watched_ = nullptr;
     std::unique_ptr<render::ScreenView> view_;
-    QTimer redraw_;  // coalesces the changes of one command into one picture
     std::optional<QPointF> cursor_;
     // A drag in progress: panning (middle button, Space) or a selection window (left).
     enum class Drag { None, Pan, Window } drag_ = Drag::None;

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPicture>
 #include <QPolygonF>
 #include <QRawFont>
 #include <QSvgGenerator>
@@ -1561,6 +1562,20 @@ std::vector<db::ObjectId> entitiesAt(const db::Database& db, const db::SpatialIn
         if (drawn) found.push_back(*it);
     }
     return found;
+}
+
+QRect drawnBounds(const db::Database& db, const RenderOptions& options, const Frame& frame,
+                  const db::Entity& entity) {
+    // A picture records what is drawn and the bounds of each stroke, fill and glyph run, pens included.
+    QPicture recorded;
+    QPainter painter(&recorded);
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    Renderer(db, painter, options, frame).drawAlone(entity);
+    painter.end();
+    const QRect bounds = recorded.boundingRect();
+    if (!bounds.isValid()) return {};
+    // Antialiasing spreads a pixel beyond the stroke; rounding of the recorded bounds another.
+    return bounds.adjusted(-2, -2, 2, 2).intersected(QRect(QPoint(0, 0), frame.size));
 }
 
 QImage renderImage(const db::Database& db, const RenderOptions& options) {

@@ -94,6 +94,12 @@ QImage renderImage(const db::Database& db, const RenderOptions& options);
 void renderArea(const db::Database& db, QPainter& painter, const RenderOptions& options, const Frame& frame,
                 const QRect& area);
 
+/// The pixels of the picture `frame` gives that `entity` drawn alone touches, pens, antialiasing and the
+/// letters of text included (empty when it draws nothing there). A screen draws again only where a changed
+/// entity was and is: its box in the drawing is an estimate for text, and knows nothing of pens.
+QRect drawnBounds(const db::Database& db, const RenderOptions& options, const Frame& frame,
+                  const db::Entity& entity);
+
 /// Writes an SVG file (QSvgGenerator); false with `error` set when it cannot be written.
 bool writeSvg(const db::Database& db, const RenderOptions& options, const QString& path, QString* error);
 /// The same onto a device open for writing (a buffer, to save the file in one step).

@@ -9,6 +9,8 @@
 #include <mutex>
 #include <thread>
 
+#include "db/entity.h"
+
 namespace vela::render {
 
 namespace {
@@ -22,6 +24,9 @@ constexpr double kExtentsMargin = 0.03;
 constexpr int kFewestRowsForBands = 64;
 // Bands of a whole picture, shared between two threads.
 constexpr int kMostBands = 8;
+// Changes of more entities than this, or covering more of the picture than this share, draw it whole.
+constexpr std::size_t kMostChangedParts = 256;
+constexpr double kMostChangedShare = 0.4;
 
 bool finite(const db::Extents3d& e) {
     return e.isValid() && std::isfinite(e.minPoint().x) && std::isfinite(e.minPoint().y) &&
@@ -182,6 +187,25 @@ Frame ScreenView::frame() const {
 
 void ScreenView::invalidate() {
     imageValid_ = false;
+    changed_.clear();
+}
+
+void ScreenView::objectChanged(const db::DbObject& object) {
+    if (!imageValid_) return;
+    const db::ObjectId shown = space_.isNull() ? db_.modelSpaceId() : space_;
+    // The space's own record changes as entities join it; they tell their own changes.
+    if (object.objectId() == shown) return;
+    const auto* entity = db::objectCast<db::Entity>(&object);
+    if (!entity || entity->ownerId() != shown || changed_.size() >= kMostChangedParts) {
+        invalidate();
+        return;
+    }
+    // Kept in drawing units, so that a pan before the next picture leaves it where it belongs.
+    const QRect drawn = drawnBounds(db_, options(), frame(), *entity);
+    if (drawn.isEmpty()) return;
+    const db::Point3d a = toDrawing(drawn.topLeft()), b = toDrawing(drawn.bottomRight() + QPoint(1, 1));
+    changed_.push_back(db::Extents3d(db::Point3d(std::min(a.x, b.x), std::min(a.y, b.y), 0),
+                                     db::Point3d(std::max(a.x, b.x), std::max(a.y, b.y), 0)));
 }
 
 RenderOptions ScreenView::options() const {
@@ -234,7 +258,40 @@ void ScreenView::drawWhole() {
         drawArea(image_.rect());
     }
     imageValid_ = true;
+    changed_.clear();
     drawnTx_ = tx_, drawnTy_ = ty_;
+}
+
+// Draws again the parts of the picture where entities changed; overlapping parts are joined so that nothing
+// is drawn twice, and a picture mostly changed is drawn whole.
+void ScreenView::drawChanged() {
+    const QRect picture(QPoint(0, 0), size_);
+    std::vector<QRect> parts;
+    for (const db::Extents3d& box : changed_) {
+        const QRectF r = QRectF(toPixels(box.minPoint()), toPixels(box.maxPoint())).normalized();
+        // Rounding to the pixels it was measured in, not one beyond.
+        QRect part = r.adjusted(0.25, 0.25, -0.25, -0.25).toAlignedRect().intersected(picture);
+        if (part.isEmpty()) continue;
+        // Joined with every part it meets, until it meets none.
+        for (auto it = parts.begin(); it != parts.end();) {
+            if (it->intersects(part)) {
+                part |= *it;
+                parts.erase(it);
+                it = parts.begin();
+            } else {
+                ++it;
+            }
+        }
+        parts.push_back(part);
+    }
+    changed_.clear();
+    double area = 0;
+    for (const QRect& part : parts) area += double(part.width()) * part.height();
+    if (area > kMostChangedShare * picture.width() * picture.height()) {
+        drawWhole();
+        return;
+    }
+    for (const QRect& part : parts) drawArea(part);
 }
 
 const QImage& ScreenView::image() {
@@ -242,7 +299,10 @@ const QImage& ScreenView::image() {
         drawWhole();
         return image_;
     }
-    if (tx_ == drawnTx_ && ty_ == drawnTy_) return image_;
+    if (tx_ == drawnTx_ && ty_ == drawnTy_) {
+        if (!changed_.empty()) drawChanged();
+        return image_;
+    }
     // Only pans moved the view since the picture was drawn, by whole pixels.
     const long long dx = std::llround(tx_ - drawnTx_), dy = std::llround(ty_ - drawnTy_);
     const int w = size_.width(), h = size_.height();
@@ -259,6 +319,7 @@ const QImage& ScreenView::image() {
     const int left = std::max(0, sx), right = std::min(w, w + sx);
     if (sy > 0) drawArea(QRect(left, 0, right - left, sy));
     if (sy < 0) drawArea(QRect(left, h + sy, right - left, -sy));
+    if (!changed_.empty()) drawChanged();
     return image_;
 }
 

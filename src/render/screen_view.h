@@ -67,6 +67,12 @@ class ScreenView {
 
     /// The drawing changed: the next image() draws it again.
     void invalidate();
+    /// An object is about to change, or has changed, joined the drawing, left it or changed its look (a
+    /// highlight); tell the view both before and after a change. For an entity of the space shown only its
+    /// box is drawn again at the next image(), with whatever else lies there; anything else (a layer, a
+    /// style, a block definition, an entity owned by another) may move anything, and the whole picture is
+    /// drawn again.
+    void objectChanged(const db::DbObject& object);
     /// Brings the picture up to date (shifting and drawing strips after pans, else drawing it whole) and
     /// gives it.
     const QImage& image();
@@ -80,6 +86,7 @@ class ScreenView {
     void drawWhole();
     void drawBand(uchar* bits, int top, int bottom);
     void drawArea(const QRect& area);
+    void drawChanged();
     void shift(int dx, int dy);
 
     const db::Database& db_;
@@ -97,6 +104,8 @@ class ScreenView {
     QImage image_;
     bool imageValid_ = false;
     double drawnTx_ = 0.0, drawnTy_ = 0.0;
+    // Boxes (drawing units) of what changed since the picture was drawn, while it is otherwise valid.
+    std::vector<db::Extents3d> changed_;
     // The thread that draws the lower band of whole pictures, started when first needed.
     class Helper;
     std::unique_ptr<Helper> helper_;
