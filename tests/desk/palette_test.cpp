@@ -18,6 +18,7 @@
 #include <QWebChannel>
 #include <QWebEnginePage>
 #include <QWebEngineView>
+#include <memory>
 
 #include "bridge/velaassistant_communication.h"
 #include "desk_fixture.h"
@@ -81,21 +82,25 @@ QVariant inPage(const QString& script) {
                             "(e) => { window.__testValue = 'error: ' + e; window.__testDone = true; });")
                             .arg(script);
     page->runJavaScript(run);
-    QVariant value;
-    bool done = false;
+    // Shared with the page's answers: a look still on its way when the wait ends answers later.
+    struct Answer {
+        QVariant value;
+        bool done = false;
+    };
+    auto answer = std::make_shared<Answer>();
     waitFor([&] {
         page->runJavaScript(QStringLiteral("window.__testDone ? [window.__testValue] : null"),
-                            [&](const QVariant& v) {
-                                if (v.isValid() && !v.isNull()) {
-                                    value = v.toList().value(0);
-                                    done = true;
+                            [answer](const QVariant& v) {
+                                if (!answer->done && v.isValid() && !v.isNull()) {
+                                    answer->value = v.toList().value(0);
+                                    answer->done = true;
                                 }
                             });
         spin(30);
-        return done;
+        return answer->done;
     });
-    EXPECT_TRUE(done) << "the page answered " << script.toStdString();
-    return value;
+    EXPECT_TRUE(answer->done) << "the page answered " << script.toStdString();
+    return answer->value;
 }
 
 }  // namespace
@@ -258,7 +263,9 @@ TEST(Palette, WithoutAnAssistantPageTheStartPageIsOffered) {
 
     // SHOW START PAGE opens the host's Start page, where the built-in page is named again.
     bool seen = false;
-    QTimer::singleShot(200, [&] {
+    QTimer answer;  // gone with the test, should the dialog never come
+    answer.setSingleShot(true);
+    answer.callOnTimeout([&] {
         auto* dialog = window().findChild<QDialog*>(QStringLiteral("startPage"));
         if (!dialog) return;
         seen = true;
@@ -266,6 +273,7 @@ TEST(Palette, WithoutAnAssistantPageTheStartPageIsOffered) {
             if (b->text() == QStringLiteral("Use the built-in page")) b->click();
         dialog->accept();
     });
+    answer.start(200);
     button(Palette::NotConnected, QStringLiteral("SHOW START PAGE"))->click();
     EXPECT_TRUE(seen);
     EXPECT_EQ(QSettings(desk().settings.assistantFile, QSettings::IniFormat)
