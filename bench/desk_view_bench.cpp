@@ -9,7 +9,6 @@
 //   drawing again where it lies, beside the whole redraw it replaces.
 #include <benchmark/benchmark.h>
 
-#include <QGuiApplication>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -21,6 +20,7 @@
 #include "db/database_reactor.h"
 #include "db/entity.h"
 #include "db/object_ref.h"
+#include "picture_bench_main.h"
 #include "render/screen_view.h"
 
 namespace {
@@ -148,11 +148,7 @@ double medianMs(int runs, const std::function<void()>& work) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    render::loadBundledFonts();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    const auto app = bench::runPictureBenchmarks(argc, argv);
 
     Drawing& d = bench::bigDrawing();
     if (!d.db) return 1;

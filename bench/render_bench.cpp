@@ -9,13 +9,13 @@
 #include <benchmark/benchmark.h>
 
 #include <QBuffer>
-#include <QGuiApplication>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "big_drawing.h"
+#include "picture_bench_main.h"
 #include "render/render.h"
 
 namespace {
@@ -72,11 +72,7 @@ BENCHMARK(BM_WindowWithoutTheIndex)->Unit(benchmark::kMillisecond);
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    render::loadBundledFonts();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    const auto app = bench::runPictureBenchmarks(argc, argv);
 
     Drawing& d = bench::bigDrawing();
     if (!d.db) return 1;

@@ -56,6 +56,24 @@ void curvedArrow(QPainter& p, bool clockwise) {
     }
 }
 
+// The four corners of `box`, each with arms `arm` long.
+void corners(QPainter& p, const QRectF& box, double arm) {
+    const QPointF along(arm, 0), down(0, arm);
+    p.drawPolyline(QPolygonF{box.topLeft() + down, box.topLeft(), box.topLeft() + along});
+    p.drawPolyline(QPolygonF{box.topRight() - along, box.topRight(), box.topRight() + down});
+    p.drawPolyline(QPolygonF{box.bottomRight() - down, box.bottomRight(), box.bottomRight() - along});
+    p.drawPolyline(QPolygonF{box.bottomLeft() + along, box.bottomLeft(), box.bottomLeft() - down});
+}
+
+// A magnifying glass: its lens about `centre`, its handle in the accent.
+void magnifier(QPainter& p, const Pens& s, QPointF centre, double radius) {
+    p.setPen(s.ink);
+    p.drawEllipse(centre, radius, radius);
+    p.setPen(s.accent);
+    const QPointF rim = centre + QPointF(radius, radius) * 0.75;
+    p.drawLine(rim, rim + QPointF(radius, radius) * 0.9);
+}
+
 const QHash<QString, Drawing>& drawings() {
     static const QHash<QString, Drawing> table{
         {QStringLiteral("LINE"),
@@ -172,10 +190,7 @@ const QHash<QString, Drawing>& drawings() {
         {QStringLiteral("EXPLODE"),
          [](QPainter& p, const Pens& s) {
              p.setPen(s.ink);
-             p.drawPolyline(QPolygonF{{4, 10}, {4, 4}, {10, 4}});
-             p.drawPolyline(QPolygonF{{14, 4}, {20, 4}, {20, 10}});
-             p.drawPolyline(QPolygonF{{20, 14}, {20, 20}, {14, 20}});
-             p.drawPolyline(QPolygonF{{10, 20}, {4, 20}, {4, 14}});
+             corners(p, QRectF(4, 4, 16, 16), 6);
              p.setPen(s.accent);
              for (const QPointF& d : {QPointF(-1, -1), QPointF(1, -1), QPointF(1, 1), QPointF(-1, 1)})
                  p.drawLine(QPointF(12, 12) + d * 2, QPointF(12, 12) + d * 5);
@@ -219,24 +234,12 @@ const QHash<QString, Drawing>& drawings() {
              p.setPen(s.accent);
              p.drawRect(QRectF(7, 13, 10, 7));
          }},
-        {QStringLiteral("ZOOM"),
-         [](QPainter& p, const Pens& s) {
-             p.setPen(s.ink);
-             p.drawEllipse(QPointF(10, 10), 6, 6);
-             p.setPen(s.accent);
-             p.drawLine(QPointF(14.5, 14.5), QPointF(20, 20));
-         }},
+        {QStringLiteral("ZOOM"), [](QPainter& p, const Pens& s) { magnifier(p, s, QPointF(10, 10), 6); }},
         {QStringLiteral("ZOOMEXTENTS"),
          [](QPainter& p, const Pens& s) {
              p.setPen(s.thin);
-             p.drawPolyline(QPolygonF{{2, 7}, {2, 2}, {7, 2}});
-             p.drawPolyline(QPolygonF{{17, 2}, {22, 2}, {22, 7}});
-             p.drawPolyline(QPolygonF{{22, 17}, {22, 22}, {17, 22}});
-             p.drawPolyline(QPolygonF{{7, 22}, {2, 22}, {2, 17}});
-             p.setPen(s.ink);
-             p.drawEllipse(QPointF(11, 11), 5, 5);
-             p.setPen(s.accent);
-             p.drawLine(QPointF(14.5, 14.5), QPointF(19, 19));
+             corners(p, QRectF(2, 2, 20, 20), 5);
+             magnifier(p, s, QPointF(11, 11), 5);
          }},
     };
     return table;
